@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace VarnholtQueryLib {
+
+// The command-line front end: one invocation, one command, one answer.
+//
+// runCLI takes the full process argument list (program name first), runs the
+// one command it names and writes its answer. It returns normally when the
+// command succeeded (the process then exits 0) and calls exit(1) itself after
+// writing the error envelope for any failure.
+//
+// The whole tool is single-threaded; nothing below the front end prints.
+void runCLI(const std::vector<std::string>& arguments);
+
+}  // namespace VarnholtQueryLib

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <iosfwd>
+#include <optional>
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+namespace VarnholtQueryLib {
+
+// Every JSON document the tool prints goes through this writer, so that all
+// of them share one layout, the one agents already parse:
+//  - objects and arrays spread over lines, two spaces per level, " : "
+//    between key and value;
+//  - keys of every object in ascending order;
+//  - "/" escaped as "\/"; non-ASCII written as UTF-8; control characters
+//    escaped (\n, \t, ... and \u00XX in lower-case hex for the rest);
+//  - an empty array or object as its bracket, a newline, an empty line, the
+//    indentation of the line that opened it and the closing bracket;
+//  - integers as integers, doubles in their shortest round-trip form with no
+//    ".0" for whole values, booleans as true/false.
+// Documents are nlohmann::json values; the layout is our own.
+using JSON = nlohmann::json;
+
+// The document's text without the trailing newline, or absent when it holds
+// something that cannot be written (invalid UTF-8, a non-finite number, a
+// binary value).
+std::optional<std::string> serializeJSON(const JSON& document);
+
+// Writes the document and one "\n" to `out`, or "Failed to serialize JSON\n"
+// to `err` when it cannot be serialised. Never changes the exit status.
+void writeJSON(const JSON& document, std::ostream& out, std::ostream& err);
+// The same on standard output and standard error.
+void writeJSON(const JSON& document);
+
+// The error envelope: "ok" false, "api_version" 2, "data" and "meta" null,
+// "error" {code, message, timestamp}, where `timestamp` is the instant in UTC.
+JSON makeErrorEnvelope(const std::string& code, const std::string& message, double timestamp);
+
+// Writes the error envelope for now to standard output; deliberately not to
+// standard error, so that callers read a single stream.
+void outputErrorJSON(const std::string& code, const std::string& message);
+
+// outputErrorJSON, then exit(1). Never returns.
+[[noreturn]] void outputError(const std::string& code, const std::string& message);
+
+}  // namespace VarnholtQueryLib

@@ -1,0 +1,9 @@
+#include <string>
+#include <vector>
+
+#include "CLI.h"
+
+int main(int argc, char** argv) {
+    VarnholtQueryLib::runCLI(std::vector<std::string>(argv, argv + argc));
+    return 0;
+}

@@ -1,0 +1,95 @@
+#include "SQLiteReadConnection.h"
+
+#include <sqlite3.h>
+#include <sys/stat.h>
+
+#include <nlohmann/json.hpp>
+
+#include "DatabaseError.h"
+#include "SQLiteStatement.h"
+#include "SchemaVersion.h"
+#include "UserHomeDirectory.h"
+
+namespace VarnholtSQLiteSupport {
+
+void (*const SQLITE_TRANSIENT_PTR)(void*) = SQLITE_TRANSIENT;
+
+namespace {
+
+bool fileExists(const std::string& path) {
+    struct stat info {};
+    return ::stat(path.c_str(), &info) == 0;
+}
+
+}  // namespace
+
+SQLiteReadConnection::SQLiteReadConnection(std::optional<std::string> path) {
+    try {
+        open(path.value_or(defaultPath()));
+    } catch (...) {
+        // The destructor does not run for a throwing constructor.
+        sqlite3_close(handle_);
+        handle_ = nullptr;
+        throw;
+    }
+}
+
+SQLiteReadConnection::~SQLiteReadConnection() { sqlite3_close(handle_); }
+
+std::string SQLiteReadConnection::defaultPath() {
+    return userHomeDirectory() + "/.varnholt/varnholt.db";
+}
+
+void SQLiteReadConnection::open(const std::string& path) {
+    handle_ = nullptr;
+    if (!fileExists(path)) throw DatabaseError::notFound(path);
+
+    // Read-write without CREATE on purpose: WAL readers need the shared-memory
+    // index, and query_only below is what keeps us from writing.
+    if (sqlite3_open_v2(path.c_str(), &handle_, SQLITE_OPEN_READWRITE, nullptr) != SQLITE_OK) {
+        throw DatabaseError::connectionFailed(errorMessage(handle_));
+    }
+    exec(handle_, "PRAGMA journal_mode = WAL");
+    exec(handle_, "PRAGMA query_only = ON");
+    exec(handle_, "PRAGMA busy_timeout = 1000");
+
+    sqlite3_stmt* statement = nullptr;
+    if (sqlite3_prepare_v2(handle_, "PRAGMA user_version", -1, &statement, nullptr) != SQLITE_OK) {
+        throw DatabaseError::queryFailed("Failed to prepare PRAGMA user_version: " +
+                                         errorMessage(handle_));
+    }
+    FinalizeOnExit finalize(statement);
+    if (sqlite3_step(statement) != SQLITE_ROW) {
+        throw DatabaseError::queryFailed("Failed to step PRAGMA user_version: " +
+                                         errorMessage(handle_));
+    }
+    const std::int32_t version = sqlite3_column_int(statement, 0);
+    if (version < VarnholtSchema::SchemaVersion::current) {
+        throw DatabaseError::schemaMismatch(version, VarnholtSchema::SchemaVersion::current);
+    }
+}
+
+void SQLiteReadConnection::exec(sqlite3* handle, const std::string& sql) {
+    char* error = nullptr;
+    if (sqlite3_exec(handle, sql.c_str(), nullptr, nullptr, &error) != SQLITE_OK) {
+        std::string message = error != nullptr ? error : "unknown";
+        sqlite3_free(error);
+        throw DatabaseError::queryFailed(message);
+    }
+}
+
+std::vector<std::string> SQLiteReadConnection::parseJsonArray(const std::string& text) {
+    // Only a top-level array or object counts as a document; a bare string or
+    // number is a fragment and decodes to nothing, like any other misfit.
+    nlohmann::json parsed = nlohmann::json::parse(text, nullptr, /*allow_exceptions=*/false);
+    if (!parsed.is_array()) return {};
+    std::vector<std::string> names;
+    names.reserve(parsed.size());
+    for (const auto& element : parsed) {
+        if (!element.is_string()) return {};
+        names.push_back(element.get<std::string>());
+    }
+    return names;
+}
+
+}  // namespace VarnholtSQLiteSupport

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+struct sqlite3;
+
+namespace VarnholtSQLiteSupport {
+
+// SQLite's "copy this text now" destructor marker (-1). Every text bind uses
+// it, so bound text may live on the caller's stack.
+extern void (*const SQLITE_TRANSIENT_PTR)(void*);
+
+// The one query-only connection of a run to the recorder's database.
+//
+// The recorder owns the file and writes it continuously from another process;
+// this tool must never change it. The connection refuses a missing file (and
+// never creates one), switches to WAL and query_only, waits at most one second
+// for the recorder's locks, and refuses schemas older than SchemaVersion.
+//
+// Adapters borrow `handle()` and run their statements on it under the
+// conventions in SQLiteStatement.h. The connection closes the handle when it
+// is destroyed; it is not copyable. Single-threaded, like the whole tool.
+class SQLiteReadConnection {
+public:
+    // Opens the database at `path`, or at defaultPath() when absent.
+    // Throws DatabaseError: notFound (no file; nothing is created),
+    // connectionFailed, queryFailed (a pragma failed), schemaMismatch.
+    explicit SQLiteReadConnection(std::optional<std::string> path = std::nullopt);
+    ~SQLiteReadConnection();
+
+    SQLiteReadConnection(const SQLiteReadConnection&) = delete;
+    SQLiteReadConnection& operator=(const SQLiteReadConnection&) = delete;
+
+    // The raw handle; null only on a half-built connection.
+    sqlite3* handle() const { return handle_; }
+
+    // "<home>/.varnholt/varnholt.db", home from the password database.
+    static std::string defaultPath();
+
+    // Runs `sql` without a row callback. Throws DatabaseError::queryFailed
+    // with SQLite's message, or "unknown" when it gives none.
+    static void exec(sqlite3* handle, const std::string& sql);
+
+    // Decodes the recorder's JSON array of strings (the `apps` column).
+    // Anything but an array whose every element is a string gives an empty
+    // list; never throws.
+    static std::vector<std::string> parseJsonArray(const std::string& text);
+
+private:
+    void open(const std::string& path);
+
+    sqlite3* handle_ = nullptr;
+};
+
+}  // namespace VarnholtSQLiteSupport

@@ -1,0 +1,71 @@
+#include "SQLiteStatement.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <limits>
+
+#include "SQLiteReadConnection.h"
+
+namespace VarnholtSQLiteSupport {
+
+std::string errorMessage(sqlite3* handle) {
+    if (handle == nullptr) return "unknown";
+    const char* message = sqlite3_errmsg(handle);
+    return message != nullptr ? message : "unknown";
+}
+
+sqlite3_stmt* prepareStatement(sqlite3* handle, const std::string& sql) {
+    sqlite3_stmt* statement = nullptr;
+    if (handle == nullptr ||
+        sqlite3_prepare_v2(handle, sql.c_str(), -1, &statement, nullptr) != SQLITE_OK) {
+        sqlite3_finalize(statement);
+        throw DatabaseError::queryFailed(errorMessage(handle));
+    }
+    return statement;
+}
+
+DatabaseError stepFailure(sqlite3* handle, int stepResult) {
+    if (stepResult == SQLITE_BUSY) return DatabaseError::locked();
+    return DatabaseError::queryFailed(errorMessage(handle));
+}
+
+void bindText(sqlite3_stmt* statement, int position, const std::string& text) {
+    sqlite3_bind_text(statement, position, text.c_str(), -1, SQLITE_TRANSIENT_PTR);
+}
+
+void bindInt32(sqlite3_stmt* statement, int position, std::int64_t value) {
+    if (value < std::numeric_limits<std::int32_t>::min() ||
+        value > std::numeric_limits<std::int32_t>::max()) {
+        invariantViolated("a bound count does not fit 32 bits");
+    }
+    sqlite3_bind_int(statement, position, static_cast<int>(value));
+}
+
+std::string columnText(sqlite3_stmt* statement, int column) {
+    const unsigned char* text = sqlite3_column_text(statement, column);
+    if (text == nullptr) invariantViolated("a column that is never NULL was NULL");
+    return reinterpret_cast<const char*>(text);
+}
+
+std::optional<std::string> columnOptionalText(sqlite3_stmt* statement, int column) {
+    if (sqlite3_column_type(statement, column) == SQLITE_NULL) return std::nullopt;
+    const unsigned char* text = sqlite3_column_text(statement, column);
+    return text != nullptr ? std::string(reinterpret_cast<const char*>(text)) : std::string();
+}
+
+std::optional<double> columnOptionalDouble(sqlite3_stmt* statement, int column) {
+    if (sqlite3_column_type(statement, column) == SQLITE_NULL) return std::nullopt;
+    return sqlite3_column_double(statement, column);
+}
+
+std::optional<std::int64_t> columnOptionalInt64(sqlite3_stmt* statement, int column) {
+    if (sqlite3_column_type(statement, column) == SQLITE_NULL) return std::nullopt;
+    return sqlite3_column_int64(statement, column);
+}
+
+void invariantViolated(const char* what) {
+    std::fprintf(stderr, "Fatal error: %s\n", what);
+    std::abort();
+}
+
+}  // namespace VarnholtSQLiteSupport

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+struct sqlite3;
+
+namespace VarnholtSampleData {
+
+// The recorder's tables as a recent recorder (schema version 24) writes them:
+// frames, observations, observation_entities and the external-content FTS5
+// index over descriptions with its sync triggers, plus the recorder's own
+// indexes. Fixtures, the sample database and benchmarks all start from this,
+// so our queries are measured against the shape real databases have.
+//
+// The database runs in WAL mode, as the recorder's does.
+
+// Creates every table, index and trigger on `handle` and stamps
+// PRAGMA user_version = userVersion. Throws std::runtime_error with SQLite's
+// message on failure.
+void createRecorderSchema(sqlite3* handle, std::int32_t userVersion = 24);
+
+// Runs `sql` (one or more statements) on a writable handle; throws
+// std::runtime_error with SQLite's message. For fixtures and generators only:
+// the query tool itself never writes.
+void execWritable(sqlite3* handle, const std::string& sql);
+
+// Opens (creating) a writable database at `path` for building fixtures.
+// REQUIRES: the caller closes the handle with sqlite3_close.
+sqlite3* openWritableDatabase(const std::string& path);
+
+}  // namespace VarnholtSampleData

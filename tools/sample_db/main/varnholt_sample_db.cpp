@@ -1,0 +1,2 @@
+// Placeholder entry; the generator replaces it.
+int main() { return 2; }
