@@ -1,0 +1,229 @@
+#include "TemporaryHome.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <pty.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <thread>
+
+namespace VarnholtTestSupport {
+
+namespace {
+
+constexpr const char* kNssWrapper = "libnss_wrapper.so";
+constexpr const char* kFakeTime = "/usr/lib/x86_64-linux-gnu/faketime/libfaketime.so.1";
+
+void writeText(const std::string& path, const std::string& content) {
+    std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+    std::ofstream file(path, std::ios::binary | std::ios::trunc);
+    file << content;
+    if (!file) throw std::runtime_error("Cannot write " + path);
+}
+
+std::vector<char*> pointers(std::vector<std::string>& strings) {
+    std::vector<char*> result;
+    for (auto& text : strings) result.push_back(text.data());
+    result.push_back(nullptr);
+    return result;
+}
+
+int decodeWaitStatus(int status) {
+    if (WIFEXITED(status)) return WEXITSTATUS(status);
+    if (WIFSIGNALED(status)) return 128 + WTERMSIG(status);
+    return -1;
+}
+
+std::string readAll(int fd) {
+    std::string text;
+    char buffer[8192];
+    for (;;) {
+        const ssize_t count = read(fd, buffer, sizeof buffer);
+        if (count > 0) {
+            text.append(buffer, static_cast<size_t>(count));
+        } else if (count < 0 && errno == EINTR) {
+            continue;
+        } else {
+            return text;
+        }
+    }
+}
+
+}  // namespace
+
+TemporaryHome::TemporaryHome() {
+    const std::string user = "tester";
+    passwdFile_ = directory_.file(".nss/passwd");
+    groupFile_ = directory_.file(".nss/group");
+    writeText(passwdFile_, user + ":x:" + std::to_string(getuid()) + ":" + std::to_string(getgid()) +
+                               ":Test User:" + directory_.path() + ":/bin/sh\n");
+    writeText(groupFile_, user + ":x:" + std::to_string(getgid()) + ":\n");
+}
+
+std::string TemporaryHome::varnholtDirectory() const {
+    const std::string directory = directory_.file(".varnholt");
+    std::filesystem::create_directories(directory);
+    return directory;
+}
+
+std::string TemporaryHome::databasePath() const { return directory_.file(".varnholt/varnholt.db"); }
+
+void TemporaryHome::writeFile(const std::string& relative, const std::string& content) const {
+    writeText(directory_.file(relative), content);
+}
+
+std::vector<std::string> TemporaryHome::environment(const InvocationOptions& options) const {
+    std::string preload = kNssWrapper;
+    std::vector<std::string> environment = {
+        "NSS_WRAPPER_PASSWD=" + passwdFile_,
+        "NSS_WRAPPER_GROUP=" + groupFile_,
+        "HOME=/nonexistent-home-do-not-use",
+        "PATH=/usr/bin:/bin",
+        "TZ=" + options.timeZone,
+        "LANG=" + options.language,
+    };
+    if (options.frozenTime) {
+        preload += std::string(" ") + kFakeTime;
+        environment.push_back("FAKETIME=" + *options.frozenTime);
+        // libfaketime reads this absolute form as UTC whatever TZ says.
+        environment.push_back("FAKETIME_NO_CACHE=1");
+    }
+    environment.push_back("LD_PRELOAD=" + preload);
+    for (const auto& extra : options.extraEnvironment) environment.push_back(extra);
+    return environment;
+}
+
+ProcessResult TemporaryHome::run(const std::vector<std::string>& arguments,
+                                 const InvocationOptions& options) const {
+    int outPipe[2], errPipe[2];
+    if (pipe2(outPipe, O_CLOEXEC) != 0 || pipe2(errPipe, O_CLOEXEC) != 0) {
+        throw std::runtime_error("pipe failed");
+    }
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, outPipe[1], STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, errPipe[1], STDERR_FILENO);
+    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+
+    std::vector<std::string> argv = {VARNHOLT_QUERY_BINARY};
+    argv.insert(argv.end(), arguments.begin(), arguments.end());
+    std::vector<std::string> envp = environment(options);
+    auto argvPointers = pointers(argv);
+    auto envPointers = pointers(envp);
+
+    pid_t child = 0;
+    const int spawned = posix_spawn(&child, VARNHOLT_QUERY_BINARY, &actions, nullptr,
+                                    argvPointers.data(), envPointers.data());
+    posix_spawn_file_actions_destroy(&actions);
+    close(outPipe[1]);
+    close(errPipe[1]);
+    if (spawned != 0) {
+        close(outPipe[0]);
+        close(errPipe[0]);
+        throw std::runtime_error("Cannot start " + std::string(VARNHOLT_QUERY_BINARY));
+    }
+    // Drain standard error on a second thread so neither pipe can fill up.
+    ProcessResult result;
+    std::thread errorReader([&] { result.standardError = readAll(errPipe[0]); });
+    result.standardOutput = readAll(outPipe[0]);
+    errorReader.join();
+    close(outPipe[0]);
+    close(errPipe[0]);
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    result.exitStatus = decodeWaitStatus(status);
+    return result;
+}
+
+PseudoTerminalProcess::PseudoTerminalProcess(const TemporaryHome& home,
+                                             const std::vector<std::string>& arguments,
+                                             const InvocationOptions& options) {
+    std::vector<std::string> argv = {VARNHOLT_QUERY_BINARY};
+    argv.insert(argv.end(), arguments.begin(), arguments.end());
+    std::vector<std::string> envp = home.environment(options);
+    envp.push_back("TERM=xterm");
+    auto argvPointers = pointers(argv);
+    auto envPointers = pointers(envp);
+
+    struct winsize size {};
+    size.ws_row = 40;
+    size.ws_col = 120;
+    const pid_t pid = forkpty(&masterFd_, nullptr, nullptr, &size);
+    if (pid < 0) throw std::runtime_error("forkpty failed");
+    if (pid == 0) {
+        // The default disposition of SIGINT, whatever the test runner set.
+        signal(SIGINT, SIG_DFL);
+        execve(VARNHOLT_QUERY_BINARY, argvPointers.data(), envPointers.data());
+        _exit(127);
+    }
+    childPid_ = pid;
+}
+
+PseudoTerminalProcess::~PseudoTerminalProcess() {
+    if (childPid_ > 0 && exitStatus_ < 0) {
+        kill(childPid_, SIGKILL);
+        int status = 0;
+        waitpid(childPid_, &status, 0);
+    }
+    if (masterFd_ >= 0) close(masterFd_);
+}
+
+void PseudoTerminalProcess::readAvailable(std::chrono::milliseconds timeout) {
+    struct pollfd descriptor {masterFd_, POLLIN, 0};
+    if (poll(&descriptor, 1, static_cast<int>(timeout.count())) <= 0) return;
+    char buffer[8192];
+    const ssize_t count = read(masterFd_, buffer, sizeof buffer);
+    if (count > 0) output_.append(buffer, static_cast<size_t>(count));
+}
+
+bool PseudoTerminalProcess::waitForOutput(const std::string& text,
+                                          std::chrono::milliseconds timeout) {
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    while (output_.find(text) == std::string::npos) {
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+            deadline - std::chrono::steady_clock::now());
+        if (left.count() <= 0) return false;
+        readAvailable(std::min(left, std::chrono::milliseconds(100)));
+    }
+    return true;
+}
+
+void PseudoTerminalProcess::readFor(std::chrono::milliseconds duration) {
+    const auto deadline = std::chrono::steady_clock::now() + duration;
+    for (;;) {
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+            deadline - std::chrono::steady_clock::now());
+        if (left.count() <= 0) return;
+        readAvailable(std::min(left, std::chrono::milliseconds(100)));
+    }
+}
+
+void PseudoTerminalProcess::sendSignal(int signal) { kill(childPid_, signal); }
+
+int PseudoTerminalProcess::waitForExit(std::chrono::milliseconds timeout) {
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    while (exitStatus_ < 0) {
+        int status = 0;
+        const pid_t done = waitpid(childPid_, &status, WNOHANG);
+        if (done == childPid_) {
+            exitStatus_ = decodeWaitStatus(status);
+            break;
+        }
+        if (std::chrono::steady_clock::now() >= deadline) return -1;
+        // Keep draining so the child never blocks on a full terminal.
+        readAvailable(std::chrono::milliseconds(20));
+    }
+    // Collect what the child wrote before it ended.
+    readFor(std::chrono::milliseconds(50));
+    return exitStatus_;
+}
+
+}  // namespace VarnholtTestSupport
