@@ -8,9 +8,9 @@ namespace VarnholtSampleData {
 
 namespace {
 
-constexpr const char* kSchema = R"SQL(
-PRAGMA journal_mode = WAL;
-
+// The tables, the full-text table among them, with only the indexes SQLite
+// itself keeps for their keys.
+constexpr const char* kTables = R"SQL(
 CREATE TABLE frames (
     id TEXT PRIMARY KEY,
     display_id TEXT NOT NULL,
@@ -27,10 +27,6 @@ CREATE TABLE frames (
     failed_at TEXT,
     created_at TEXT DEFAULT (datetime('now'))
 );
-CREATE INDEX idx_frames_analyzed ON frames(analyzed);
-CREATE INDEX idx_frames_timestamp ON frames(timestamp);
-CREATE INDEX idx_frames_processing_lock ON frames(processing_lock_id);
-CREATE INDEX idx_frames_analyzed_timestamp ON frames(analyzed, timestamp);
 
 CREATE TABLE observations (
     id TEXT PRIMARY KEY,
@@ -54,10 +50,6 @@ CREATE TABLE observations (
     vlm_stats TEXT,
     tb_id TEXT
 );
-CREATE INDEX idx_observations_recording_type ON observations(recording_id, type);
-CREATE INDEX idx_observations_recording_timestamp ON observations(recording_id, timestamp);
-CREATE INDEX idx_observations_frame ON observations(frame_id);
-CREATE INDEX idx_observations_tb ON observations(tb_id);
 
 CREATE TABLE observation_entities (
     entity_id TEXT PRIMARY KEY,
@@ -68,8 +60,6 @@ CREATE TABLE observation_entities (
     created_at REAL NOT NULL,
     UNIQUE(observation_id, entity_kind, entity_value)
 );
-CREATE INDEX idx_observation_entities_observation ON observation_entities(observation_id);
-CREATE INDEX idx_observation_entities_kind ON observation_entities(entity_kind);
 
 CREATE VIRTUAL TABLE observations_fts USING fts5(
     vlm_description,
@@ -77,6 +67,23 @@ CREATE VIRTUAL TABLE observations_fts USING fts5(
     content_rowid='rowid',
     tokenize="porter unicode61 tokenchars '_-.'"
 );
+)SQL";
+
+constexpr const char* kIndexes = R"SQL(
+CREATE INDEX idx_frames_analyzed ON frames(analyzed);
+CREATE INDEX idx_frames_timestamp ON frames(timestamp);
+CREATE INDEX idx_frames_processing_lock ON frames(processing_lock_id);
+CREATE INDEX idx_frames_analyzed_timestamp ON frames(analyzed, timestamp);
+CREATE INDEX idx_observations_recording_type ON observations(recording_id, type);
+CREATE INDEX idx_observations_recording_timestamp ON observations(recording_id, timestamp);
+CREATE INDEX idx_observations_frame ON observations(frame_id);
+CREATE INDEX idx_observations_tb ON observations(tb_id);
+CREATE INDEX idx_observation_entities_observation ON observation_entities(observation_id);
+CREATE INDEX idx_observation_entities_kind ON observation_entities(entity_kind);
+)SQL";
+
+// Fills the index from whatever observations exist, then keeps it in sync.
+constexpr const char* kFullTextSync = R"SQL(
 INSERT INTO observations_fts(observations_fts) VALUES ('rebuild');
 
 CREATE TRIGGER observations_fts_insert AFTER INSERT ON observations BEGIN
@@ -105,7 +112,16 @@ void execWritable(sqlite3* handle, const std::string& sql) {
 }
 
 void createRecorderSchema(sqlite3* handle, std::int32_t userVersion) {
-    execWritable(handle, kSchema);
+    execWritable(handle, "PRAGMA journal_mode = WAL");
+    createRecorderTables(handle);
+    completeRecorderSchema(handle, userVersion);
+}
+
+void createRecorderTables(sqlite3* handle) { execWritable(handle, kTables); }
+
+void completeRecorderSchema(sqlite3* handle, std::int32_t userVersion) {
+    execWritable(handle, kIndexes);
+    execWritable(handle, kFullTextSync);
     execWritable(handle, "PRAGMA user_version = " + std::to_string(userVersion));
 }
 

@@ -20,6 +20,16 @@ namespace VarnholtSampleData {
 // message on failure.
 void createRecorderSchema(sqlite3* handle, std::int32_t userVersion = 24);
 
+// The same schema in two steps, for bulk loading: createRecorderTables makes
+// the tables (and the empty full-text table) without secondary indexes or
+// triggers, so rows go in without maintaining them; completeRecorderSchema
+// then adds the indexes, fills the full-text index once with 'rebuild', adds
+// its sync triggers and stamps the version. The result has the same tables,
+// indexes and triggers as createRecorderSchema; the journal mode is left to
+// the caller. Both throw std::runtime_error with SQLite's message.
+void createRecorderTables(sqlite3* handle);
+void completeRecorderSchema(sqlite3* handle, std::int32_t userVersion = 24);
+
 // Runs `sql` (one or more statements) on a writable handle; throws
 // std::runtime_error with SQLite's message. For fixtures and generators only:
 // the query tool itself never writes.
