@@ -102,6 +102,12 @@ std::vector<std::string> TemporaryHome::environment(const InvocationOptions& opt
 
 ProcessResult TemporaryHome::run(const std::vector<std::string>& arguments,
                                  const InvocationOptions& options) const {
+    return runProgram(VARNHOLT_QUERY_BINARY, arguments, options);
+}
+
+ProcessResult TemporaryHome::runProgram(const std::string& program,
+                                        const std::vector<std::string>& arguments,
+                                        const InvocationOptions& options) const {
     int outPipe[2], errPipe[2];
     if (pipe2(outPipe, O_CLOEXEC) != 0 || pipe2(errPipe, O_CLOEXEC) != 0) {
         throw std::runtime_error("pipe failed");
@@ -112,14 +118,14 @@ ProcessResult TemporaryHome::run(const std::vector<std::string>& arguments,
     posix_spawn_file_actions_adddup2(&actions, errPipe[1], STDERR_FILENO);
     posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
 
-    std::vector<std::string> argv = {VARNHOLT_QUERY_BINARY};
+    std::vector<std::string> argv = {program};
     argv.insert(argv.end(), arguments.begin(), arguments.end());
     std::vector<std::string> envp = environment(options);
     auto argvPointers = pointers(argv);
     auto envPointers = pointers(envp);
 
     pid_t child = 0;
-    const int spawned = posix_spawn(&child, VARNHOLT_QUERY_BINARY, &actions, nullptr,
+    const int spawned = posix_spawn(&child, program.c_str(), &actions, nullptr,
                                     argvPointers.data(), envPointers.data());
     posix_spawn_file_actions_destroy(&actions);
     close(outPipe[1]);
@@ -127,7 +133,7 @@ ProcessResult TemporaryHome::run(const std::vector<std::string>& arguments,
     if (spawned != 0) {
         close(outPipe[0]);
         close(errPipe[0]);
-        throw std::runtime_error("Cannot start " + std::string(VARNHOLT_QUERY_BINARY));
+        throw std::runtime_error("Cannot start " + program);
     }
     // Drain standard error on a second thread so neither pipe can fill up.
     ProcessResult result;

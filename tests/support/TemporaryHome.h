@@ -50,6 +50,11 @@ public:
     ProcessResult run(const std::vector<std::string>& arguments,
                       const InvocationOptions& options = {}) const;
 
+    // The same for another program (by absolute path), such as the sample
+    // database generator.
+    ProcessResult runProgram(const std::string& program, const std::vector<std::string>& arguments,
+                             const InvocationOptions& options = {}) const;
+
     // The environment run() gives the child, for callers that start it
     // themselves (see PseudoTerminalProcess).
     std::vector<std::string> environment(const InvocationOptions& options) const;
