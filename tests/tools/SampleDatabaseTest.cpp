@@ -62,9 +62,10 @@ public:
             for (int column = 0; column < sqlite3_column_count(statement); ++column) {
                 if (column > 0) row += '|';
                 const auto* text = sqlite3_column_text(statement, column);
-                row += text != nullptr ? std::string(reinterpret_cast<const char*>(text),
-                                                     static_cast<std::size_t>(sqlite3_column_bytes(statement, column)))
-                                       : "NULL";
+                row += text != nullptr
+                           ? std::string(reinterpret_cast<const char*>(text),
+                                         static_cast<std::size_t>(sqlite3_column_bytes(statement, column)))
+                           : "NULL";
             }
             result.push_back(row);
         }
@@ -82,7 +83,8 @@ public:
     // A fingerprint of everything stored: the schema and every row of every table.
     std::size_t contentHash() const {
         std::string all;
-        for (const auto& row : rows("SELECT type, name, sql FROM sqlite_master ORDER BY name")) all += row + '\n';
+        for (const auto& row : rows("SELECT type, name, sql FROM sqlite_master ORDER BY name"))
+            all += row + '\n';
         for (const char* table : {"frames", "observations", "observation_entities"}) {
             for (const auto& row : rows(std::string("SELECT rowid, * FROM ") + table + " ORDER BY rowid")) {
                 all += row + '\n';
@@ -201,10 +203,11 @@ Database* SampleDatabaseShapeTest::db_ = nullptr;
 TEST_F(SampleDatabaseShapeTest, IsARecorderDatabaseAtVersion24InWalMode) {
     EXPECT_EQ(db_->number("PRAGMA user_version"), 24);
     EXPECT_EQ(db_->text("PRAGMA journal_mode"), "wal");
-    const auto names = db_->rows("SELECT type || ' ' || name FROM sqlite_master "
-                                 "WHERE name NOT LIKE 'sqlite_%' "
-                                 "AND NOT (type = 'table' AND name LIKE 'observations_fts_%') "
-                                 "ORDER BY type, name");
+    const auto names = db_->rows(
+        "SELECT type || ' ' || name FROM sqlite_master "
+        "WHERE name NOT LIKE 'sqlite_%' "
+        "AND NOT (type = 'table' AND name LIKE 'observations_fts_%') "
+        "ORDER BY type, name");
     const std::vector<std::string> expected = {
         "index idx_frames_analyzed",
         "index idx_frames_analyzed_timestamp",
@@ -231,7 +234,8 @@ TEST_F(SampleDatabaseShapeTest, FullTextIndexCoversEveryDescription) {
     const long long matches =
         db_->number("SELECT count(*) FROM observations_fts WHERE observations_fts MATCH 'kubernetes'");
     EXPECT_GT(matches, 0);
-    EXPECT_EQ(matches, db_->number("SELECT count(*) FROM observations WHERE vlm_description LIKE '%kubernetes%'"));
+    EXPECT_EQ(matches,
+              db_->number("SELECT count(*) FROM observations WHERE vlm_description LIKE '%kubernetes%'"));
     EXPECT_GT(db_->number("SELECT count(*) FROM observations_fts WHERE observations_fts MATCH 'fixing'"), 0);
     EXPECT_EQ(db_->number("SELECT count(*) FROM observations_fts_docsize"),
               db_->number("SELECT count(*) FROM observations"));
@@ -258,7 +262,8 @@ TEST_F(SampleDatabaseShapeTest, WorkingDaysHaveThousandsOfFramesAndWeekendsFewer
         EXPECT_LE(counts[workday], 20000) << workday;
     }
     EXPECT_GT(counts["2026-04-01"], 1000);
-    for (const char* weekendDay : {"2026-03-28", "2026-03-29"}) EXPECT_LT(counts[weekendDay], 5000) << weekendDay;
+    for (const char* weekendDay : {"2026-03-28", "2026-03-29"})
+        EXPECT_LT(counts[weekendDay], 5000) << weekendDay;
 }
 
 TEST_F(SampleDatabaseShapeTest, WorkHappensInTheDaytime) {
@@ -272,7 +277,8 @@ TEST_F(SampleDatabaseShapeTest, EveryDescribedFrameHasTwoToFiveEntities) {
                         "LEFT JOIN observation_entities e ON e.observation_id = o.id "
                         "WHERE o.type = 'visual' GROUP BY o.id)"),
               "2|5");
-    for (const char* kind : {"app", "programming_language", "software_tool", "framework", "website", "company"}) {
+    for (const char* kind :
+         {"app", "programming_language", "software_tool", "framework", "website", "company"}) {
         EXPECT_GT(db_->number(std::string("SELECT count(*) FROM observation_entities WHERE entity_kind = '") +
                               kind + "'"),
                   0)
@@ -302,9 +308,11 @@ TEST_F(SampleDatabaseShapeTest, SomeObservationsOutliveTheirPrunedFrames) {
 }
 
 TEST_F(SampleDatabaseShapeTest, ConsecutiveFramesOftenShareTheirDescription) {
-    const long long observations = db_->number("SELECT count(*) FROM observations WHERE recording_id IS NULL");
+    const long long observations =
+        db_->number("SELECT count(*) FROM observations WHERE recording_id IS NULL");
     const long long repeats = db_->number(
-        "SELECT count(*) FROM (SELECT vlm_description, lag(vlm_description) OVER (ORDER BY timestamp) AS previous "
+        "SELECT count(*) FROM (SELECT vlm_description, lag(vlm_description) OVER (ORDER BY timestamp) AS "
+        "previous "
         "FROM observations WHERE recording_id IS NULL) WHERE vlm_description = previous");
     EXPECT_GT(repeats, observations / 4);
     EXPECT_LT(repeats, observations);
@@ -324,9 +332,10 @@ TEST_F(SampleDatabaseShapeTest, AppsAreJsonArraysWithEmptyCrowdedAndTwinSpelling
               0);
     EXPECT_GT(db_->number("SELECT count(*) FROM observations WHERE apps = '[]'"), 0);
     EXPECT_GT(db_->number("SELECT count(*) FROM observations WHERE json_array_length(apps) > 10"), 0);
-    EXPECT_GT(db_->number("SELECT count(*) FROM observations o WHERE EXISTS (SELECT 1 FROM json_each(o.apps) a "
-                          "JOIN json_each(o.apps) b ON lower(a.value) = lower(b.value) AND a.value != b.value)"),
-              0);
+    EXPECT_GT(
+        db_->number("SELECT count(*) FROM observations o WHERE EXISTS (SELECT 1 FROM json_each(o.apps) a "
+                    "JOIN json_each(o.apps) b ON lower(a.value) = lower(b.value) AND a.value != b.value)"),
+        0);
     EXPECT_EQ(db_->number("SELECT count(*) FROM observations WHERE apps LIKE '%, %'"), 0);
 }
 
@@ -334,10 +343,11 @@ TEST_F(SampleDatabaseShapeTest, IdsAreUpperCaseUuids) {
     const std::vector<std::pair<std::string, std::string>> keys = {
         {"frames", "id"}, {"observations", "id"}, {"observation_entities", "entity_id"}};
     for (const auto& [table, column] : keys) {
-        EXPECT_EQ(db_->number("SELECT count(*) FROM " + table + " WHERE length(" + column + ") != 36 OR upper(" +
-                              column + ") != " + column + " OR " + column +
-                              " NOT GLOB '[0-9A-F][0-9A-F][0-9A-F][0-9A-F][0-9A-F][0-9A-F][0-9A-F][0-9A-F]-*'"),
-                  0)
+        EXPECT_EQ(
+            db_->number("SELECT count(*) FROM " + table + " WHERE length(" + column + ") != 36 OR upper(" +
+                        column + ") != " + column + " OR " + column +
+                        " NOT GLOB '[0-9A-F][0-9A-F][0-9A-F][0-9A-F][0-9A-F][0-9A-F][0-9A-F][0-9A-F]-*'"),
+            0)
             << table;
     }
 }
@@ -345,7 +355,9 @@ TEST_F(SampleDatabaseShapeTest, IdsAreUpperCaseUuids) {
 TEST_F(SampleDatabaseShapeTest, FramesCarryTheirCaptureTimeAndPathInADayFolder) {
     EXPECT_EQ(db_->number("SELECT count(*) FROM frames WHERE "
                           "captured_at != strftime('%Y-%m-%dT%H:%M:%SZ', timestamp, 'unixepoch') OR "
-                          "image_path != '" + kHome + "/.varnholt/frames/' || date(timestamp, 'unixepoch') "
+                          "image_path != '" +
+                          kHome +
+                          "/.varnholt/frames/' || date(timestamp, 'unixepoch') "
                           "|| '/' || id || '.jpg' OR created_at IS NULL"),
               0);
     EXPECT_EQ(db_->number("SELECT count(*) FROM observations o JOIN frames f ON f.id = o.frame_id "
@@ -374,7 +386,8 @@ TEST(SampleDatabaseTest, WorkingHoursAndDayFoldersFollowTheLocalOffset) {
                         "strftime('%H', timestamp + 36000, 'unixepoch') NOT BETWEEN '08' AND '18'"),
               0);
     // In UTC the same frames spread over the evening and the night.
-    EXPECT_GT(db.number("SELECT count(*) FROM frames WHERE strftime('%H', timestamp, 'unixepoch') < '08'"), 0);
+    EXPECT_GT(db.number("SELECT count(*) FROM frames WHERE strftime('%H', timestamp, 'unixepoch') < '08'"),
+              0);
     EXPECT_EQ(db.number("SELECT count(*) FROM frames WHERE image_path NOT LIKE '%/' || "
                         "date(timestamp + 36000, 'unixepoch') || '/%'"),
               0);

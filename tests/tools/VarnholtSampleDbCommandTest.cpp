@@ -53,11 +53,13 @@ TEST(VarnholtSampleDbCommandTest, WritesADatabaseAtThePathGiven) {
     const std::string path = home.path() + "/sample.db";
     const ProcessResult result = runGenerator(home, {"--days", "2", "--seed", "9", "--end", kEnd, path});
     EXPECT_EQ(result.exitStatus, 0);
-    EXPECT_EQ(result.standardError, "Created a sample recorder database with 2 days of activity at " + path + "\n");
+    EXPECT_EQ(result.standardError,
+              "Created a sample recorder database with 2 days of activity at " + path + "\n");
     EXPECT_EQ(result.standardOutput, "");
     EXPECT_EQ(firstRow(path, "PRAGMA user_version"), "24");
-    EXPECT_EQ(firstRow(path, "SELECT max(timestamp) <= " + kEnd + ", count(DISTINCT date(timestamp, 'unixepoch')) "
-                             "FROM frames"),
+    EXPECT_EQ(firstRow(path, "SELECT max(timestamp) <= " + kEnd +
+                                 ", count(DISTINCT date(timestamp, 'unixepoch')) "
+                                 "FROM frames"),
               "1|2");
 }
 
@@ -78,7 +80,8 @@ TEST(VarnholtSampleDbCommandTest, DefaultLocationCreatesTheDatabaseOnceAndThenLe
 
     const ProcessResult first = runGenerator(home, {"--default-location", "--days", "1", "--end", kEnd});
     EXPECT_EQ(first.exitStatus, 0);
-    EXPECT_EQ(first.standardError, "Created a sample recorder database with 1 day of activity at " + path + "\n");
+    EXPECT_EQ(first.standardError,
+              "Created a sample recorder database with 1 day of activity at " + path + "\n");
     ASSERT_TRUE(std::filesystem::exists(path));
     // The home came from the password database, not from $HOME.
     EXPECT_EQ(firstRow(path, "SELECT count(*) = 0 FROM frames WHERE image_path NOT LIKE '" + home.path() +

@@ -199,7 +199,9 @@ std::string upperCase(std::string text) {
 std::string noisy(const std::string& value, SampleRandom& random) {
     const double roll = random.uniform();
     if (roll < 0.15) return lowerCase(value);
-    if (roll < 0.19 && value.size() > 4) return value.substr(0, static_cast<std::size_t>(random.integer(2, 4)));
+    if (roll < 0.19 && value.size() > 4) {
+        return value.substr(0, static_cast<std::size_t>(random.integer(2, 4)));
+    }
     if (roll < 0.21) return upperCase(value);
     return value;
 }
@@ -208,7 +210,9 @@ std::string base64Like(SampleRandom& random, int length) {
     static const std::string kAlphabet =
         "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     std::string text;
-    for (int i = 0; i < length; ++i) text.push_back(kAlphabet[static_cast<std::size_t>(random.integer(0, 63))]);
+    for (int i = 0; i < length; ++i) {
+        text.push_back(kAlphabet[static_cast<std::size_t>(random.integer(0, 63))]);
+    }
     return text + "==";
 }
 
@@ -278,7 +282,7 @@ Words runApps(const WorkTask& task, SampleRandom& random) {
     Words apps = task.apps;
     if (apps.size() > 2 && random.chance(0.25)) std::swap(apps[1], apps[2]);
     if (random.chance(0.05)) {
-        const std::string& twin = apps[static_cast<std::size_t>(random.integer(0, static_cast<int>(apps.size()) - 1))];
+        const std::string twin = random.pick(apps);
         apps.push_back(random.chance(0.7) ? lowerCase(twin) : upperCase(twin));
     }
     return apps;
@@ -299,7 +303,7 @@ std::vector<SampleEntity> runEntities(const WorkTask& task, const Words& apps, S
     const int wanted = random.integer(2, 5);
     std::vector<SampleEntity> entities;
     for (int attempt = 0; attempt < 40 && static_cast<int>(entities.size()) < wanted; ++attempt) {
-        const auto& candidate = pool[static_cast<std::size_t>(random.integer(0, static_cast<int>(pool.size()) - 1))];
+        const auto& candidate = random.pick(pool);
         const bool seen = std::any_of(entities.begin(), entities.end(), [&](const SampleEntity& entity) {
             return entity.kind == candidate.first && entity.value == candidate.second;
         });

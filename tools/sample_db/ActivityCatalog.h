@@ -18,12 +18,12 @@ struct SampleEntity {
 // the screen barely changes, so the description, the visible applications and
 // the extracted entities repeat for every frame of the run.
 struct DescriptionRun {
-    std::string description;   // one sentence, 60 to 200 characters
-    std::string activityType;  // "coding", "meeting", ...
-    std::string appsJson;      // compact JSON array of display names, "[]" when none
-    std::string topicsJson;    // compact JSON array
-    std::string ocrText;       // empty when the model returned no text
-    std::string rawResponse;   // the model's JSON answer the description came from
+    std::string description;             // one sentence, 60 to 200 characters
+    std::string activityType;            // "coding", "meeting", ...
+    std::string appsJson;                // compact JSON array of display names, "[]" when none
+    std::string topicsJson;              // compact JSON array
+    std::string ocrText;                 // empty when the model returned no text
+    std::string rawResponse;             // the model's JSON answer the description came from
     std::vector<SampleEntity> entities;  // 2 to 5, distinct (kind, value) pairs
     int frames = 1;                      // how many consecutive frames share the run
 };

@@ -56,7 +56,9 @@ double localDayStart(std::int64_t day, int utcOffsetSeconds) {
     return static_cast<double>(day * kSecondsPerDay - utcOffsetSeconds);
 }
 
-int weekdayOfDay(std::int64_t day) { return static_cast<int>(((day % 7) + 11) % 7); }
+int weekdayOfDay(std::int64_t day) {
+    return static_cast<int>(((day % 7) + 11) % 7);
+}
 
 std::string formatDay(std::int64_t day) {
     const CivilDate date = civilFromDays(day);
@@ -66,7 +68,9 @@ std::string formatDay(std::int64_t day) {
     return text;
 }
 
-std::string formatIsoUtc(double seconds) { return format(seconds, "%04lld-%02u-%02uT%02d:%02d:%02dZ"); }
+std::string formatIsoUtc(double seconds) {
+    return format(seconds, "%04lld-%02u-%02uT%02d:%02d:%02dZ");
+}
 
 std::string formatSqlDateTime(double seconds) {
     return format(seconds, "%04lld-%02u-%02u %02d:%02d:%02d");

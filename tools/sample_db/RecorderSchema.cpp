@@ -117,7 +117,9 @@ void createRecorderSchema(sqlite3* handle, std::int32_t userVersion) {
     completeRecorderSchema(handle, userVersion);
 }
 
-void createRecorderTables(sqlite3* handle) { execWritable(handle, kTables); }
+void createRecorderTables(sqlite3* handle) {
+    execWritable(handle, kTables);
+}
 
 void completeRecorderSchema(sqlite3* handle, std::int32_t userVersion) {
     execWritable(handle, kIndexes);
@@ -127,8 +129,8 @@ void completeRecorderSchema(sqlite3* handle, std::int32_t userVersion) {
 
 sqlite3* openWritableDatabase(const std::string& path) {
     sqlite3* handle = nullptr;
-    if (sqlite3_open_v2(path.c_str(), &handle, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE,
-                        nullptr) != SQLITE_OK) {
+    if (sqlite3_open_v2(path.c_str(), &handle, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr) !=
+        SQLITE_OK) {
         std::string message = handle != nullptr ? sqlite3_errmsg(handle) : "out of memory";
         sqlite3_close(handle);
         throw std::runtime_error("Cannot create " + path + ": " + message);

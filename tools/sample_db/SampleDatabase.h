@@ -27,13 +27,13 @@ struct SampleDatabaseOptions {
 
 // Counts of what was written.
 struct SampleDatabaseSummary {
-    std::int64_t frames = 0;               // rows in frames
-    std::int64_t observations = 0;         // rows in observations
-    std::int64_t entities = 0;             // rows in observation_entities
-    std::int64_t pendingFrames = 0;        // analyzed = 0
-    std::int64_t failedFrames = 0;         // analyzed = 2
-    std::int64_t prunedFrames = 0;         // observations whose frame row is gone
-    std::int64_t importedObservations = 0; // observations with a recording_id
+    std::int64_t frames = 0;                // rows in frames
+    std::int64_t observations = 0;          // rows in observations
+    std::int64_t entities = 0;              // rows in observation_entities
+    std::int64_t pendingFrames = 0;         // analyzed = 0
+    std::int64_t failedFrames = 0;          // analyzed = 2
+    std::int64_t prunedFrames = 0;          // observations whose frame row is gone
+    std::int64_t importedObservations = 0;  // observations with a recording_id
 };
 
 // Thrown when the target (or a leftover write-ahead log beside it) exists.

@@ -42,22 +42,28 @@ std::uint64_t SampleRandom::next() {
     return result;
 }
 
-double SampleRandom::uniform() { return static_cast<double>(next() >> 11) * 0x1.0p-53; }
+double SampleRandom::uniform() {
+    return static_cast<double>(next() >> 11) * 0x1.0p-53;
+}
 
-double SampleRandom::between(double low, double high) { return low + (high - low) * uniform(); }
+double SampleRandom::between(double low, double high) {
+    return low + (high - low) * uniform();
+}
 
 int SampleRandom::integer(int low, int high) {
     const std::uint64_t span = static_cast<std::uint64_t>(high - low) + 1;
     return low + static_cast<int>(next() % span);
 }
 
-bool SampleRandom::chance(double probability) { return uniform() < probability; }
+bool SampleRandom::chance(double probability) {
+    return uniform() < probability;
+}
 
 std::string SampleRandom::uuid() {
     std::uint64_t high = next();
     std::uint64_t low = next();
-    high = (high & ~0xF000ULL) | 0x4000ULL;                              // version 4
-    low = (low & 0x3FFFFFFFFFFFFFFFULL) | 0x8000000000000000ULL;         // RFC 4122 variant
+    high = (high & ~0xF000ULL) | 0x4000ULL;                       // version 4
+    low = (low & 0x3FFFFFFFFFFFFFFFULL) | 0x8000000000000000ULL;  // RFC 4122 variant
     std::string text(36, '-');
     int position = 0;
     auto put = [&](std::uint64_t word, int nibbles) {

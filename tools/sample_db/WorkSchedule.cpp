@@ -40,7 +40,8 @@ std::vector<Interval> withPauses(const Interval& session, SampleRandom& random) 
         });
         const double length = random.between(3.0, 12.0) * kMinute;
         if (longest.second - longest.first < length + 20.0 * kMinute) continue;
-        const double begin = random.between(longest.first + 10.0 * kMinute, longest.second - 10.0 * kMinute - length);
+        const double begin =
+            random.between(longest.first + 10.0 * kMinute, longest.second - 10.0 * kMinute - length);
         const Interval after = {begin + length, longest.second};
         longest.second = begin;
         pieces.push_back(after);

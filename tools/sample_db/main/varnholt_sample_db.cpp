@@ -86,17 +86,20 @@ std::optional<Arguments> parseArguments(const std::vector<std::string>& words) {
 // the user's day.
 int localUtcOffset(double seconds) {
     const auto whole = static_cast<std::time_t>(seconds);
-    std::tm local {};
+    std::tm local{};
     if (localtime_r(&whole, &local) == nullptr) return 0;
     return static_cast<int>(local.tm_gmtoff);
 }
 
-std::string describeDays(int days) { return std::to_string(days) + (days == 1 ? " day" : " days"); }
+std::string describeDays(int days) {
+    return std::to_string(days) + (days == 1 ? " day" : " days");
+}
 
 int run(const Arguments& arguments) {
     const std::string home = VarnholtSQLiteSupport::userHomeDirectory();
     if (home.empty()) {
-        std::cerr << kProgram << "Cannot find the home directory of the current user in the password database\n";
+        std::cerr << kProgram
+                  << "Cannot find the home directory of the current user in the password database\n";
         return 1;
     }
     VarnholtSampleData::SampleDatabaseOptions options;
@@ -141,8 +144,8 @@ int run(const Arguments& arguments) {
         std::cerr << kProgram << failure.what() << "\n";
         return 1;
     }
-    std::cerr << "Created a sample recorder database with " << describeDays(options.days) << " of activity at "
-              << path << "\n";
+    std::cerr << "Created a sample recorder database with " << describeDays(options.days)
+              << " of activity at " << path << "\n";
     return 0;
 }
 
