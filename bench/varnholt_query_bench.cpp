@@ -1,0 +1,257 @@
+// varnholt-query-bench: runs the built varnholt-query against a year of
+// generated recorder activity and prints how long each command takes.
+//
+// The database is generated once and cached in the build tree. Each command
+// runs as a child process, as agents run it, under a home of our own (through
+// nss_wrapper) with TZ=UTC and the clock frozen by libfaketime at the moment
+// the generated activity ends, so "today" and "the last two hours" have data.
+
+#include <sqlite3.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <charconv>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "BenchmarkProcess.h"
+#include "SampleDatabase.h"
+
+namespace {
+
+using VarnholtBench::runTimed;
+using VarnholtBench::TimedRun;
+
+// Wednesday 2026-04-01 16:00:00 UTC: the generated activity ends here and the
+// child's clock stands still here.
+constexpr double kEndTime = 1775059200.0;
+constexpr const char* kFrozenClock = "2026-04-01 16:00:00";
+constexpr const char* kNssWrapper = "libnss_wrapper.so";
+constexpr const char* kFakeTime = "/usr/lib/x86_64-linux-gnu/faketime/libfaketime.so.1";
+
+constexpr const char* kUsage =
+    "Usage: varnholt-query-bench [--days N] [--runs N] [--seed S] [--cache DIR] [--filter TEXT]\n"
+    "Times varnholt-query commands against N days (default 365) of generated activity,\n"
+    "RUNS times each (default 15) after one untimed warm-up run. The database is generated\n"
+    "once into DIR (default: the build tree) and reused.\n";
+
+struct Settings {
+    int days = 365;
+    int runs = 15;
+    std::uint64_t seed = 1;
+    std::string cacheDirectory = VARNHOLT_BENCH_CACHE_DIR;
+    std::string filter;
+};
+
+struct BenchCase {
+    std::vector<std::string> arguments;
+};
+
+std::vector<BenchCase> benchCases() {
+    return {
+        {{"--version"}},  // process start-up with the preloads, no database
+        {{"today"}},
+        {{"this-week"}},
+        {{"recent", "--since", "2h"}},
+        {{"last-active-day"}},
+        {{"range", "--from", "2026-03-25", "--to", "2026-03-31"}},
+        {{"search", "error"}},
+        {{"search", "error", "--latest"}},
+        {{"search", "error", "--app", "Slack"}},
+        {{"search", "kubernetes", "--from", "2025-04-02", "--to", "2026-04-01"}},
+        {{"entities"}},
+        {{"entities", "--since", "1w"}},
+        {{"status", "--json"}},
+        {{"support-context"}},
+    };
+}
+
+template <typename Number>
+bool parseNumber(const std::string& text, Number& value) {
+    const char* last = text.data() + text.size();
+    const auto [end, error] = std::from_chars(text.data(), last, value);
+    return error == std::errc() && end == last && !text.empty();
+}
+
+std::optional<Settings> parseSettings(int argc, char** argv) {
+    Settings settings;
+    for (int i = 1; i < argc; ++i) {
+        const std::string word = argv[i];
+        if (i + 1 >= argc) return std::nullopt;
+        const std::string value = argv[++i];
+        if (word == "--days") {
+            if (!parseNumber(value, settings.days) || settings.days < 1) return std::nullopt;
+        } else if (word == "--runs") {
+            if (!parseNumber(value, settings.runs) || settings.runs < 1) return std::nullopt;
+        } else if (word == "--seed") {
+            if (!parseNumber(value, settings.seed)) return std::nullopt;
+        } else if (word == "--cache") {
+            settings.cacheDirectory = value;
+        } else if (word == "--filter") {
+            settings.filter = value;
+        } else {
+            return std::nullopt;
+        }
+    }
+    return settings;
+}
+
+std::string joined(const std::vector<std::string>& words) {
+    std::string text;
+    for (const auto& word : words) text += (text.empty() ? "" : " ") + word;
+    return text;
+}
+
+// The home that holds the cached database, named after what it contains.
+std::string homeFor(const Settings& settings) {
+    return settings.cacheDirectory + "/home-" + std::to_string(settings.days) + "d-seed" +
+           std::to_string(settings.seed) + "-end" + std::to_string(static_cast<long long>(kEndTime));
+}
+
+void ensureDatabase(const Settings& settings, const std::string& home) {
+    const std::string path = home + "/.varnholt/varnholt.db";
+    if (std::filesystem::exists(path)) {
+        std::cout << "Reusing " << path << "\n";
+        return;
+    }
+    std::filesystem::create_directories(home + "/.varnholt");
+    std::cout << "Generating " << settings.days << " days of activity into " << path << " ..." << std::endl;
+    VarnholtSampleData::SampleDatabaseOptions options;
+    options.days = settings.days;
+    options.seed = settings.seed;
+    options.endTime = kEndTime;
+    options.homeForImagePaths = home;
+    const auto start = std::chrono::steady_clock::now();
+    const auto summary = VarnholtSampleData::writeSampleDatabase(path, options);
+    const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    std::printf("Generated in %.1f s: %lld frames, %lld observations, %lld entities\n", seconds,
+                static_cast<long long>(summary.frames), static_cast<long long>(summary.observations),
+                static_cast<long long>(summary.entities));
+}
+
+long long countRows(const std::string& path, const char* sql) {
+    sqlite3* handle = nullptr;
+    long long count = -1;
+    if (sqlite3_open_v2(path.c_str(), &handle, SQLITE_OPEN_READONLY, nullptr) == SQLITE_OK) {
+        sqlite3_stmt* statement = nullptr;
+        if (sqlite3_prepare_v2(handle, sql, -1, &statement, nullptr) == SQLITE_OK &&
+            sqlite3_step(statement) == SQLITE_ROW) {
+            count = sqlite3_column_int64(statement, 0);
+        }
+        sqlite3_finalize(statement);
+    }
+    sqlite3_close(handle);
+    return count;
+}
+
+// nss_wrapper's password and group files, naming `home` as ours.
+class PasswordDatabase {
+public:
+    explicit PasswordDatabase(const std::string& home) {
+        std::string pattern = std::filesystem::temp_directory_path().string() + "/varnholt-bench-XXXXXX";
+        if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
+        directory_ = pattern;
+        std::ofstream(passwd()) << "bench:x:" << getuid() << ":" << getgid() << ":Bench:" << home << ":/bin/sh\n";
+        std::ofstream(group()) << "bench:x:" << getgid() << ":\n";
+    }
+    ~PasswordDatabase() {
+        std::error_code ignored;
+        std::filesystem::remove_all(directory_, ignored);
+    }
+    PasswordDatabase(const PasswordDatabase&) = delete;
+    PasswordDatabase& operator=(const PasswordDatabase&) = delete;
+    std::string passwd() const { return directory_ + "/passwd"; }
+    std::string group() const { return directory_ + "/group"; }
+
+private:
+    std::string directory_;
+};
+
+std::vector<std::string> childEnvironment(const PasswordDatabase& passwords) {
+    return {
+        "NSS_WRAPPER_PASSWD=" + passwords.passwd(),
+        "NSS_WRAPPER_GROUP=" + passwords.group(),
+        "HOME=/nonexistent-home-do-not-use",
+        "PATH=/usr/bin:/bin",
+        "TZ=UTC",
+        "LANG=en_US.UTF-8",
+        std::string("FAKETIME=") + kFrozenClock,
+        "FAKETIME_NO_CACHE=1",
+        std::string("LD_PRELOAD=") + kNssWrapper + " " + kFakeTime,
+    };
+}
+
+// "ok (N bytes)", "not available yet", or the error code of the envelope.
+std::string outcome(const TimedRun& run) {
+    if (run.standardOutput.find("not available yet") != std::string::npos) return "not available yet";
+    if (run.exitStatus == 0) return "ok, " + std::to_string(run.standardOutput.size()) + " bytes";
+    std::string code;
+    const std::size_t key = run.standardOutput.find("\"code\"");
+    if (key != std::string::npos) {
+        const std::size_t open = run.standardOutput.find('"', run.standardOutput.find(':', key));
+        const std::size_t close = run.standardOutput.find('"', open + 1);
+        if (open != std::string::npos && close != std::string::npos) {
+            code = " " + run.standardOutput.substr(open + 1, close - open - 1);
+        }
+    }
+    return "exit " + std::to_string(run.exitStatus) + code;
+}
+
+double median(std::vector<double> values) {
+    std::sort(values.begin(), values.end());
+    const std::size_t middle = values.size() / 2;
+    return values.size() % 2 == 1 ? values[middle] : (values[middle - 1] + values[middle]) / 2.0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const std::optional<Settings> parsed = parseSettings(argc, argv);
+    if (!parsed) {
+        std::cerr << kUsage;
+        return 2;
+    }
+    const Settings& settings = *parsed;
+    try {
+        const std::string home = homeFor(settings);
+        ensureDatabase(settings, home);
+        const std::string database = home + "/.varnholt/varnholt.db";
+        std::printf("Database: %lld frames, %lld observations, %lld entities, %.2f GB; clock frozen at %s UTC\n",
+                    countRows(database, "SELECT count(*) FROM frames"),
+                    countRows(database, "SELECT count(*) FROM observations"),
+                    countRows(database, "SELECT count(*) FROM observation_entities"),
+                    static_cast<double>(std::filesystem::file_size(database)) / 1e9, kFrozenClock);
+        std::printf("Binary: %s\nRuns per command: %d (after one untimed warm-up run)\n\n", VARNHOLT_QUERY_BINARY,
+                    settings.runs);
+
+        const PasswordDatabase passwords(home);
+        const std::vector<std::string> environment = childEnvironment(passwords);
+        std::printf("%-58s %10s %10s %10s  %s\n", "command", "median ms", "min ms", "max ms", "outcome");
+        for (const BenchCase& bench : benchCases()) {
+            const std::string label = joined(bench.arguments);
+            if (!settings.filter.empty() && label.find(settings.filter) == std::string::npos) continue;
+            TimedRun last = runTimed(VARNHOLT_QUERY_BINARY, bench.arguments, environment);
+            std::vector<double> times;
+            for (int run = 0; run < settings.runs; ++run) {
+                last = runTimed(VARNHOLT_QUERY_BINARY, bench.arguments, environment);
+                times.push_back(last.milliseconds);
+            }
+            std::printf("%-58s %10.1f %10.1f %10.1f  %s\n", label.c_str(), median(times),
+                        *std::min_element(times.begin(), times.end()),
+                        *std::max_element(times.begin(), times.end()), outcome(last).c_str());
+            std::fflush(stdout);
+        }
+    } catch (const std::exception& failure) {
+        std::cerr << "varnholt-query-bench: " << failure.what() << "\n";
+        return 1;
+    }
+    return 0;
+}
