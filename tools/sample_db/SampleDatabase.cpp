@@ -323,8 +323,9 @@ SampleDatabaseSummary writeSampleDatabase(const std::string& path, const SampleD
         // Nobody else sees this file until it is complete, and a failed run
         // deletes it, so the generation needs neither a journal nor syncs.
         // Ids are random, so their indexes take inserts all over the file: a
-        // large cache, and pages read through a memory map beyond it, keep a
-        // year of activity from turning into millions of small reads.
+        // large cache, and a memory map for pages beyond it (as large as the
+        // SQLite build allows), keep a year of activity from turning into
+        // millions of small reads.
         execWritable(handle,
                      "PRAGMA journal_mode = OFF; PRAGMA synchronous = OFF; PRAGMA temp_store = MEMORY; "
                      "PRAGMA cache_size = -2097152; PRAGMA mmap_size = 68719476736");
