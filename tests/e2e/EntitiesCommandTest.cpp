@@ -1,6 +1,8 @@
 #include <sqlite3.h>
 
+#include <cstdio>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
