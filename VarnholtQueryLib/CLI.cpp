@@ -1,11 +1,123 @@
 #include "CLI.h"
 
+#include <exception>
 #include <iostream>
+#include <memory>
 
 #include "BuildMetadata.h"
+#include "CLIError.h"
+#include "CommandArguments.h"
+#include "CommandLineTexts.h"
+#include "CommandParser.h"
+#include "CommandRunners.h"
+#include "DatabaseError.h"
+#include "JSONWriter.h"
+#include "LocalCalendar.h"
+#include "SQLiteReadConnection.h"
+#include "SystemPlatform.h"
+#include "UserHomeDirectory.h"
 
 namespace VarnholtQueryLib {
 
-void runCLI(const std::vector<std::string>&) { std::cout << BuildMetadata::versionLine() << "\n"; }
+namespace {
+
+using VarnholtSQLiteSupport::DatabaseError;
+using VarnholtSQLiteSupport::SQLiteReadConnection;
+
+template <class... Handlers>
+struct Overloaded : Handlers... {
+    using Handlers::operator()...;
+};
+template <class... Handlers>
+Overloaded(Handlers...) -> Overloaded<Handlers...>;
+
+// The commands and what they need: help, version and the monitor answer
+// without the database; every other command shares the one connection,
+// opened before its runner starts so that a missing, locked or too old
+// database is reported the same way for all of them.
+void dispatch(const Command& command, const CommandEnvironment& environment) {
+    const auto withDatabase = [&](auto&& run) {
+        SQLiteReadConnection connection;
+        run(connection);
+    };
+    std::visit(
+        Overloaded{
+            [](const Command::Help&) {
+                // Help goes to standard error on purpose, unlike the version:
+                // a caller reading standard output never mistakes it for data.
+                std::cerr << kHelpText;
+                std::cerr.flush();
+            },
+            [](const Command::Version&) {
+                std::cout << BuildMetadata::versionLine() << '\n';
+            },
+            [&](const Command::Top&) { runTopCommand(environment); },
+            [&](const Command::Search& search) {
+                withDatabase([&](SQLiteReadConnection& c) { runSearchCommand(search, c, environment); });
+            },
+            [&](const Command::Recent& recent) {
+                withDatabase([&](SQLiteReadConnection& c) { runTimelineCommand(recent, c, environment); });
+            },
+            [&](const Command::Entities& entities) {
+                withDatabase([&](SQLiteReadConnection& c) { runEntitiesCommand(entities, c, environment); });
+            },
+            [&](const Command::Status& status) {
+                withDatabase([&](SQLiteReadConnection& c) { runStatusCommand(status, c, environment); });
+            },
+            [&](const Command::SupportContext&) {
+                withDatabase([&](SQLiteReadConnection& c) { runSupportContextCommand(c, environment); });
+            },
+        },
+        command.value);
+}
+
+// The one error exit: every failure, from parsing or from running, becomes
+// one envelope on standard output and exit status 1.
+[[noreturn]] void exitWithError(std::exception_ptr failure) {
+    try {
+        std::rethrow_exception(failure);
+    } catch (const CLIError& error) {
+        outputError(error.code(), error.message());
+    } catch (const DatabaseError& error) {
+        const CLIError mapped = mapDatabaseError(error);
+        outputError(mapped.code(), mapped.message());
+    } catch (const std::exception& error) {
+        outputError("UNKNOWN_ERROR", error.what());
+    } catch (...) {
+        outputError("UNKNOWN_ERROR", "Unknown error");
+    }
+}
+
+}  // namespace
+
+void runCLI(const std::vector<std::string>& arguments) {
+    const std::vector<std::string> args(arguments.empty() ? arguments.begin() : arguments.begin() + 1,
+                                        arguments.end());
+    // Agents discover the commands with `--help --json`; nothing else matters then.
+    if (containsArgument(args, "--help") && containsArgument(args, "--json")) {
+        std::cout << kCommandListJSON << '\n';
+        return;
+    }
+    try {
+        const SystemClock clock;
+        const SystemFileSystem fileSystem;
+        const SystemProcess processes;
+        const SystemSleep sleeper;
+        const Platform platform{clock,
+                                fileSystem,
+                                processes,
+                                sleeper,
+                                VarnholtSQLiteSupport::userHomeDirectory(),
+                                standardOutputIsTerminal()};
+        const LocalCalendar calendar = LocalCalendar::current();
+        const CommandEnvironment environment{platform, calendar};
+
+        const Command command =
+            parseCommand(CommandArguments::fromProcessArguments(arguments), calendar, clock.now());
+        dispatch(command, environment);
+    } catch (...) {
+        exitWithError(std::current_exception());
+    }
+}
 
 }  // namespace VarnholtQueryLib

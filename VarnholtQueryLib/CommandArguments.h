@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace VarnholtQueryLib {
+
+// The command line after a first pass that needs no knowledge of commands:
+// which words are positional, which switches are present, and the --limit
+// value. The parser decides the command from this.
+struct CommandArguments {
+    std::vector<std::string> args;        // everything after the program name
+    std::vector<std::string> positional;  // words that are neither flags nor flag values
+    bool compactRequested = false;        // --compact present
+    bool fullRequested = false;           // --full present
+    bool jsonFlag = false;                // --json present
+    // The value after the first --limit when it is a whole decimal integer
+    // (optional sign, digits only, within 64 bits); absent otherwise. Never an
+    // error: `--limit abc` is the same as no limit.
+    std::optional<std::int64_t> limit;
+
+    // REQUIRES: `arguments` is the full process argument list, program first.
+    static CommandArguments fromProcessArguments(const std::vector<std::string>& arguments);
+};
+
+// `text` as a whole signed decimal integer ("+5", "-3", "42"), or absent for
+// anything else, including empty text and values beyond 64 bits.
+std::optional<std::int64_t> parseWholeDecimal(const std::string& text);
+
+// Whether `args` holds exactly `word` somewhere.
+bool containsArgument(const std::vector<std::string>& args, const std::string& word);
+
+}  // namespace VarnholtQueryLib
