@@ -16,7 +16,8 @@ using namespace VarnholtTestSupport;
 
 namespace {
 
-// The frozen clock of every run: 2026-04-01T10:00:00Z.
+// The frozen clock of every run: 2026-04-01T10:00:00Z. libfaketime reads the
+// frozen text in the run's own zone, so runs that depend on the clock use UTC.
 constexpr const char* kFrozenTime = "2026-04-01 10:00:00";
 constexpr double kFrozenNow = 1775037600.0;
 
@@ -130,7 +131,7 @@ std::string healthyDocument(const TemporaryHome& home, bool degraded) {
            "  },\n"
            "  \"error\" : null,\n"
            "  \"meta\" : {\n"
-           "    \"timezone\" : \"Europe\\/Berlin\"\n"
+           "    \"timezone\" : \"UTC\"\n"
            "  },\n"
            "  \"ok\" : true\n"
            "}\n";
@@ -180,7 +181,7 @@ TEST(StatusCommandTest, PipedOutputIsTheJSONDocument) {
     createDatabase(home, kHealthyRecorder, kFrozenNow - 30.0);
     writeLogs(home);
     home.writeFile(".varnholt/last-bridge-error.json", kFailureReport);
-    const ProcessResult result = home.run({"status"}, frozenIn("Europe/Berlin"));
+    const ProcessResult result = home.run({"status"}, frozenIn("UTC"));
     EXPECT_EQ(result.exitStatus, 0);
     EXPECT_EQ(result.standardOutput, healthyDocument(home, /*degraded=*/true));
     EXPECT_EQ(result.standardError, "");
@@ -189,7 +190,7 @@ TEST(StatusCommandTest, PipedOutputIsTheJSONDocument) {
 TEST(StatusCommandTest, WithoutFailureReportOrLogsTheBridgeIsHealthy) {
     TemporaryHome home;
     createDatabase(home, kHealthyRecorder, kFrozenNow - 30.0);
-    const ProcessResult result = home.run({"status", "--json"}, frozenIn("Europe/Berlin"));
+    const ProcessResult result = home.run({"status", "--json"}, frozenIn("UTC"));
     EXPECT_EQ(result.exitStatus, 0);
     EXPECT_EQ(result.standardOutput, healthyDocument(home, /*degraded=*/false));
     // tail's complaints about the three missing logs reach our standard error.
@@ -202,7 +203,7 @@ TEST(StatusCommandTest, MalformedFailureReportCountsAsHealthy) {
     createDatabase(home, kHealthyRecorder, kFrozenNow - 30.0);
     writeLogs(home);
     home.writeFile(".varnholt/last-bridge-error.json", R"({"reason": "crashed"})");
-    const ProcessResult result = home.run({"status"}, frozenIn("Europe/Berlin"));
+    const ProcessResult result = home.run({"status"}, frozenIn("UTC"));
     EXPECT_EQ(result.standardOutput, healthyDocument(home, /*degraded=*/false));
 }
 
@@ -212,7 +213,7 @@ TEST(StatusCommandTest, TerminalGetsTheHumanReportWithLogTails) {
     writeLogs(home);
     home.writeFile(".varnholt/last-bridge-error.json", kFailureReport);
     int exitStatus = -1;
-    const std::string output = runOnTerminal(home, {"status"}, frozenIn("Europe/Berlin"), &exitStatus);
+    const std::string output = runOnTerminal(home, {"status"}, frozenIn("UTC"), &exitStatus);
     EXPECT_EQ(exitStatus, 0);
     EXPECT_EQ(output, healthyReportHead(home) +
                           "\n"
@@ -252,7 +253,7 @@ TEST(StatusCommandTest, JSONFlagWinsOnATerminal) {
     home.writeFile(".varnholt/last-bridge-error.json", kFailureReport);
     int exitStatus = -1;
     const std::string output =
-        runOnTerminal(home, {"status", "--json"}, frozenIn("Europe/Berlin"), &exitStatus);
+        runOnTerminal(home, {"status", "--json"}, frozenIn("UTC"), &exitStatus);
     EXPECT_EQ(exitStatus, 0);
     EXPECT_EQ(output, healthyDocument(home, /*degraded=*/true));
 }
@@ -301,6 +302,19 @@ TEST(StatusCommandTest, EmptyDatabaseHasNoDataOnATerminal) {
         "\n"
         "=== Tail of recorder.log ===\n";
     EXPECT_EQ(output.substr(0, expectedHead.size()), expectedHead);
+}
+
+TEST(StatusCommandTest, MetaNamesTheUsersTimeZone) {
+    TemporaryHome home;
+    createDatabase(home, kHealthyRecorder, kFrozenNow - 30.0);
+    writeLogs(home);
+    InvocationOptions options;
+    options.timeZone = "Europe/Berlin";
+    const ProcessResult result = home.run({"status"}, options);
+    EXPECT_EQ(result.exitStatus, 0);
+    EXPECT_NE(result.standardOutput.find("  \"meta\" : {\n    \"timezone\" : \"Europe\\/Berlin\"\n  },"),
+              std::string::npos)
+        << result.standardOutput;
 }
 
 TEST(StatusCommandTest, MissingDatabaseIsAnErrorNotAStatus) {
