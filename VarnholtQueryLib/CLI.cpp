@@ -91,10 +91,10 @@ void dispatch(const Command& command, const CommandEnvironment& environment) {
 }  // namespace
 
 void runCLI(const std::vector<std::string>& arguments) {
-    const std::vector<std::string> args(arguments.empty() ? arguments.begin() : arguments.begin() + 1,
-                                        arguments.end());
+    const CommandArguments commandArguments = CommandArguments::fromProcessArguments(arguments);
     // Agents discover the commands with `--help --json`; nothing else matters then.
-    if (containsArgument(args, "--help") && containsArgument(args, "--json")) {
+    if (containsArgument(commandArguments.args, "--help") &&
+        containsArgument(commandArguments.args, "--json")) {
         std::cout << kCommandListJSON << '\n';
         return;
     }
@@ -112,8 +112,7 @@ void runCLI(const std::vector<std::string>& arguments) {
         const LocalCalendar calendar = LocalCalendar::current();
         const CommandEnvironment environment{platform, calendar};
 
-        const Command command =
-            parseCommand(CommandArguments::fromProcessArguments(arguments), calendar, clock.now());
+        const Command command = parseCommand(commandArguments, calendar, clock.now());
         dispatch(command, environment);
     } catch (...) {
         exitWithError(std::current_exception());

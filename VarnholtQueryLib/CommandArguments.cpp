@@ -1,7 +1,11 @@
 #include "CommandArguments.h"
 
+#include <unicode/unistr.h>
+#include <unicode/ustring.h>
+
 #include <algorithm>
 #include <charconv>
+#include <vector>
 
 namespace VarnholtQueryLib {
 
@@ -19,6 +23,23 @@ bool isFlag(const std::string& argument) {
 }
 
 }  // namespace
+
+std::string repairedUTF8(const std::string& text) {
+    UErrorCode status = U_ZERO_ERROR;
+    int32_t length = 0;
+    u_strFromUTF8WithSub(nullptr, 0, &length, text.data(), static_cast<int32_t>(text.size()), 0xFFFD,
+                         nullptr, &status);
+    if (status != U_BUFFER_OVERFLOW_ERROR && U_FAILURE(status)) return text;
+    std::vector<UChar> units(static_cast<size_t>(length) + 1);
+    status = U_ZERO_ERROR;
+    int32_t substitutions = 0;
+    u_strFromUTF8WithSub(units.data(), length + 1, &length, text.data(),
+                         static_cast<int32_t>(text.size()), 0xFFFD, &substitutions, &status);
+    if (U_FAILURE(status) || substitutions == 0) return text;
+    std::string repaired;
+    icu::UnicodeString(units.data(), length).toUTF8String(repaired);
+    return repaired;
+}
 
 std::optional<std::int64_t> parseWholeDecimal(const std::string& text) {
     std::string_view digits = text;
@@ -48,7 +69,10 @@ bool containsArgument(const std::vector<std::string>& args, const std::string& w
 
 CommandArguments CommandArguments::fromProcessArguments(const std::vector<std::string>& arguments) {
     CommandArguments result;
-    if (!arguments.empty()) result.args.assign(arguments.begin() + 1, arguments.end());
+    if (!arguments.empty()) {
+        std::transform(arguments.begin() + 1, arguments.end(), std::back_inserter(result.args),
+                       repairedUTF8);
+    }
     const auto& args = result.args;
 
     for (size_t index = 0; index < args.size();) {

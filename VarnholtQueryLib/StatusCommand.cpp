@@ -1,11 +1,31 @@
-#include "CLIError.h"
+#include <iostream>
+
 #include "CommandRunners.h"
+#include "FSTailTailLogPort.h"
+#include "SQLiteOperationalStatusQuery.h"
+#include "StatusResponse.h"
+#include "StatusUseCase.h"
 
 namespace VarnholtQueryLib {
 
-// Not built yet: answer honestly rather than with invented data.
-void runStatusCommand(const Command::Status&, VarnholtSQLiteSupport::SQLiteReadConnection&, const CommandEnvironment&) {
-    throw CLIError::unknownError("The 'status' command is not available yet.");
+// The one command with a human-readable form: a person at a terminal gets the
+// report, everyone else (a pipe, or --json) the JSON document.
+void runStatusCommand(const Command::Status& command,
+                      VarnholtSQLiteSupport::SQLiteReadConnection& connection,
+                      const CommandEnvironment& environment) {
+    const Platform& platform = environment.platform;
+    SQLiteOperationalStatusQuery operationalQuery(connection, platform.clock);
+    const FSTailTailLogPort tailLogPort(platform.processes);
+    const StatusUseCase useCase(&operationalQuery, &tailLogPort, platform.fileSystem,
+                                platform.clock, platform.homeDirectory);
+    const StatusData statusData = useCase.execute();
+
+    if (command.jsonFlag || !platform.standardOutputIsTerminal) {
+        outputStatusJSON(statusData, environment.calendar);
+    } else {
+        printHumanStatus(statusData, std::cout);
+        std::cout.flush();
+    }
 }
 
 }  // namespace VarnholtQueryLib

@@ -1,11 +1,40 @@
-#include "CLIError.h"
 #include "CommandRunners.h"
+#include "SQLiteOperationalStatusQuery.h"
+#include "SQLiteSupportContextQuery.h"
+#include "StatusUseCase.h"
+#include "SupportContextResponse.h"
+#include "SupportContextUseCase.h"
 
 namespace VarnholtQueryLib {
 
-// Not built yet: answer honestly rather than with invented data.
-void runSupportContextCommand(VarnholtSQLiteSupport::SQLiteReadConnection&, const CommandEnvironment&) {
-    throw CLIError::unknownError("The 'support-context' command is not available yet.");
+namespace {
+
+// Two hours of recent work, the five newest distinct descriptions: enough to
+// say what the user was doing without flooding a support request.
+constexpr std::int64_t kContextWindowSeconds = 7200;
+constexpr std::int64_t kContextObservationLimit = 5;
+
+}  // namespace
+
+// Always JSON: the output is meant for an agent drafting a support request.
+void runSupportContextCommand(VarnholtSQLiteSupport::SQLiteReadConnection& connection,
+                              const CommandEnvironment& environment) {
+    const Platform& platform = environment.platform;
+    const double now = platform.clock.now();
+
+    SQLiteSupportContextQuery supportContextQuery(connection);
+    SupportContextUseCase contextUseCase(supportContextQuery);
+    // A database failure here fails the command; nothing partial is written.
+    const SupportContextSnapshot context =
+        contextUseCase.execute(kContextWindowSeconds, kContextObservationLimit, now);
+
+    // Without a tail port: log tails do not belong in a support summary.
+    SQLiteOperationalStatusQuery operationalQuery(connection, platform.clock);
+    const StatusUseCase statusUseCase(&operationalQuery, nullptr, platform.fileSystem,
+                                      platform.clock, platform.homeDirectory);
+    const StatusData statusData = statusUseCase.execute();
+
+    outputSupportContextJSON(context, statusData, environment.calendar);
 }
 
 }  // namespace VarnholtQueryLib

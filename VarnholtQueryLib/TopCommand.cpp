@@ -1,11 +1,14 @@
-#include "CLIError.h"
+#include <iostream>
+
 #include "CommandRunners.h"
+#include "PipelineMonitor.h"
 
 namespace VarnholtQueryLib {
 
-// Not built yet: answer honestly rather than with invented data.
-void runTopCommand(const CommandEnvironment&) {
-    throw CLIError::unknownError("The 'top' command is not available yet.");
+// Runs until the user interrupts the process (Ctrl+C ends it by the signal's
+// default action); returns only when there is no usable status file at start.
+void runTopCommand(const CommandEnvironment& environment) {
+    runPipelineMonitor(environment.platform, environment.calendar, std::cout, [] { return true; });
 }
 
 }  // namespace VarnholtQueryLib

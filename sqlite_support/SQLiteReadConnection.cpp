@@ -16,6 +16,9 @@ void (*const SQLITE_TRANSIENT_PTR)(void*) = SQLITE_TRANSIENT;
 
 namespace {
 
+// How long a statement waits for the recorder's lock before giving up.
+constexpr int kBusyTimeoutMilliseconds = 1000;
+
 bool fileExists(const std::string& path) {
     struct stat info {};
     return ::stat(path.c_str(), &info) == 0;
@@ -49,6 +52,11 @@ void SQLiteReadConnection::open(const std::string& path) {
     if (sqlite3_open_v2(path.c_str(), &handle_, SQLITE_OPEN_READWRITE, nullptr) != SQLITE_OK) {
         throw DatabaseError::connectionFailed(errorMessage(handle_));
     }
+    // The journal-mode pragma below already reads the file. Without a busy
+    // handler a recorder holding its lock at that moment would fail us at
+    // once; with it, we wait the same second every later statement waits, and
+    // only a longer lock is reported (as locked).
+    sqlite3_busy_timeout(handle_, kBusyTimeoutMilliseconds);
     exec(handle_, "PRAGMA journal_mode = WAL");
     exec(handle_, "PRAGMA query_only = ON");
     exec(handle_, "PRAGMA busy_timeout = 1000");
@@ -59,7 +67,9 @@ void SQLiteReadConnection::open(const std::string& path) {
                                          errorMessage(handle_));
     }
     FinalizeOnExit finalize(statement);
-    if (sqlite3_step(statement) != SQLITE_ROW) {
+    const int stepResult = sqlite3_step(statement);
+    if (stepResult == SQLITE_BUSY) throw DatabaseError::locked();
+    if (stepResult != SQLITE_ROW) {
         throw DatabaseError::queryFailed("Failed to step PRAGMA user_version: " +
                                          errorMessage(handle_));
     }
@@ -71,9 +81,12 @@ void SQLiteReadConnection::open(const std::string& path) {
 
 void SQLiteReadConnection::exec(sqlite3* handle, const std::string& sql) {
     char* error = nullptr;
-    if (sqlite3_exec(handle, sql.c_str(), nullptr, nullptr, &error) != SQLITE_OK) {
+    const int result = sqlite3_exec(handle, sql.c_str(), nullptr, nullptr, &error);
+    if (result != SQLITE_OK) {
         std::string message = error != nullptr ? error : "unknown";
         sqlite3_free(error);
+        // Busy after the busy timeout means the recorder holds its lock.
+        if (result == SQLITE_BUSY) throw DatabaseError::locked();
         throw DatabaseError::queryFailed(message);
     }
 }

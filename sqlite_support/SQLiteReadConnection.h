@@ -26,7 +26,8 @@ class SQLiteReadConnection {
 public:
     // Opens the database at `path`, or at defaultPath() when absent.
     // Throws DatabaseError: notFound (no file; nothing is created),
-    // connectionFailed, queryFailed (a pragma failed), schemaMismatch.
+    // connectionFailed, locked (the file stayed locked beyond the busy
+    // timeout), queryFailed (a pragma failed otherwise), schemaMismatch.
     explicit SQLiteReadConnection(std::optional<std::string> path = std::nullopt);
     ~SQLiteReadConnection();
 
@@ -39,8 +40,9 @@ public:
     // "<home>/.varnholt/varnholt.db", home from the password database.
     static std::string defaultPath();
 
-    // Runs `sql` without a row callback. Throws DatabaseError::queryFailed
-    // with SQLite's message, or "unknown" when it gives none.
+    // Runs `sql` without a row callback. Throws DatabaseError::locked when
+    // SQLite stays busy, otherwise DatabaseError::queryFailed with SQLite's
+    // message, or "unknown" when it gives none.
     static void exec(sqlite3* handle, const std::string& sql);
 
     // Decodes the recorder's JSON array of strings (the `apps` column).

@@ -8,6 +8,18 @@
 
 namespace VarnholtSQLiteSupport {
 
+namespace {
+
+// The column's UTF-8 text with its exact length, embedded NULs included.
+std::string textOf(sqlite3_stmt* statement, int column) {
+    const unsigned char* text = sqlite3_column_text(statement, column);
+    const int length = sqlite3_column_bytes(statement, column);
+    return text != nullptr ? std::string(reinterpret_cast<const char*>(text), static_cast<size_t>(length))
+                           : std::string();
+}
+
+}  // namespace
+
 std::string errorMessage(sqlite3* handle) {
     if (handle == nullptr) return "unknown";
     const char* message = sqlite3_errmsg(handle);
@@ -42,15 +54,15 @@ void bindInt32(sqlite3_stmt* statement, int position, std::int64_t value) {
 }
 
 std::string columnText(sqlite3_stmt* statement, int column) {
-    const unsigned char* text = sqlite3_column_text(statement, column);
-    if (text == nullptr) invariantViolated("a column that is never NULL was NULL");
-    return reinterpret_cast<const char*>(text);
+    if (sqlite3_column_type(statement, column) == SQLITE_NULL) {
+        invariantViolated("a column that is never NULL was NULL");
+    }
+    return textOf(statement, column);
 }
 
 std::optional<std::string> columnOptionalText(sqlite3_stmt* statement, int column) {
     if (sqlite3_column_type(statement, column) == SQLITE_NULL) return std::nullopt;
-    const unsigned char* text = sqlite3_column_text(statement, column);
-    return text != nullptr ? std::string(reinterpret_cast<const char*>(text)) : std::string();
+    return textOf(statement, column);
 }
 
 std::optional<double> columnOptionalDouble(sqlite3_stmt* statement, int column) {

@@ -57,3 +57,12 @@ TEST(CommandArgumentsTest, LimitIsAWholeDecimalAfterTheFirstLimitFlag) {
     // Only the first --limit counts.
     EXPECT_FALSE(preprocess({"--limit", "x", "--limit", "4"}).limit.has_value());
 }
+
+TEST(CommandArgumentsTest, InvalidUTF8IsRepaired) {
+    EXPECT_EQ(repairedUTF8("invoice"), "invoice");
+    EXPECT_EQ(repairedUTF8("Grüße 東京"), "Grüße 東京");
+    EXPECT_EQ(repairedUTF8("invoice\xff"), "invoice\uFFFD");
+    // A truncated sequence is one replacement, not one per byte.
+    EXPECT_EQ(repairedUTF8("a\xe2\x82" "b"), "a\uFFFDb");
+    EXPECT_EQ(preprocess({"search", "x\xc0"}).args, (Words{"search", "x\uFFFD"}));
+}

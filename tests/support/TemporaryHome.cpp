@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
@@ -33,6 +34,16 @@ std::vector<char*> pointers(std::vector<std::string>& strings) {
     for (auto& text : strings) result.push_back(text.data());
     result.push_back(nullptr);
     return result;
+}
+
+// "YYYY-MM-DD hh:mm:ss" read in UTC, as seconds since 1970.
+std::string utcEpochSeconds(const std::string& utcText) {
+    std::tm fields{};
+    const char* end = strptime(utcText.c_str(), "%Y-%m-%d %H:%M:%S", &fields);
+    if (end == nullptr || *end != '\0') {
+        throw std::runtime_error("frozenTime must be \"YYYY-MM-DD hh:mm:ss\": " + utcText);
+    }
+    return std::to_string(static_cast<long long>(timegm(&fields)));
 }
 
 int decodeWaitStatus(int status) {
@@ -91,8 +102,11 @@ std::vector<std::string> TemporaryHome::environment(const InvocationOptions& opt
     };
     if (options.frozenTime) {
         preload += std::string(" ") + kFakeTime;
-        environment.push_back("FAKETIME=" + *options.frozenTime);
-        // libfaketime reads this absolute form as UTC whatever TZ says.
+        // libfaketime reads an absolute "YYYY-MM-DD hh:mm:ss" in the child's
+        // own TZ, so the frozen instant would move with the zone under test.
+        // Seconds since 1970 read with "%s" name one instant in every zone.
+        environment.push_back("FAKETIME=" + utcEpochSeconds(*options.frozenTime));
+        environment.push_back("FAKETIME_FMT=%s");
         environment.push_back("FAKETIME_NO_CACHE=1");
     }
     environment.push_back("LD_PRELOAD=" + preload);

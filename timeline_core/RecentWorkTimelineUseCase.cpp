@@ -1,0 +1,138 @@
+#include "RecentWorkTimelineUseCase.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include <nlohmann/json.hpp>
+
+namespace RecentWorkTimelineCore {
+
+namespace {
+
+// An entity as counted: kind and value, compared exactly (case-sensitive).
+using EntityKey = std::pair<std::string, std::string>;
+
+// A timestamp or bucket bound that cannot be represented is a broken
+// invariant of the data we were handed, not a condition to report: the
+// recorder only writes finite times near the present.
+[[noreturn]] void stopProcess(const char* what) {
+    std::fprintf(stderr, "Fatal error: %s\n", what);
+    std::abort();
+}
+
+// Runs of the same description are the recorder describing an unchanged
+// screen; only the first of each adjacent run counts. The same text coming
+// back after something else is new activity and is kept.
+std::vector<TimelineObservation> collapseAdjacentRepeats(std::vector<TimelineObservation> rows) {
+    std::vector<TimelineObservation> kept;
+    kept.reserve(rows.size());
+    for (auto& row : rows) {
+        if (!kept.empty() && kept.back().vlmDescription == row.vlmDescription) continue;
+        kept.push_back(std::move(row));
+    }
+    return kept;
+}
+
+// The start of the bucket holding `timestamp`: its whole seconds divided by
+// the bucket size rounding toward minus infinity (so times before 1970 fall
+// into the bucket below, like all others), multiplied back.
+std::int64_t bucketStartOf(double timestamp, std::int64_t bucketSize) {
+    if (!std::isfinite(timestamp)) stopProcess("an observation time is not finite");
+    const double seconds = std::floor(timestamp);
+    // 2^63 is exactly representable; every double below it and at or above
+    // -2^63 converts without overflow.
+    constexpr double kLimit = 9223372036854775808.0;
+    if (seconds < -kLimit || seconds >= kLimit) {
+        stopProcess("an observation time does not fit 64 bits");
+    }
+    const auto whole = static_cast<std::int64_t>(seconds);
+    std::int64_t quotient = whole / bucketSize;
+    if (whole % bucketSize != 0 && whole < 0) --quotient;
+    std::int64_t start = 0;
+    if (__builtin_mul_overflow(quotient, bucketSize, &start)) {
+        stopProcess("a bucket start does not fit 64 bits");
+    }
+    return start;
+}
+
+// The (kind, value) pairs of one observation's entity text. Tolerant: absent
+// or unreadable text gives nothing, and an element without a text "kind" and
+// a text "value" is skipped on its own. The text must be an array of
+// objects, as the database builds it; anything else gives nothing.
+std::vector<EntityKey> parseEntities(const std::optional<std::string>& text) {
+    std::vector<EntityKey> pairs;
+    if (!text) return pairs;
+    const nlohmann::json parsed = nlohmann::json::parse(*text, nullptr, /*allow_exceptions=*/false);
+    if (!parsed.is_array()) return pairs;
+    for (const auto& element : parsed) {
+        if (!element.is_object()) return {};
+    }
+    for (const auto& element : parsed) {
+        const auto kind = element.find("kind");
+        const auto value = element.find("value");
+        if (kind == element.end() || value == element.end()) continue;
+        if (!kind->is_string() || !value->is_string()) continue;
+        pairs.emplace_back(kind->get<std::string>(), value->get<std::string>());
+    }
+    return pairs;
+}
+
+std::vector<EntityCount> topEntitiesOf(const std::vector<TimelineObservation>& rows,
+                                       std::size_t limit) {
+    std::map<EntityKey, std::int64_t> counts;
+    for (const auto& row : rows) {
+        for (auto& key : parseEntities(row.entitiesJson)) ++counts[std::move(key)];
+    }
+    std::vector<EntityCount> entities;
+    entities.reserve(counts.size());
+    for (const auto& [key, count] : counts) entities.push_back({key.first, key.second, count});
+    // Most frequent first; ties by kind, then value, as plain byte order so the
+    // result never depends on the user's locale.
+    std::sort(entities.begin(), entities.end(), [](const EntityCount& a, const EntityCount& b) {
+        if (a.count != b.count) return a.count > b.count;
+        if (a.kind != b.kind) return a.kind < b.kind;
+        return a.value < b.value;
+    });
+    if (entities.size() > limit) entities.resize(limit);
+    return entities;
+}
+
+}  // namespace
+
+RecentWorkTimelineUseCase::RecentWorkTimelineUseCase(ObservationTimelinePort& timelinePort,
+                                                     std::int64_t bucketSize)
+    : timelinePort_(timelinePort), bucketSize_(bucketSize < 1 ? kDefaultBucketSize : bucketSize) {}
+
+std::vector<TimelineMoment> RecentWorkTimelineUseCase::execute(double from, double to) {
+    const auto rows = collapseAdjacentRepeats(timelinePort_.fetchTimeline(from, to, kFetchLimit));
+
+    // Ordered by start, so the moments come out ascending; rows keep their
+    // (ascending) order inside each bucket.
+    std::map<std::int64_t, std::vector<TimelineObservation>> buckets;
+    for (const auto& row : rows) buckets[bucketStartOf(row.timestamp, bucketSize_)].push_back(row);
+
+    std::vector<TimelineMoment> moments;
+    moments.reserve(buckets.size());
+    for (const auto& [start, bucketRows] : buckets) {
+        std::int64_t end = 0;
+        if (__builtin_add_overflow(start, bucketSize_, &end)) {
+            stopProcess("a bucket end does not fit 64 bits");
+        }
+        TimelineMoment moment;
+        moment.bucketStart = static_cast<double>(start);
+        moment.bucketEnd = static_cast<double>(end);
+        moment.observationCount = static_cast<std::int64_t>(bucketRows.size());
+        moment.representative = bucketRows.front();
+        moment.topEntities = topEntitiesOf(bucketRows, kTopEntityLimit);
+        moments.push_back(std::move(moment));
+    }
+    return moments;
+}
+
+}  // namespace RecentWorkTimelineCore
