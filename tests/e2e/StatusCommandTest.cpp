@@ -39,14 +39,12 @@ constexpr const char* kFailureReport =
         "socketPath": "/tmp/varnholt-bridge.sock", "reason": "Model failed to load: out of memory",
         "exitCode": 1})";
 
-// libfaketime also rewrites the file times that stat() reports unless told
-// not to; the recorder's activity is judged from the database's real
-// modification time, which each test stages itself.
+// The recorder's activity is judged from the database's modification time,
+// which each test stages itself; the harness leaves file times unfaked.
 InvocationOptions frozenIn(const std::string& zone) {
     InvocationOptions options;
     options.timeZone = zone;
     options.frozenTime = kFrozenTime;
-    options.extraEnvironment.push_back("NO_FAKE_STAT=1");
     return options;
 }
 

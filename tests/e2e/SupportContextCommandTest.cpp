@@ -45,13 +45,12 @@ constexpr const char* kFailureReport =
         "bridgePath": "/opt/varnholt/bridge.py", "modelId": "qwen2-vl-2b-instruct-4bit",
         "socketPath": "/tmp/varnholt-bridge.sock", "reason": "Bridge exited with status 1"})";
 
-// libfaketime would also rewrite the file times that stat() reports; the
-// database's real modification time is staged by each test.
+// The recorder's activity is judged from the database's modification time,
+// which each test stages itself; the harness leaves file times unfaked.
 InvocationOptions frozenIn(const std::string& zone) {
     InvocationOptions options;
     options.timeZone = zone;
     options.frozenTime = kFrozenTime;
-    options.extraEnvironment.push_back("NO_FAKE_STAT=1");
     return options;
 }
 

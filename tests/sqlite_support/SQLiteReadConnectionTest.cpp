@@ -86,6 +86,11 @@ TEST_F(SQLiteReadConnectionTest, CurrentAndNewerSchemasOpen) {
     }
 }
 
+TEST_F(SQLiteReadConnectionTest, ReadsThroughAMemoryMap) {
+    SQLiteReadConnection connection(makeDatabase(24));
+    EXPECT_GT(std::stoll(singleText(connection.handle(), "PRAGMA mmap_size")), 0);
+}
+
 TEST_F(SQLiteReadConnectionTest, ConnectionIsQueryOnly) {
     SQLiteReadConnection connection(makeDatabase(24));
     try {

@@ -108,6 +108,9 @@ std::vector<std::string> TemporaryHome::environment(const InvocationOptions& opt
         environment.push_back("FAKETIME=" + utcEpochSeconds(*options.frozenTime));
         environment.push_back("FAKETIME_FMT=%s");
         environment.push_back("FAKETIME_NO_CACHE=1");
+        // Only the clock is frozen: file times stay what the file system says,
+        // so tests can date the database file with utimensat.
+        environment.push_back("NO_FAKE_STAT=1");
     }
     environment.push_back("LD_PRELOAD=" + preload);
     for (const auto& extra : options.extraEnvironment) environment.push_back(extra);

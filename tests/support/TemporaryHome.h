@@ -23,7 +23,7 @@ struct InvocationOptions {
     std::string timeZone = "UTC";          // TZ
     std::string language = "en_US.UTF-8";  // LANG
     // A frozen wall clock, "YYYY-MM-DD hh:mm:ss" read in UTC, through
-    // libfaketime; absent means the real clock.
+    // libfaketime; absent means the real clock. File times are not faked.
     std::optional<std::string> frozenTime;
     // Extra "NAME=value" entries.
     std::vector<std::string> extraEnvironment;

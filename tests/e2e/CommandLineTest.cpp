@@ -1,0 +1,325 @@
+// The command-line front end as callers see it: which stream gets what, the
+// exit statuses, the error envelopes, the time words, and the database checks
+// that every database command makes before it runs.
+
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include <filesystem>
+#include <regex>
+
+#include "DatabaseLockHolder.h"
+#include "RecorderSchema.h"
+#include "TemporaryHome.h"
+
+using namespace VarnholtTestSupport;
+
+namespace {
+
+const std::string kHelpText =
+    "varnholt-query \xE2\x80\x94 Agent-native work memory interface\n"
+    "\n"
+    "USAGE:\n"
+    "  varnholt-query [command] [options]\n"
+    "\n"
+    "COMMANDS:\n"
+    "  today                 Activity from today (default)\n"
+    "  yesterday             Activity from yesterday\n"
+    "  this-week             Activity from this week\n"
+    "  last-active-day       Most recent day with activity\n"
+    "  recent --since <dur>  Moment timeline (e.g., 2h, 30m, 1d, 1w)\n"
+    "  range --from <iso> --to <iso>  Custom time range\n"
+    "  search <keyword>      Search observations (FTS5, BM25 ranked)\n"
+    "  entities              Aggregated entity data (tools, languages, apps)\n"
+    "  support-context       Machine-oriented support-draft context summary\n"
+    "  status                Health check and database stats\n"
+    "  top                   Live pipeline monitor (Ctrl+C to exit)\n"
+    "\n"
+    "OPTIONS:\n"
+    "  --since <duration>    Time window (e.g., 2h, 30m, 1d, 1w)\n"
+    "  --images              Include image_path in output (explicit escalation)\n"
+    "  --kind <entity_kind>  Filter entities by kind (e.g., programming_language, app)\n"
+    "  --compact             Omit description and topics fields\n"
+    "  --full                Include description and topics fields\n"
+    "  --collapse            Deduplicate search results by description\n"
+    "  --json                JSON output (default for piped output)\n"
+    "  --limit N             Limit results shown\n"
+    "  --help, -h            Show this help\n"
+    "  --version, -v         Show version\n"
+    "\n"
+    "OUTPUT:\n"
+    "  JSON to stdout, logs/errors to stderr.\n"
+    "  Exit 0 on success (even empty data), non-zero on failure.";
+
+const std::string kCommandList = R"({
+  "commands": [
+    {"name": "today", "args": [], "flags": ["--json", "--compact", "--full", "--limit"]},
+    {"name": "yesterday", "args": [], "flags": ["--json", "--compact", "--full", "--limit"]},
+    {"name": "this-week", "args": [], "flags": ["--json", "--compact", "--full", "--limit"]},
+    {"name": "last-active-day", "args": [], "flags": ["--json", "--compact", "--full", "--limit"]},
+    {"name": "recent", "args": ["--since"], "flags": ["--since", "--images", "--compact", "--full", "--limit"]},
+    {"name": "range", "args": ["--from", "--to"], "flags": ["--from", "--to", "--json", "--compact", "--full", "--limit"]},
+    {"name": "search", "args": ["keyword"], "flags": ["--since", "--app", "--from", "--to", "--latest", "--limit", "--compact", "--images", "--collapse"]},
+    {"name": "entities", "args": [], "flags": ["--since", "--kind", "--limit"]},
+    {"name": "status", "args": [], "flags": ["--json"]},
+    {"name": "top", "args": [], "flags": []}
+  ]
+}
+)";
+
+// Wednesday 1 April 2026, 10:00 UTC.
+constexpr const char* kFrozenTime = "2026-04-01 10:00:00";
+
+InvocationOptions frozen(const std::string& zone = "UTC", const std::string& language = "en_US.UTF-8") {
+    InvocationOptions options;
+    options.timeZone = zone;
+    options.language = language;
+    options.frozenTime = kFrozenTime;
+    return options;
+}
+
+// An empty recorder database at the home's default location.
+void createDatabase(const TemporaryHome& home, std::int32_t version = 24) {
+    home.varnholtDirectory();
+    sqlite3* handle = VarnholtSampleData::openWritableDatabase(home.databasePath());
+    VarnholtSampleData::createRecorderSchema(handle, version);
+    sqlite3_close(handle);
+}
+
+// The error envelope the binary prints, with its timestamp as given.
+std::string errorEnvelope(const std::string& code, const std::string& message,
+                          const std::string& timestamp = "2026-04-01T10:00:00Z") {
+    return "{\n"
+           "  \"api_version\" : 2,\n"
+           "  \"data\" : null,\n"
+           "  \"error\" : {\n"
+           "    \"code\" : \"" + code + "\",\n"
+           "    \"message\" : \"" + message + "\",\n"
+           "    \"timestamp\" : \"" + timestamp + "\"\n"
+           "  },\n"
+           "  \"meta\" : null,\n"
+           "  \"ok\" : false\n"
+           "}\n";
+}
+
+// The "query" block of a timeline answer: from, preset and to.
+std::string timelineQuery(const ProcessResult& result) {
+    static const std::regex query(R"re("query" : \{\n\s*"from" : "([^"]*)",\n\s*"preset" : "([^"]*)",\n\s*"to" : "([^"]*)")re");
+    std::smatch match;
+    if (!std::regex_search(result.standardOutput, match, query)) return "<no query>";
+    return match[1].str() + " " + match[2].str() + " " + match[3].str();
+}
+
+void expectFailure(const ProcessResult& result, const std::string& code, const std::string& message) {
+    EXPECT_EQ(result.exitStatus, 1);
+    EXPECT_EQ(result.standardOutput, errorEnvelope(code, message));
+    EXPECT_EQ(result.standardError, "");
+}
+
+}  // namespace
+
+TEST(CommandLineTest, NoArgumentsAnswersToday) {
+    TemporaryHome home;
+    createDatabase(home);
+    const ProcessResult result = home.run({}, frozen());
+    EXPECT_EQ(result.exitStatus, 0);
+    EXPECT_EQ(result.standardError, "");
+    EXPECT_EQ(result.standardOutput,
+              "{\n"
+              "  \"api_version\" : 2,\n"
+              "  \"data\" : {\n"
+              "    \"moments\" : [\n"
+              "\n"
+              "    ]\n"
+              "  },\n"
+              "  \"error\" : null,\n"
+              "  \"meta\" : {\n"
+              "    \"current_date\" : \"2026-04-01\",\n"
+              "    \"current_datetime\" : \"2026-04-01T10:00:00Z\",\n"
+              "    \"has_more\" : false,\n"
+              "    \"query\" : {\n"
+              "      \"from\" : \"2026-04-01T00:00:00Z\",\n"
+              "      \"preset\" : \"today\",\n"
+              "      \"to\" : \"2026-04-02T00:00:00Z\"\n"
+              "    },\n"
+              "    \"returned_moments\" : 0,\n"
+              "    \"timezone\" : \"UTC\",\n"
+              "    \"total_moments\" : 0\n"
+              "  },\n"
+              "  \"ok\" : true\n"
+              "}\n");
+    // A limit that is not a number is no limit at all.
+    EXPECT_EQ(home.run({"--limit", "abc"}, frozen()).standardOutput, result.standardOutput);
+    EXPECT_EQ(home.run({"today", "--json"}, frozen()).standardOutput, result.standardOutput);
+}
+
+TEST(CommandLineTest, HelpGoesToStandardErrorByteForByte) {
+    TemporaryHome home;
+    for (const std::vector<std::string>& words :
+         std::vector<std::vector<std::string>>{{"--help"}, {"-h"}, {"help"}, {"--help", "status"},
+                                               {"status", "-h"}, {"-h", "--json"}, {"help", "--json"},
+                                               {"search", "x", "--help"}}) {
+        const ProcessResult result = home.run(words);
+        EXPECT_EQ(result.exitStatus, 0) << words[0];
+        EXPECT_EQ(result.standardOutput, "") << words[0];
+        EXPECT_EQ(result.standardError, kHelpText) << words[0];
+    }
+}
+
+TEST(CommandLineTest, LongHelpWithJsonListsTheCommands) {
+    TemporaryHome home;
+    for (const std::vector<std::string>& words : std::vector<std::vector<std::string>>{
+             {"--help", "--json"}, {"--json", "--help"}, {"frobnicate", "--json", "x", "--help"}}) {
+        const ProcessResult result = home.run(words);
+        EXPECT_EQ(result.exitStatus, 0);
+        EXPECT_EQ(result.standardOutput, kCommandList);
+        EXPECT_EQ(result.standardError, "");
+    }
+}
+
+TEST(CommandLineTest, VersionLineOnStandardOutput) {
+    TemporaryHome home;
+    const std::regex versionLine(R"(varnholt-query 0\.6\.6-beta \([0-9a-f]{7}\)\n)");
+    for (const std::vector<std::string>& words : std::vector<std::vector<std::string>>{
+             {"--version"}, {"-v"}, {"version"}, {"status", "--version"}, {"version", "today"}}) {
+        const ProcessResult result = home.run(words);
+        EXPECT_EQ(result.exitStatus, 0);
+        EXPECT_TRUE(std::regex_match(result.standardOutput, versionLine)) << result.standardOutput;
+        EXPECT_EQ(result.standardError, "");
+    }
+}
+
+TEST(CommandLineTest, UnknownCommand) {
+    TemporaryHome home;
+    expectFailure(home.run({"frobnicate"}, frozen()), "INVALID_TIME_RANGE",
+                  "Unrecognized command 'frobnicate'. Use --help for usage.");
+}
+
+TEST(CommandLineTest, ErrorTimestampIsNowInUTC) {
+    TemporaryHome home;
+    const ProcessResult result = home.run({"frobnicate"});
+    static const std::regex stamp(R"("timestamp" : "\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ")");
+    EXPECT_TRUE(std::regex_search(result.standardOutput, stamp)) << result.standardOutput;
+}
+
+TEST(CommandLineTest, MissingDatabaseIsReportedAndNotCreated) {
+    TemporaryHome home;
+    const std::string path = home.path() + "/.varnholt/varnholt.db";
+    const std::string escaped = std::regex_replace(path, std::regex("/"), "\\/");
+    for (const char* command : {"today", "yesterday", "this-week", "last-active-day", "search",
+                                "entities", "status", "support-context"}) {
+        std::vector<std::string> words = {command};
+        if (std::string(command) == "search") words.push_back("invoice");
+        expectFailure(home.run(words, frozen()), "DB_NOT_FOUND", "Database not found at " + escaped);
+    }
+    EXPECT_FALSE(std::filesystem::exists(path));
+    EXPECT_FALSE(std::filesystem::exists(home.path() + "/.varnholt"));
+}
+
+TEST(CommandLineTest, OlderSchemasAreRefused) {
+    for (const std::int32_t version : {23, 0}) {
+        TemporaryHome home;
+        createDatabase(home, version);
+        expectFailure(home.run({"today"}, frozen()), "SCHEMA_MISMATCH",
+                      "Database schema version " + std::to_string(version) + ", expected >= 24");
+    }
+}
+
+TEST(CommandLineTest, CurrentAndNewerSchemasAnswer) {
+    for (const std::int32_t version : {24, 30}) {
+        TemporaryHome home;
+        createDatabase(home, version);
+        const ProcessResult result = home.run({"today"}, frozen());
+        EXPECT_EQ(result.exitStatus, 0);
+        EXPECT_NE(result.standardOutput.find("\"ok\" : true"), std::string::npos);
+    }
+}
+
+TEST(CommandLineTest, DatabaseLockedByTheRecorder) {
+    TemporaryHome home;
+    createDatabase(home);
+    DatabaseLockHolder recorder(home.databasePath());
+    expectFailure(home.run({"today"}, frozen()), "DB_LOCKED",
+                  "Database is locked by the recorder. Try again in a moment.");
+}
+
+TEST(CommandLineTest, RecentNeedsAWellFormedDuration) {
+    TemporaryHome home;
+    createDatabase(home);
+    const std::string usage = "'recent' requires --since <duration>. Usage: recent --since 2h";
+    expectFailure(home.run({"recent"}, frozen()), "INVALID_TIME_RANGE", usage);
+    expectFailure(home.run({"recent", "--since", "--images"}, frozen()), "INVALID_TIME_RANGE", usage);
+    expectFailure(home.run({"recent", "--since", "h"}, frozen()), "INVALID_TIME_RANGE",
+                  "Invalid duration format 'h'. Use e.g. 2h, 30m, 1d, 1w");
+    expectFailure(home.run({"recent", "--since", "-2h"}, frozen()), "INVALID_TIME_RANGE",
+                  "Invalid duration value in '-2h'. Numeric prefix required.");
+    expectFailure(home.run({"recent", "--since", "0h"}, frozen()), "INVALID_TIME_RANGE",
+                  "Invalid duration value in '0h'. Numeric prefix required.");
+    expectFailure(home.run({"recent", "--since", "2H"}, frozen()), "INVALID_TIME_RANGE",
+                  "Unknown duration unit 'H'. Use m, h, d, or w.");
+    const ProcessResult ninetyMinutes = home.run({"recent", "--since", "1.5h"}, frozen());
+    EXPECT_EQ(ninetyMinutes.exitStatus, 0);
+    EXPECT_EQ(timelineQuery(ninetyMinutes), "2026-04-01T08:30:00Z recent 2026-04-01T10:00:00Z");
+}
+
+TEST(CommandLineTest, RangeNeedsBothEnds) {
+    TemporaryHome home;
+    createDatabase(home);
+    expectFailure(home.run({"range"}, frozen()), "INVALID_TIME_RANGE",
+                  "'range' requires --from and --to flags. Usage: range --from 2026-04-01 --to 2026-04-07");
+    expectFailure(home.run({"range", "--to", "2026-04-07"}, frozen()), "INVALID_TIME_RANGE",
+                  "'range' requires --from flag. Usage: range --from 2026-04-01 --to 2026-04-07");
+    expectFailure(home.run({"range", "--from", "2026-04-01"}, frozen()), "INVALID_TIME_RANGE",
+                  "'range' requires --to flag. Usage: range --from 2026-04-01 --to 2026-04-07");
+    expectFailure(home.run({"range", "--from", "2026-04-02", "--to", "2026-04-01"}, frozen()),
+                  "INVALID_TIME_RANGE", "--from must be before --to");
+    expectFailure(home.run({"range", "--from", "2026-04-01T10:00:00.500Z", "--to", "2026-04-02"}, frozen()),
+                  "INVALID_TIME_RANGE",
+                  "Cannot parse --from date '2026-04-01T10:00:00.500Z'. Use ISO 8601 or yyyy-MM-dd format.");
+}
+
+TEST(CommandLineTest, RangeOnADaylightSavingDayInBerlin) {
+    TemporaryHome home;
+    createDatabase(home);
+    // 29 March 2026 has 23 hours in Berlin: the clocks jump from 02:00 to 03:00.
+    EXPECT_EQ(timelineQuery(home.run({"range", "--from", "2026-03-29", "--to", "2026-03-29"},
+                                     frozen("Europe/Berlin"))),
+              "2026-03-28T23:00:00Z range 2026-03-29T22:00:00Z");
+    EXPECT_EQ(timelineQuery(home.run({"range", "--from", "2026-03-29T01:00:00", "--to", "2026-03-29T10:00:00"},
+                                     frozen("Europe/Berlin"))),
+              "2026-03-29T00:00:00Z range 2026-03-29T08:00:00Z");
+    EXPECT_EQ(timelineQuery(home.run({"range", "--from", "2026-03-29T01:00:00Z", "--to", "2026-03-29T10:00:00+02:00"},
+                                     frozen("Europe/Berlin"))),
+              "2026-03-29T01:00:00Z range 2026-03-29T08:00:00Z");
+}
+
+TEST(CommandLineTest, ThisWeekStartsOnTheLocalesFirstWeekday) {
+    TemporaryHome home;
+    createDatabase(home);
+    // Wednesday 1 April: Sunday 29 March in the US, Monday 30 March in Germany.
+    EXPECT_EQ(timelineQuery(home.run({"this-week"}, frozen("UTC", "en_US.UTF-8"))),
+              "2026-03-29T00:00:00Z this-week 2026-04-01T10:00:00Z");
+    EXPECT_EQ(timelineQuery(home.run({"this-week"}, frozen("UTC", "de_DE.UTF-8"))),
+              "2026-03-30T00:00:00Z this-week 2026-04-01T10:00:00Z");
+    EXPECT_EQ(timelineQuery(home.run({"this-week"}, frozen("Europe/Berlin", "de_DE.UTF-8"))),
+              "2026-03-29T22:00:00Z this-week 2026-04-01T10:00:00Z");
+}
+
+TEST(CommandLineTest, TodayOnADaylightSavingDayLasts23Hours) {
+    TemporaryHome home;
+    createDatabase(home);
+    InvocationOptions options = frozen("Europe/Berlin");
+    options.frozenTime = "2026-03-29 12:00:00";
+    EXPECT_EQ(timelineQuery(home.run({"today"}, options)), "2026-03-28T23:00:00Z today 2026-03-29T22:00:00Z");
+    EXPECT_EQ(timelineQuery(home.run({"yesterday"}, options)),
+              "2026-03-27T23:00:00Z yesterday 2026-03-28T23:00:00Z");
+    // A duration is always fixed seconds.
+    EXPECT_EQ(timelineQuery(home.run({"recent", "--since", "1d"}, options)),
+              "2026-03-28T12:00:00Z recent 2026-03-29T12:00:00Z");
+}
+
+TEST(CommandLineTest, InvalidUTF8ArgumentsAreEchoedRepaired) {
+    TemporaryHome home;
+    const ProcessResult result = home.run({"frob\xff"}, frozen());
+    expectFailure(result, "INVALID_TIME_RANGE", "Unrecognized command 'frob\xEF\xBF\xBD'. Use --help for usage.");
+}
