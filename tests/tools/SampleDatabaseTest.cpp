@@ -382,8 +382,10 @@ TEST(SampleDatabaseTest, WorkingHoursAndDayFoldersFollowTheLocalOffset) {
     writeSampleDatabase(directory.file("a.db"), optionsFor(3, 5, 10 * 3600));
     const Database db(directory.file("a.db"));
     EXPECT_GT(db.number("SELECT count(*) FROM frames"), 5000);
-    EXPECT_EQ(db.number("SELECT count(*) FROM frames WHERE "
-                        "strftime('%H', timestamp + 36000, 'unixepoch') NOT BETWEEN '08' AND '18'"),
+    // The end time is 02:00 local; the session that runs until it is the
+    // only work at night.
+    EXPECT_EQ(db.number("SELECT count(*) FROM frames WHERE timestamp < " + std::to_string(kEnd - 2 * 3600) +
+                        " AND strftime('%H', timestamp + 36000, 'unixepoch') NOT BETWEEN '08' AND '18'"),
               0);
     // In UTC the same frames spread over the evening and the night.
     EXPECT_GT(db.number("SELECT count(*) FROM frames WHERE strftime('%H', timestamp, 'unixepoch') < '08'"),
@@ -392,4 +394,27 @@ TEST(SampleDatabaseTest, WorkingHoursAndDayFoldersFollowTheLocalOffset) {
                         "date(timestamp + 36000, 'unixepoch') || '/%'"),
               0);
     EXPECT_LE(db.number("SELECT max(timestamp) FROM frames"), static_cast<long long>(kEnd));
+}
+
+TEST(SampleDatabaseTest, TheUserIsAtWorkUntilTheEndTime) {
+    // Saturday 2026-04-04 07:30 UTC: no working hours, yet the database looks
+    // as if the recorder had just been running.
+    constexpr double kSaturdayMorning = 1775287800.0;
+    TemporaryDirectory directory;
+    SampleDatabaseOptions options = optionsFor(1, 5);
+    options.endTime = kSaturdayMorning;
+    writeSampleDatabase(directory.file("a.db"), options);
+    Database db(directory.file("a.db"));
+    const std::string window = std::to_string(kSaturdayMorning - 1800) + " AND " + std::to_string(kSaturdayMorning);
+    EXPECT_GT(db.number("SELECT count(*) FROM frames WHERE timestamp BETWEEN " + window), 100);
+    EXPECT_GT(db.number("SELECT count(*) FROM observations WHERE timestamp BETWEEN " + window), 100);
+    EXPECT_EQ(db.number("SELECT count(*) FROM frames WHERE timestamp > " + std::to_string(kSaturdayMorning)), 0);
+    // The session lasts one to two hours (its oldest frames may be pruned,
+    // their observations stay).
+    const long long sessionStart = db.number(
+        "SELECT min(timestamp) FROM (SELECT timestamp FROM frames UNION ALL SELECT timestamp FROM observations "
+        "WHERE recording_id IS NULL)");
+    EXPECT_LE(sessionStart, kSaturdayMorning - 3600 + 10);
+    EXPECT_GE(sessionStart, kSaturdayMorning - 2 * 3600);
+    EXPECT_GT(db.number("SELECT count(*) FROM frames WHERE analyzed = 0"), 0);
 }

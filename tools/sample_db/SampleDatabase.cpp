@@ -88,6 +88,10 @@ std::string vlmStats(SampleRandom& random) {
            ",\"latency_ms\":" + std::to_string(random.integer(900, 6500)) + "}";
 }
 
+// The random stream of the session that runs until the end time; apart from
+// the per-day streams (2 × day and 2 × day + 1).
+constexpr std::uint64_t kEndingStream = ~std::uint64_t{0};
+
 class SampleGenerator {
 public:
     SampleGenerator(const SampleDatabaseOptions& options, RecorderRowWriter& rows)
@@ -102,6 +106,10 @@ public:
             SampleRandom random = SampleRandom::forStream(options_.seed, static_cast<std::uint64_t>(day) * 2);
             std::vector<double> times = frameTimesOfDay(day, options_.utcOffsetSeconds, random);
             while (!times.empty() && times.back() > options_.endTime) times.pop_back();
+            if (day == lastDay) {
+                SampleRandom ending = SampleRandom::forStream(options_.seed, kEndingStream);
+                extendUntil(times, options_.endTime, ending);
+            }
             if (!times.empty()) newest = times.back();
             schedules.push_back(std::move(times));
         }

@@ -12,9 +12,10 @@ struct SampleDatabaseOptions {
     // Local days of activity, ending with the day that contains endTime.
     int days = 14;
     std::uint64_t seed = 1;
-    // Seconds since 1970 (UTC): nothing is captured after this instant, and
-    // the frames of the last two and a half minutes before the newest frame
-    // still wait for analysis.
+    // Seconds since 1970 (UTC): nothing is captured after this instant, the
+    // user is at work in the hour or two before it (the recorder has just
+    // been running), and the frames of the last two and a half minutes
+    // before the newest frame still wait for analysis.
     double endTime = 0;
     // The home directory that image paths lie below
     // (<home>/.varnholt/frames/<local day>/<FRAME-ID>.jpg).

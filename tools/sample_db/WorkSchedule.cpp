@@ -50,6 +50,20 @@ std::vector<Interval> withPauses(const Interval& session, SampleRandom& random) 
     return pieces;
 }
 
+// Frames from `begin` to `end` (absolute seconds), one every `meanGap`
+// seconds on average.
+void appendFrames(std::vector<double>& times, double begin, double end, double meanGap,
+                  SampleRandom& random) {
+    double t = begin + random.between(0.0, 10.0);
+    while (t < end) {
+        times.push_back(std::round(t * 1000.0) / 1000.0);
+        double gap = meanGap * (0.5 + random.uniform());
+        // A still screen: reading, thinking, a call without slides.
+        if (random.chance(0.002)) gap += random.between(30.0, 300.0);
+        t += gap;
+    }
+}
+
 }  // namespace
 
 std::vector<double> frameTimesOfDay(std::int64_t day, int utcOffsetSeconds, SampleRandom& random) {
@@ -59,17 +73,19 @@ std::vector<double> frameTimesOfDay(std::int64_t day, int utcOffsetSeconds, Samp
     std::vector<double> times;
     for (const Interval& session : workSessions(weekdayOfDay(day), random)) {
         for (const Interval& piece : withPauses(session, random)) {
-            double t = piece.first + random.between(0.0, 10.0);
-            while (t < piece.second) {
-                times.push_back(std::round((midnight + t) * 1000.0) / 1000.0);
-                double gap = meanGap * (0.5 + random.uniform());
-                // A still screen: reading, thinking, a call without slides.
-                if (random.chance(0.002)) gap += random.between(30.0, 300.0);
-                t += gap;
-            }
+            appendFrames(times, midnight + piece.first, midnight + piece.second, meanGap, random);
         }
     }
     return times;
+}
+
+void extendUntil(std::vector<double>& times, double endTime, SampleRandom& random) {
+    constexpr double kQuietBeforeEnd = 30.0 * kMinute;
+    if (!times.empty() && times.back() >= endTime - kQuietBeforeEnd) return;
+    double begin = endTime - random.between(1.0, 2.0) * kHour;
+    if (!times.empty()) begin = std::max(begin, times.back() + kMinute);
+    appendFrames(times, begin, endTime, random.between(2.2, 3.8), random);
+    while (!times.empty() && times.back() > endTime) times.pop_back();
 }
 
 }  // namespace VarnholtSampleData

@@ -17,4 +17,10 @@ namespace VarnholtSampleData {
 // has a short session now and then, or nothing.
 std::vector<double> frameTimesOfDay(std::int64_t day, int utcOffsetSeconds, SampleRandom& random);
 
+// A recorder database is usually looked at while the recorder runs: when the
+// last half hour before `endTime` saw no capture, a working session of one to
+// two hours is appended that lasts until `endTime`. `times` ascend and none
+// lies after `endTime`.
+void extendUntil(std::vector<double>& times, double endTime, SampleRandom& random);
+
 }  // namespace VarnholtSampleData
