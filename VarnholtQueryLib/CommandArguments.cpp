@@ -42,24 +42,18 @@ std::string repairedUTF8(const std::string& text) {
 }
 
 std::optional<std::int64_t> parseWholeDecimal(const std::string& text) {
-    std::string_view digits = text;
-    bool negative = false;
-    if (!digits.empty() && (digits.front() == '+' || digits.front() == '-')) {
-        negative = digits.front() == '-';
-        digits.remove_prefix(1);
-    }
+    // from_chars reads a leading "-" but not a "+".
+    std::string_view number = text;
+    if (!number.empty() && number.front() == '+') number.remove_prefix(1);
+    std::string_view digits = number;
+    if (!digits.empty() && digits.front() == '-' && text.front() != '+') digits.remove_prefix(1);
     if (digits.empty() ||
         !std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; })) {
         return std::nullopt;
     }
-    // Parse with the sign attached so that the most negative value fits.
-    const std::string signedDigits = (negative ? "-" : "") + std::string(digits);
     std::int64_t value = 0;
-    const auto [end, error] =
-        std::from_chars(signedDigits.data(), signedDigits.data() + signedDigits.size(), value);
-    if (error != std::errc() || end != signedDigits.data() + signedDigits.size()) {
-        return std::nullopt;
-    }
+    const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), value);
+    if (error != std::errc() || end != number.data() + number.size()) return std::nullopt;
     return value;
 }
 

@@ -14,6 +14,14 @@ using RecentWorkTimelineCore::TimelineObservation;
 
 namespace {
 
+// "m0", "m1", ...: built by appending, which keeps GCC 12 at -O3 from a
+// false -Wrestrict report on `"m" + std::to_string(i)`.
+std::string momentId(int i) {
+    std::string id = "m";
+    id += std::to_string(i);
+    return id;
+}
+
 // 2026-04-01T10:00:00Z.
 constexpr double kTen = 1775037600.0;
 // 2026-03-31T23:30:00Z: already 1 April in Berlin (01:30, summer time).
@@ -145,7 +153,7 @@ TEST_F(RecentResponseTest, ALimitKeepsTheEarliestMoments) {
     std::vector<TimelineMoment> moments;
     for (int i = 0; i < 12; ++i) {
         moments.push_back(moment(kTen + 300.0 * i, 1,
-                                 observation("m" + std::to_string(i), kTen + 300.0 * i, "x")));
+                                 observation(momentId(i), kTen + 300.0 * i, "x")));
     }
     std::string expectedMoments;
     for (int i = 0; i < 5; ++i) {
@@ -164,7 +172,7 @@ TEST_F(RecentResponseTest, ALimitKeepsTheEarliestMoments) {
                            "          \"applications\" : [\n"
                            "\n"
                            "          ],\n"
-                           "          \"observation_id\" : \"m" + std::to_string(i) + "\",\n"
+                           "          \"observation_id\" : \"" + momentId(i) + "\",\n"
                            "          \"timestamp\" : " + std::to_string(1775037600 + 300 * i) + ",\n"
                            "          \"timestamp_iso\" : \"" + start + "\"\n"
                            "        }\n"
@@ -187,7 +195,7 @@ TEST_F(RecentResponseTest, ALimitKeepsTheEarliestMoments) {
 TEST_F(RecentResponseTest, LimitsAtAndBeyondTheEnds) {
     std::vector<TimelineMoment> moments;
     for (int i = 0; i < 3; ++i) {
-        moments.push_back(moment(kTen + 300.0 * i, 1, observation("m" + std::to_string(i), kTen, "x")));
+        moments.push_back(moment(kTen + 300.0 * i, 1, observation(momentId(i), kTen, "x")));
     }
     const TimeRange range{kTen, kTen + 900, "recent"};
     struct Case {

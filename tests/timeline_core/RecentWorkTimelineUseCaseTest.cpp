@@ -61,8 +61,10 @@ protected:
         port.rows.clear();
         int index = 0;
         for (const auto& text : entityTexts) {
-            port.rows.push_back(observation("o" + std::to_string(index), kTen + index,
-                                            "description " + std::to_string(index), text));
+            std::string id = "o", description = "description ";
+            id += std::to_string(index);
+            description += std::to_string(index);
+            port.rows.push_back(observation(id, kTen + index, description, text));
             ++index;
         }
         const auto moments = run();
