@@ -1,11 +1,10 @@
 #include "CommandArguments.h"
 
-#include <unicode/unistr.h>
-#include <unicode/ustring.h>
-
 #include <algorithm>
 #include <charconv>
 #include <vector>
+
+#include "UTF8Text.h"
 
 namespace VarnholtQueryLib {
 
@@ -23,23 +22,6 @@ bool isFlag(const std::string& argument) {
 }
 
 }  // namespace
-
-std::string repairedUTF8(const std::string& text) {
-    UErrorCode status = U_ZERO_ERROR;
-    int32_t length = 0;
-    u_strFromUTF8WithSub(nullptr, 0, &length, text.data(), static_cast<int32_t>(text.size()), 0xFFFD,
-                         nullptr, &status);
-    if (status != U_BUFFER_OVERFLOW_ERROR && U_FAILURE(status)) return text;
-    std::vector<UChar> units(static_cast<size_t>(length) + 1);
-    status = U_ZERO_ERROR;
-    int32_t substitutions = 0;
-    u_strFromUTF8WithSub(units.data(), length + 1, &length, text.data(),
-                         static_cast<int32_t>(text.size()), 0xFFFD, &substitutions, &status);
-    if (U_FAILURE(status) || substitutions == 0) return text;
-    std::string repaired;
-    icu::UnicodeString(units.data(), length).toUTF8String(repaired);
-    return repaired;
-}
 
 std::optional<std::int64_t> parseWholeDecimal(const std::string& text) {
     // from_chars reads a leading "-" but not a "+".
@@ -65,7 +47,9 @@ CommandArguments CommandArguments::fromProcessArguments(const std::vector<std::s
     CommandArguments result;
     if (!arguments.empty()) {
         std::transform(arguments.begin() + 1, arguments.end(), std::back_inserter(result.args),
-                       repairedUTF8);
+                       [](const std::string& argument) {
+                           return VarnholtSQLiteSupport::repairedUTF8(argument);
+                       });
     }
     const auto& args = result.args;
 

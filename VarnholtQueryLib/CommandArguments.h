@@ -22,14 +22,12 @@ struct CommandArguments {
     std::optional<std::int64_t> limit;
 
     // REQUIRES: `arguments` is the full process argument list, program first.
-    // Arguments that are not valid UTF-8 are repaired first (see
-    // repairedUTF8), so every later echo of them can be written as JSON.
+    // Arguments that are not valid UTF-8 are repaired first (ill-formed
+    // bytes become U+FFFD), so every later echo of them can be written as
+    // JSON.
     static CommandArguments fromProcessArguments(const std::vector<std::string>& arguments);
 };
 
-// `text` with each ill-formed UTF-8 sequence replaced by U+FFFD, the way a
-// desktop runtime decodes process arguments. Valid text comes back unchanged.
-std::string repairedUTF8(const std::string& text);
 
 // `text` as a whole signed decimal integer ("+5", "-3", "42"), or absent for
 // anything else, including empty text and values beyond 64 bits.

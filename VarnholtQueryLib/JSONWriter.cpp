@@ -8,50 +8,14 @@
 
 #include "LocalCalendar.h"
 #include "SystemPlatform.h"
+#include "UTF8Text.h"
 
 namespace VarnholtQueryLib {
 
 namespace {
 
-// Whether `text` is well-formed UTF-8 (no overlongs, no surrogates, nothing
-// beyond U+10FFFF).
-bool isValidUTF8(const std::string& text) {
-    const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
-    const size_t size = text.size();
-    size_t i = 0;
-    while (i < size) {
-        const unsigned char lead = bytes[i];
-        size_t length = 0;
-        unsigned minimum = 0;
-        unsigned codePoint = 0;
-        if (lead < 0x80) {
-            ++i;
-            continue;
-        } else if ((lead & 0xE0) == 0xC0) {
-            length = 2, minimum = 0x80, codePoint = lead & 0x1F;
-        } else if ((lead & 0xF0) == 0xE0) {
-            length = 3, minimum = 0x800, codePoint = lead & 0x0F;
-        } else if ((lead & 0xF8) == 0xF0) {
-            length = 4, minimum = 0x10000, codePoint = lead & 0x07;
-        } else {
-            return false;
-        }
-        if (i + length > size) return false;
-        for (size_t k = 1; k < length; ++k) {
-            if ((bytes[i + k] & 0xC0) != 0x80) return false;
-            codePoint = (codePoint << 6) | (bytes[i + k] & 0x3F);
-        }
-        if (codePoint < minimum || codePoint > 0x10FFFF ||
-            (codePoint >= 0xD800 && codePoint <= 0xDFFF)) {
-            return false;
-        }
-        i += length;
-    }
-    return true;
-}
-
 bool writeString(const std::string& text, std::string& out) {
-    if (!isValidUTF8(text)) return false;
+    if (!VarnholtSQLiteSupport::isValidUTF8(text)) return false;
     out += '"';
     for (const char c : text) {
         switch (c) {

@@ -5,17 +5,19 @@
 #include <limits>
 
 #include "SQLiteReadConnection.h"
+#include "UTF8Text.h"
 
 namespace VarnholtSQLiteSupport {
 
 namespace {
 
-// The column's UTF-8 text with its exact length, embedded NULs included.
+// The column's text with its exact length, embedded NULs included, and
+// ill-formed UTF-8 (which SQLite stores as given) repaired.
 std::string textOf(sqlite3_stmt* statement, int column) {
     const unsigned char* text = sqlite3_column_text(statement, column);
     const int length = sqlite3_column_bytes(statement, column);
-    return text != nullptr ? std::string(reinterpret_cast<const char*>(text), static_cast<size_t>(length))
-                           : std::string();
+    if (text == nullptr) return std::string();
+    return repairedUTF8(std::string_view(reinterpret_cast<const char*>(text), static_cast<size_t>(length)));
 }
 
 }  // namespace

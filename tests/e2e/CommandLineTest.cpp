@@ -323,3 +323,22 @@ TEST(CommandLineTest, InvalidUTF8ArgumentsAreEchoedRepaired) {
     const ProcessResult result = home.run({"frob\xff"}, frozen());
     expectFailure(result, "INVALID_TIME_RANGE", "Unrecognized command 'frob\xEF\xBF\xBD'. Use --help for usage.");
 }
+
+TEST(CommandLineTest, IllFormedTextInTheDatabaseStillGivesAnAnswer) {
+    TemporaryHome home;
+    createDatabase(home);
+    sqlite3* handle = VarnholtSampleData::openWritableDatabase(home.databasePath());
+    // "Grüße" written by something that spoke Latin-1: the bytes FC and DF
+    // are not UTF-8.
+    VarnholtSampleData::execWritable(
+        handle,
+        "INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at) VALUES "
+        "('OBS-1', 'visual', 1775030400, CAST(x'4772fcdf65' AS TEXT), '[]', '2026-04-01T08:00:00Z')");
+    sqlite3_close(handle);
+    const ProcessResult result = home.run({"today"}, frozen());
+    EXPECT_EQ(result.exitStatus, 0);
+    EXPECT_EQ(result.standardError, "");
+    EXPECT_NE(result.standardOutput.find("\"vlm_description\" : \"Gr\xEF\xBF\xBD\xEF\xBF\xBD" "e\""),
+              std::string::npos)
+        << result.standardOutput;
+}

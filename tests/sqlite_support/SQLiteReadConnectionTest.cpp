@@ -173,6 +173,18 @@ TEST(StatementConventionsTest, BindInt32StopsOnValuesBeyond32Bits) {
     sqlite3_close(handle);
 }
 
+TEST(StatementConventionsTest, IllFormedTextIsRepaired) {
+    sqlite3* handle = nullptr;
+    ASSERT_EQ(sqlite3_open(":memory:", &handle), SQLITE_OK);
+    sqlite3_stmt* statement = prepareStatement(handle, "SELECT CAST(x'4772fc7373' AS TEXT)");
+    FinalizeOnExit finalize(statement);
+    ASSERT_EQ(sqlite3_step(statement), SQLITE_ROW);
+    // Latin-1 "Grüss" stored as is: the ü byte becomes U+FFFD.
+    EXPECT_EQ(columnText(statement, 0), "Gr\uFFFDss");
+    EXPECT_EQ(columnOptionalText(statement, 0), "Gr\uFFFDss");
+    sqlite3_close(handle);
+}
+
 TEST(StatementConventionsTest, TextKeepsEmbeddedNul) {
     sqlite3* handle = nullptr;
     ASSERT_EQ(sqlite3_open(":memory:", &handle), SQLITE_OK);
