@@ -33,7 +33,6 @@ struct FileAttributes {
 class FileSystemPort {
 public:
     virtual ~FileSystemPort() = default;
-    virtual bool exists(const std::string& path) const = 0;
     // Absent when the attributes cannot be read (no file, no permission).
     virtual std::optional<FileAttributes> attributes(const std::string& path) const = 0;
     // The whole file as bytes; absent when it cannot be read.

@@ -11,8 +11,6 @@
 #include <ctime>
 #include <fstream>
 #include <iterator>
-#include <limits>
-#include <sstream>
 
 extern char** environ;
 
@@ -22,11 +20,6 @@ double SystemClock::now() const {
     struct timespec now {};
     clock_gettime(CLOCK_REALTIME, &now);
     return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
-}
-
-bool SystemFileSystem::exists(const std::string& path) const {
-    struct stat info {};
-    return ::stat(path.c_str(), &info) == 0;
 }
 
 std::optional<FileAttributes> SystemFileSystem::attributes(const std::string& path) const {

@@ -13,7 +13,6 @@ public:
 
 class SystemFileSystem final : public FileSystemPort {
 public:
-    bool exists(const std::string& path) const override;
     std::optional<FileAttributes> attributes(const std::string& path) const override;
     std::optional<std::string> readFile(const std::string& path) const override;
 };

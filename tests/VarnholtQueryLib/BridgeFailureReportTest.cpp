@@ -24,7 +24,6 @@ const char* kAllSixKeys =
 class InMemoryFileSystem final : public FileSystemPort {
 public:
     std::map<std::string, std::string> files;
-    bool exists(const std::string& path) const override { return files.count(path) > 0; }
     std::optional<FileAttributes> attributes(const std::string&) const override {
         return std::nullopt;
     }

@@ -235,9 +235,8 @@ public:
 // Files in memory; records every read.
 class FakeFileSystem final : public FileSystemPort {
 public:
-    bool exists(const std::string& path) const override { return files_.count(path) != 0; }
     std::optional<FileAttributes> attributes(const std::string& path) const override {
-        if (!exists(path)) return std::nullopt;
+        if (files_.count(path) == 0) return std::nullopt;
         return FileAttributes{static_cast<std::int64_t>(files_.at(path).size()), std::nullopt};
     }
     std::optional<std::string> readFile(const std::string& path) const override {

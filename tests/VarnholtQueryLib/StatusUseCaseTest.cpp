@@ -39,9 +39,6 @@ public:
     std::map<std::string, FileAttributes> attributesByPath;
     std::map<std::string, std::string> contentsByPath;
 
-    bool exists(const std::string& path) const override {
-        return attributesByPath.count(path) > 0 || contentsByPath.count(path) > 0;
-    }
     std::optional<FileAttributes> attributes(const std::string& path) const override {
         const auto found = attributesByPath.find(path);
         if (found == attributesByPath.end()) return std::nullopt;
