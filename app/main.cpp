@@ -1,7 +1,7 @@
 #include <string>
 #include <vector>
 
-#include "CLI.h"
+#include "cli/CLI.h"
 
 int main(int argc, char** argv) {
     VarnholtQueryLib::runCLI(std::vector<std::string>(argv, argv + argc));

@@ -8,7 +8,7 @@
 #include <filesystem>
 #include <regex>
 
-#include "ByteCountFormat.h"
+#include "status/ByteCountFormat.h"
 #include "RecorderSchema.h"
 #include "TemporaryHome.h"
 

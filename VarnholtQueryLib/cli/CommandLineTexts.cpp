@@ -1,0 +1,56 @@
+#include "cli/CommandLineTexts.h"
+
+namespace VarnholtQueryLib {
+
+const char* const kHelpText =
+    "varnholt-query \u2014 Agent-native work memory interface\n"
+    "\n"
+    "USAGE:\n"
+    "  varnholt-query [command] [options]\n"
+    "\n"
+    "COMMANDS:\n"
+    "  today                 Activity from today (default)\n"
+    "  yesterday             Activity from yesterday\n"
+    "  this-week             Activity from this week\n"
+    "  last-active-day       Most recent day with activity\n"
+    "  recent --since <dur>  Moment timeline (e.g., 2h, 30m, 1d, 1w)\n"
+    "  range --from <iso> --to <iso>  Custom time range\n"
+    "  search <keyword>      Search observations (FTS5, BM25 ranked)\n"
+    "  entities              Aggregated entity data (tools, languages, apps)\n"
+    "  support-context       Machine-oriented support-draft context summary\n"
+    "  status                Health check and database stats\n"
+    "  top                   Live pipeline monitor (Ctrl+C to exit)\n"
+    "\n"
+    "OPTIONS:\n"
+    "  --since <duration>    Time window (e.g., 2h, 30m, 1d, 1w)\n"
+    "  --images              Include image_path in output (explicit escalation)\n"
+    "  --kind <entity_kind>  Filter entities by kind (e.g., programming_language, app)\n"
+    "  --compact             Omit description and topics fields\n"
+    "  --full                Include description and topics fields\n"
+    "  --collapse            Deduplicate search results by description\n"
+    "  --json                JSON output (default for piped output)\n"
+    "  --limit N             Limit results shown\n"
+    "  --help, -h            Show this help\n"
+    "  --version, -v         Show version\n"
+    "\n"
+    "OUTPUT:\n"
+    "  JSON to stdout, logs/errors to stderr.\n"
+    "  Exit 0 on success (even empty data), non-zero on failure.";
+
+const char* const kCommandListJSON =
+    "{\n"
+    "  \"commands\": [\n"
+    "    {\"name\": \"today\", \"args\": [], \"flags\": [\"--json\", \"--compact\", \"--full\", \"--limit\"]},\n"
+    "    {\"name\": \"yesterday\", \"args\": [], \"flags\": [\"--json\", \"--compact\", \"--full\", \"--limit\"]},\n"
+    "    {\"name\": \"this-week\", \"args\": [], \"flags\": [\"--json\", \"--compact\", \"--full\", \"--limit\"]},\n"
+    "    {\"name\": \"last-active-day\", \"args\": [], \"flags\": [\"--json\", \"--compact\", \"--full\", \"--limit\"]},\n"
+    "    {\"name\": \"recent\", \"args\": [\"--since\"], \"flags\": [\"--since\", \"--images\", \"--compact\", \"--full\", \"--limit\"]},\n"
+    "    {\"name\": \"range\", \"args\": [\"--from\", \"--to\"], \"flags\": [\"--from\", \"--to\", \"--json\", \"--compact\", \"--full\", \"--limit\"]},\n"
+    "    {\"name\": \"search\", \"args\": [\"keyword\"], \"flags\": [\"--since\", \"--app\", \"--from\", \"--to\", \"--latest\", \"--limit\", \"--compact\", \"--images\", \"--collapse\"]},\n"
+    "    {\"name\": \"entities\", \"args\": [], \"flags\": [\"--since\", \"--kind\", \"--limit\"]},\n"
+    "    {\"name\": \"status\", \"args\": [], \"flags\": [\"--json\"]},\n"
+    "    {\"name\": \"top\", \"args\": [], \"flags\": []}\n"
+    "  ]\n"
+    "}";
+
+}  // namespace VarnholtQueryLib

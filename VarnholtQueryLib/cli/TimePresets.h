@@ -1,0 +1,55 @@
+#pragma once
+
+#include <string>
+
+#include "timeline/TimeRange.h"
+
+namespace VarnholtQueryLib {
+
+class LocalCalendar;
+
+// Turns the time words of the command line into instants (seconds since 1970
+// UTC): the named presets, a duration such as "2h", and date texts. Calendar
+// arithmetic happens in `calendar`, the user's zone and locale; `now` is read
+// once by the caller. Every failure is CLIError::invalidTimeRange with the
+// message the user sees.
+namespace TimePresets {
+
+// Start of today to start of tomorrow (23 or 25 hours on a daylight-saving
+// change).
+TimeRange today(const LocalCalendar& calendar, double now);
+// Start of yesterday to start of today.
+TimeRange yesterday(const LocalCalendar& calendar, double now);
+// Start of the current week (the locale's first weekday) to now.
+TimeRange thisWeek(const LocalCalendar& calendar, double now);
+// The whole local day containing `lastTimestamp`.
+TimeRange lastActiveDay(const LocalCalendar& calendar, double lastTimestamp);
+// now minus the duration `since` ("30m", "2h", "1.5h", "1d", "1w"; days and
+// weeks are fixed multiples of seconds) to now.
+TimeRange recent(const std::string& since, double now);
+// `fromText` to `toText`, each an ISO 8601 date-time with zone, a local
+// "yyyy-MM-ddTHH:mm:ss", or a local "yyyy-MM-dd"; a date-only end covers its
+// whole day. Requires from < to.
+TimeRange range(const LocalCalendar& calendar, const std::string& fromText,
+                const std::string& toText);
+
+// One parsed date text: the instant and whether it was a bare date.
+struct ParsedDate {
+    double instant = 0;
+    bool dateOnly = false;
+};
+
+// The three date forms, tried in order; throws the "Cannot parse <label>
+// date ..." error when none fits.
+ParsedDate parseDateInput(const LocalCalendar& calendar, const std::string& text,
+                          const std::string& label);
+ParsedDate parseSearchDateInput(const LocalCalendar& calendar, const std::string& text,
+                                const std::string& label);
+// parseSearchDateInput, and with `isEndOfDay` a bare date means 23:59:59 of
+// that day instead of its midnight.
+double parseSearchDateArgument(const LocalCalendar& calendar, const std::string& text,
+                               const std::string& label, bool isEndOfDay);
+
+}  // namespace TimePresets
+
+}  // namespace VarnholtQueryLib

@@ -1,0 +1,78 @@
+#include "entities/SQLiteEntityQuery.h"
+
+#include <sqlite3.h>
+
+#include "SQLiteReadConnection.h"
+#include "SQLiteStatement.h"
+
+namespace VarnholtQueryLib {
+
+using namespace VarnholtSQLiteSupport;
+
+namespace {
+
+// The statement text is fixed down to its whitespace, so that every run sends
+// the same bytes and tests can compare them. The head ends with a line break
+// and four spaces and the tail begins with a line break: without a filter an
+// indented blank line separates them.
+constexpr const char* kHead =
+    "    SELECT oe.entity_kind, oe.entity_value,\n"
+    "           COUNT(*) AS occurrence_count,\n"
+    "           MIN(COALESCE(f.timestamp, o.timestamp)) AS first_seen,\n"
+    "           MAX(COALESCE(f.timestamp, o.timestamp)) AS last_seen\n"
+    "    FROM observation_entities oe\n"
+    "    JOIN observations o ON oe.observation_id = o.id\n"
+    "    LEFT JOIN frames f ON f.id = o.frame_id\n"
+    "    ";
+
+constexpr const char* kTail =
+    "\n"
+    "    GROUP BY oe.entity_kind, oe.entity_value\n"
+    "    ORDER BY occurrence_count DESC, entity_kind ASC, entity_value ASC\n"
+    "    LIMIT ?";
+
+constexpr const char* kFromCondition = "COALESCE(f.timestamp, o.timestamp) >= ?";
+constexpr const char* kToCondition = "COALESCE(f.timestamp, o.timestamp) <= ?";
+constexpr const char* kKindCondition = "oe.entity_kind = ?";
+
+}  // namespace
+
+SQLiteEntityQuery::SQLiteEntityQuery(const SQLiteReadConnection& connection)
+    : handle_(connection.handle()) {}
+
+std::string SQLiteEntityQuery::composeSQL(const EntityQueryParams& params) {
+    std::string filter;
+    const auto addCondition = [&filter](const char* condition) {
+        filter += filter.empty() ? "WHERE " : " AND ";
+        filter += condition;
+    };
+    if (params.fromTs) addCondition(kFromCondition);
+    if (params.toTs) addCondition(kToCondition);
+    if (params.kind) addCondition(kKindCondition);
+    return std::string(kHead) + filter + kTail;
+}
+
+std::vector<EntityAggregation> SQLiteEntityQuery::aggregate(const EntityQueryParams& params) {
+    sqlite3_stmt* statement = prepareStatement(handle_, composeSQL(params));
+    FinalizeOnExit finalize(statement);
+
+    int position = 1;
+    if (params.fromTs) sqlite3_bind_double(statement, position++, *params.fromTs);
+    if (params.toTs) sqlite3_bind_double(statement, position++, *params.toTs);
+    if (params.kind) bindText(statement, position++, *params.kind);
+    bindInt32(statement, position, params.limit);
+
+    std::vector<EntityAggregation> rows;
+    stepRows(handle_, statement, [&rows](sqlite3_stmt* row) {
+        EntityAggregation aggregation;
+        aggregation.kind = columnText(row, 0);
+        aggregation.value = columnText(row, 1);
+        aggregation.count = sqlite3_column_int(row, 2);
+        aggregation.firstSeen = sqlite3_column_double(row, 3);
+        aggregation.lastSeen = sqlite3_column_double(row, 4);
+        rows.push_back(std::move(aggregation));
+    });
+    return rows;
+}
+
+}  // namespace VarnholtQueryLib

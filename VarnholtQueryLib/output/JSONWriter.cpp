@@ -1,0 +1,148 @@
+#include "output/JSONWriter.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+
+#include "platform/LocalCalendar.h"
+#include "platform/SystemPlatform.h"
+#include "UTF8Text.h"
+
+namespace VarnholtQueryLib {
+
+namespace {
+
+bool writeString(const std::string& text, std::string& out) {
+    if (!VarnholtSQLiteSupport::isValidUTF8(text)) return false;
+    out += '"';
+    for (const char c : text) {
+        switch (c) {
+            case '"': out += "\\\""; break;
+            case '\\': out += "\\\\"; break;
+            case '/': out += "\\/"; break;
+            case '\b': out += "\\b"; break;
+            case '\f': out += "\\f"; break;
+            case '\n': out += "\\n"; break;
+            case '\r': out += "\\r"; break;
+            case '\t': out += "\\t"; break;
+            default:
+                if (static_cast<unsigned char>(c) < 0x20) {
+                    char escape[8];
+                    std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(c));
+                    out += escape;
+                } else {
+                    out += c;
+                }
+        }
+    }
+    out += '"';
+    return true;
+}
+
+bool writeDouble(double value, std::string& out) {
+    if (!std::isfinite(value)) return false;
+    char buffer[64];
+    // The shortest text that reads back as the same double; whole values
+    // come out without a fraction ("1775034300").
+    const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
+    out.append(buffer, result.ptr);
+    return true;
+}
+
+bool writeValue(const JSON& value, int depth, std::string& out) {
+    const std::string indent(static_cast<size_t>(depth) * 2, ' ');
+    const std::string innerIndent(static_cast<size_t>(depth + 1) * 2, ' ');
+    switch (value.type()) {
+        case JSON::value_t::null: out += "null"; return true;
+        case JSON::value_t::boolean: out += value.get<bool>() ? "true" : "false"; return true;
+        case JSON::value_t::number_integer: out += std::to_string(value.get<std::int64_t>()); return true;
+        case JSON::value_t::number_unsigned: out += std::to_string(value.get<std::uint64_t>()); return true;
+        case JSON::value_t::number_float: return writeDouble(value.get<double>(), out);
+        case JSON::value_t::string: return writeString(value.get_ref<const std::string&>(), out);
+        case JSON::value_t::array: {
+            out += "[\n";
+            if (value.empty()) {
+                out += "\n" + indent + "]";
+                return true;
+            }
+            bool first = true;
+            for (const auto& element : value) {
+                if (!first) out += ",\n";
+                first = false;
+                out += innerIndent;
+                if (!writeValue(element, depth + 1, out)) return false;
+            }
+            out += "\n" + indent + "]";
+            return true;
+        }
+        case JSON::value_t::object: {
+            out += "{\n";
+            if (value.empty()) {
+                out += "\n" + indent + "}";
+                return true;
+            }
+            // nlohmann::json keeps object members in a std::map, so iteration
+            // is already in ascending key order.
+            bool first = true;
+            for (const auto& [key, member] : value.items()) {
+                if (!first) out += ",\n";
+                first = false;
+                out += innerIndent;
+                if (!writeString(key, out)) return false;
+                out += " : ";
+                if (!writeValue(member, depth + 1, out)) return false;
+            }
+            out += "\n" + indent + "}";
+            return true;
+        }
+        case JSON::value_t::binary:
+        case JSON::value_t::discarded:
+            return false;
+    }
+    return false;
+}
+
+}  // namespace
+
+std::optional<std::string> serializeJSON(const JSON& document) {
+    std::string out;
+    if (!writeValue(document, 0, out)) return std::nullopt;
+    return out;
+}
+
+void writeJSON(const JSON& document, std::ostream& out, std::ostream& err) {
+    const auto text = serializeJSON(document);
+    if (!text) {
+        err << "Failed to serialize JSON\n";
+        err.flush();
+        return;
+    }
+    out << *text << '\n';
+    out.flush();
+}
+
+void writeJSON(const JSON& document) { writeJSON(document, std::cout, std::cerr); }
+
+JSON makeErrorEnvelope(const std::string& code, const std::string& message, double timestamp) {
+    return JSON{
+        {"ok", false},
+        {"api_version", 2},
+        {"data", nullptr},
+        {"meta", nullptr},
+        {"error",
+         {{"code", code}, {"message", message}, {"timestamp", formatUTCInternetDateTime(timestamp)}}},
+    };
+}
+
+void outputErrorJSON(const std::string& code, const std::string& message) {
+    writeJSON(makeErrorEnvelope(code, message, SystemClock().now()));
+}
+
+void outputError(const std::string& code, const std::string& message) {
+    outputErrorJSON(code, message);
+    std::exit(1);
+}
+
+}  // namespace VarnholtQueryLib

@@ -1,0 +1,96 @@
+#include "platform/SystemPlatform.h"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+#include <fstream>
+#include <iterator>
+
+extern char** environ;
+
+namespace VarnholtQueryLib {
+
+double SystemClock::now() const {
+    struct timespec now {};
+    clock_gettime(CLOCK_REALTIME, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
+}
+
+std::optional<FileAttributes> SystemFileSystem::attributes(const std::string& path) const {
+    struct stat info {};
+    if (::stat(path.c_str(), &info) != 0) return std::nullopt;
+    FileAttributes attributes;
+    attributes.sizeBytes = static_cast<std::int64_t>(info.st_size);
+    attributes.modifiedAt =
+        static_cast<double>(info.st_mtim.tv_sec) + static_cast<double>(info.st_mtim.tv_nsec) / 1e9;
+    return attributes;
+}
+
+std::optional<std::string> SystemFileSystem::readFile(const std::string& path) const {
+    std::ifstream file(path, std::ios::binary);
+    if (!file) return std::nullopt;
+    std::string content((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    if (file.bad()) return std::nullopt;
+    return content;
+}
+
+ProcessOutput SystemProcess::run(const std::string& program,
+                                 const std::vector<std::string>& arguments) const {
+    ProcessOutput output;
+    int pipeEnds[2];
+    if (pipe2(pipeEnds, O_CLOEXEC) != 0) {
+        output.launchError = std::strerror(errno);
+        return output;
+    }
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, pipeEnds[1], STDOUT_FILENO);
+
+    std::vector<char*> argv;
+    argv.push_back(const_cast<char*>(program.c_str()));
+    for (const auto& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
+    argv.push_back(nullptr);
+
+    pid_t child = 0;
+    const int spawnResult =
+        posix_spawn(&child, program.c_str(), &actions, nullptr, argv.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    close(pipeEnds[1]);
+    if (spawnResult != 0) {
+        close(pipeEnds[0]);
+        output.launchError = std::strerror(spawnResult);
+        return output;
+    }
+    output.launched = true;
+
+    // Read to the end before reaping: twenty very long log lines can exceed
+    // the pipe's buffer, and a child blocked on a full pipe never exits.
+    char buffer[4096];
+    for (;;) {
+        const ssize_t count = read(pipeEnds[0], buffer, sizeof buffer);
+        if (count > 0) {
+            output.standardOutput.append(buffer, static_cast<size_t>(count));
+        } else if (count < 0 && errno == EINTR) {
+            continue;
+        } else {
+            break;
+        }
+    }
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    close(pipeEnds[0]);
+    return output;
+}
+
+void SystemSleep::sleepSeconds(unsigned seconds) const { ::sleep(seconds); }
+
+bool standardOutputIsTerminal() { return isatty(STDOUT_FILENO) != 0; }
+
+}  // namespace VarnholtQueryLib

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "platform/PlatformPorts.h"
+#include "status/TailLogPort.h"
+
+namespace VarnholtQueryLib {
+
+// Log tails by running the system's /usr/bin/tail through the process port.
+// The child's standard error is inherited, so for a missing file tail's own
+// complaint reaches the user's terminal and the text is empty. Holds only a
+// reference to the process port, which must outlive it.
+class FSTailTailLogPort final : public TailLogPort {
+public:
+    explicit FSTailTailLogPort(const ProcessPort& processes);
+
+    // The child's standard output as text; its exit status is not examined.
+    // "Error: Unable to read log file - <reason>" when tail cannot be
+    // started, "Error: Unable to decode log output." when its output is not
+    // UTF-8.
+    std::string tailLog(const std::string& filePath, std::int64_t lineCount) const override;
+
+    static constexpr const char* kTailProgram = "/usr/bin/tail";
+
+private:
+    const ProcessPort& processes_;
+};
+
+}  // namespace VarnholtQueryLib

@@ -1,0 +1,203 @@
+#include "cli/CommandParser.h"
+
+#include <gtest/gtest.h>
+
+#include "cli/CLIError.h"
+#include "platform/LocalCalendar.h"
+
+using namespace VarnholtQueryLib;
+
+namespace {
+
+constexpr double kNow = 1775037600;  // 2026-04-01T10:00:00Z
+
+class CommandParserTest : public ::testing::Test {
+protected:
+    Command parse(std::vector<std::string> words) const {
+        words.insert(words.begin(), "varnholt-query");
+        return parseCommand(CommandArguments::fromProcessArguments(words), calendar_, kNow);
+    }
+
+    template <typename Case>
+    Case parseAs(const std::vector<std::string>& words) const {
+        const Command command = parse(words);
+        EXPECT_TRUE(std::holds_alternative<Case>(command.value));
+        return std::holds_alternative<Case>(command.value) ? std::get<Case>(command.value) : Case{};
+    }
+
+    // "CODE: message" of the error that parsing `words` throws.
+    std::string failure(const std::vector<std::string>& words) const {
+        try {
+            parse(words);
+        } catch (const CLIError& error) {
+            return error.code() + ": " + error.message();
+        }
+        return "<no error>";
+    }
+
+    LocalCalendar calendar_{"UTC", "en_US"};
+};
+
+}  // namespace
+
+TEST_F(CommandParserTest, HelpWinsOverEverything) {
+    parseAs<Command::Help>({"--help", "status"});
+    parseAs<Command::Help>({"status", "-h"});
+    parseAs<Command::Help>({"help"});
+    parseAs<Command::Help>({"-h", "--version"});
+    parseAs<Command::Help>({"search", "x", "--help"});
+}
+
+TEST_F(CommandParserTest, VersionComesSecond) {
+    parseAs<Command::Version>({"status", "--version"});
+    parseAs<Command::Version>({"-v"});
+    parseAs<Command::Version>({"version"});
+    parseAs<Command::Version>({"version", "today"});
+}
+
+TEST_F(CommandParserTest, NoCommandIsToday) {
+    const auto recent = parseAs<Command::Recent>({});
+    EXPECT_EQ(recent.preset, "today");
+    EXPECT_FALSE(recent.since.has_value());
+    EXPECT_FALSE(recent.limit.has_value());
+    EXPECT_FALSE(recent.compact);
+
+    const auto limited = parseAs<Command::Recent>({"--limit", "5"});
+    EXPECT_EQ(limited.preset, "today");
+    EXPECT_EQ(limited.limit, 5);
+}
+
+TEST_F(CommandParserTest, PresetWordsIgnoreImages) {
+    for (const char* word : {"today", "yesterday", "this-week", "last-active-day"}) {
+        const auto recent = parseAs<Command::Recent>({word, "--images", "--compact"});
+        EXPECT_EQ(recent.preset, word);
+        EXPECT_FALSE(recent.images);
+        EXPECT_TRUE(recent.compact);
+    }
+}
+
+TEST_F(CommandParserTest, FullWinsOverCompact) {
+    EXPECT_FALSE(parseAs<Command::Recent>({"today", "--compact", "--full"}).compact);
+    EXPECT_FALSE(parseAs<Command::Recent>({"today", "--full"}).compact);
+}
+
+TEST_F(CommandParserTest, RecentNeedsADuration) {
+    const auto recent = parseAs<Command::Recent>({"recent", "--since", "2h", "--images", "--limit", "3"});
+    EXPECT_FALSE(recent.preset.has_value());
+    EXPECT_EQ(recent.since, "2h");
+    EXPECT_TRUE(recent.images);
+    EXPECT_EQ(recent.limit, 3);
+    const std::string message =
+        "INVALID_TIME_RANGE: 'recent' requires --since <duration>. Usage: recent --since 2h";
+    EXPECT_EQ(failure({"recent"}), message);
+    EXPECT_EQ(failure({"recent", "--since"}), message);
+    EXPECT_EQ(failure({"recent", "--since", "--images"}), message);
+}
+
+TEST_F(CommandParserTest, RangeNeedsBothEnds) {
+    const auto recent = parseAs<Command::Recent>({"range", "--from", "2026-04-01", "--to", "2026-04-07"});
+    EXPECT_EQ(recent.preset, "range");
+    EXPECT_EQ(recent.rangeFrom, "2026-04-01");
+    EXPECT_EQ(recent.rangeTo, "2026-04-07");
+    EXPECT_EQ(failure({"range"}),
+              "INVALID_TIME_RANGE: 'range' requires --from and --to flags. Usage: range --from 2026-04-01 "
+              "--to 2026-04-07");
+    EXPECT_EQ(failure({"range", "--to", "2026-04-07"}),
+              "INVALID_TIME_RANGE: 'range' requires --from flag. Usage: range --from 2026-04-01 --to 2026-04-07");
+    EXPECT_EQ(failure({"range", "--from", "2026-04-01", "--to", "--json"}),
+              "INVALID_TIME_RANGE: 'range' requires --to flag. Usage: range --from 2026-04-01 --to 2026-04-07");
+}
+
+TEST_F(CommandParserTest, OtherCommands) {
+    parseAs<Command::SupportContext>({"support-context"});
+    parseAs<Command::Top>({"top"});
+    EXPECT_FALSE(parseAs<Command::Status>({"status"}).jsonFlag);
+    EXPECT_TRUE(parseAs<Command::Status>({"status", "--json"}).jsonFlag);
+}
+
+TEST_F(CommandParserTest, EntitiesToleratesMissingValues) {
+    const auto plain = parseAs<Command::Entities>({"entities"});
+    EXPECT_FALSE(plain.since.has_value());
+    EXPECT_FALSE(plain.kind.has_value());
+    EXPECT_EQ(plain.limit, 100);
+    EXPECT_FALSE(parseAs<Command::Entities>({"entities", "--kind"}).kind.has_value());
+    const auto full = parseAs<Command::Entities>({"entities", "--since", "2h", "--kind", "app", "--limit", "9999"});
+    EXPECT_EQ(full.since, "2h");
+    EXPECT_EQ(full.kind, "app");
+    EXPECT_EQ(full.limit, 9999);  // clamped at dispatch
+}
+
+TEST_F(CommandParserTest, UnknownCommandKeepsTheSharedCode) {
+    EXPECT_EQ(failure({"frobnicate"}),
+              "INVALID_TIME_RANGE: Unrecognized command 'frobnicate'. Use --help for usage.");
+}
+
+TEST_F(CommandParserTest, SearchDefaults) {
+    const auto search = parseAs<Command::Search>({"search", "invoice"});
+    EXPECT_EQ(search.keyword, "invoice");
+    EXPECT_FALSE(search.appFilter.has_value());
+    EXPECT_FALSE(search.from.has_value());
+    EXPECT_FALSE(search.to.has_value());
+    EXPECT_EQ(search.limit, 50);
+    EXPECT_FALSE(search.latestOnly || search.compact || search.images || search.collapse);
+}
+
+TEST_F(CommandParserTest, SearchFlags) {
+    const auto search = parseAs<Command::Search>(
+        {"search", "invoice", "budget", "--app", "Mail", "--latest", "--images", "--collapse", "--compact"});
+    EXPECT_EQ(search.keyword, "invoice");  // the first bare word only
+    EXPECT_EQ(search.appFilter, "Mail");
+    EXPECT_TRUE(search.latestOnly && search.images && search.collapse && search.compact);
+    EXPECT_EQ(search.limit, 1);  // --latest
+}
+
+TEST_F(CommandParserTest, SearchLimitClamps) {
+    EXPECT_EQ(parseAs<Command::Search>({"search", "kw", "--limit", "1000"}).limit, 200);
+    EXPECT_EQ(parseAs<Command::Search>({"search", "kw", "--limit", "0"}).limit, 1);
+    EXPECT_EQ(parseAs<Command::Search>({"search", "kw", "--limit", "-4"}).limit, 1);
+    EXPECT_EQ(parseAs<Command::Search>({"search", "kw", "--limit", "abc"}).limit, 50);
+    EXPECT_EQ(parseAs<Command::Search>({"search", "kw", "--limit", "7", "--limit", "9"}).limit, 9);
+}
+
+TEST_F(CommandParserTest, SearchDates) {
+    const auto sameDay = parseAs<Command::Search>({"search", "kw", "--from", "2026-04-07", "--to", "2026-04-07"});
+    EXPECT_EQ(sameDay.from, 1775520000);  // 2026-04-07T00:00:00Z
+    EXPECT_EQ(sameDay.to, 1775606399);    // 2026-04-07T23:59:59Z
+    const auto since = parseAs<Command::Search>({"search", "kw", "--since", "2h"});
+    EXPECT_EQ(since.from, kNow - 7200);
+    EXPECT_EQ(since.to, kNow);
+    // Later flags overwrite earlier ones: the start of --from, the end of --since.
+    const auto mixed = parseAs<Command::Search>({"search", "kw", "--since", "2h", "--from", "2026-04-01"});
+    EXPECT_EQ(mixed.from, 1775001600);
+    EXPECT_EQ(mixed.to, kNow);
+}
+
+TEST_F(CommandParserTest, SearchErrors) {
+    const std::string missingKeyword =
+        "INVALID_TIME_RANGE: Missing keyword. Usage: varnholt-query search <keyword> [--app <name>] "
+        "[--since <duration>] [--from YYYY-MM-DD] [--to YYYY-MM-DD] [--latest] [--limit N] [--compact]";
+    EXPECT_EQ(failure({"search"}), missingKeyword);
+    EXPECT_EQ(failure({"search", "--latest"}), missingKeyword);
+    EXPECT_EQ(failure({"search", "foo", "--app"}), "UNKNOWN_ERROR: Missing value for --app.");
+    EXPECT_EQ(failure({"search", "foo", "--limit", "--latest"}), "UNKNOWN_ERROR: Missing value for --limit.");
+    EXPECT_EQ(failure({"search", "foo", "--from", "2026-04-08", "--to", "2026-04-07"}),
+              "INVALID_TIME_RANGE: --from must be before or equal to --to");
+    EXPECT_EQ(failure({"search", "foo", "--from", "April"}),
+              "INVALID_TIME_RANGE: Cannot parse --from date 'April'. Use ISO 8601 or yyyy-MM-dd format.");
+    EXPECT_EQ(failure({"search", "foo", "--since", "2x"}),
+              "INVALID_TIME_RANGE: Unknown duration unit 'x'. Use m, h, d, or w.");
+    // Errors are raised in the order the flags come.
+    EXPECT_EQ(failure({"search", "--since", "0h", "--app"}),
+              "INVALID_TIME_RANGE: Invalid duration value in '0h'. Numeric prefix required.");
+}
+
+TEST_F(CommandParserTest, SearchEqualInstantsPass) {
+    const auto search =
+        parseAs<Command::Search>({"search", "kw", "--from", "2026-04-01T10:00:00Z", "--to", "2026-04-01T10:00:00Z"});
+    EXPECT_EQ(search.from, search.to);
+}
+
+TEST_F(CommandParserTest, SearchUnknownFlagEndsTheProcess) {
+    EXPECT_EXIT(parse({"search", "foo", "--bogus"}), ::testing::ExitedWithCode(1), "");
+    EXPECT_EXIT(parse({"search", "foo", "--json"}), ::testing::ExitedWithCode(1), "");
+}

@@ -1,0 +1,190 @@
+#include "cli/TimePresets.h"
+
+#include <gtest/gtest.h>
+
+#include "cli/CLIError.h"
+#include "platform/LocalCalendar.h"
+
+using namespace VarnholtQueryLib;
+
+namespace {
+
+// Expected instants were computed independently of this code (IANA zone data).
+constexpr double kWednesdayApril1At10UTC = 1775037600;  // 2026-04-01T10:00:00Z
+constexpr double kBerlinMarch29Midnight = 1774738800;   // spring forward: 23-hour day
+constexpr double kBerlinMarch30Midnight = 1774821600;
+constexpr double kBerlinOctober25Midnight = 1792879200;  // fall back: 25-hour day
+constexpr double kBerlinOctober26Midnight = 1792969200;
+
+std::string messageOf(const std::function<void()>& action) {
+    try {
+        action();
+    } catch (const CLIError& error) {
+        EXPECT_EQ(error.code(), "INVALID_TIME_RANGE");
+        return error.message();
+    }
+    return "<no error>";
+}
+
+class TimePresetsTest : public ::testing::Test {
+protected:
+    LocalCalendar berlin{"Europe/Berlin", "de_DE"};
+    LocalCalendar utcUS{"UTC", "en_US"};
+};
+
+}  // namespace
+
+TEST_F(TimePresetsTest, TodaySpansTheCalendarDay) {
+    const TimeRange range = TimePresets::today(utcUS, kWednesdayApril1At10UTC);
+    EXPECT_EQ(range.from, 1775001600);
+    EXPECT_EQ(range.to, 1775088000);
+    EXPECT_EQ(range.preset, "today");
+}
+
+TEST_F(TimePresetsTest, TodayOnSpringForwardDayLasts23Hours) {
+    const TimeRange range = TimePresets::today(berlin, kBerlinMarch29Midnight + 12 * 3600);
+    EXPECT_EQ(range.from, kBerlinMarch29Midnight);
+    EXPECT_EQ(range.to, kBerlinMarch30Midnight);
+    EXPECT_EQ(range.to - range.from, 23 * 3600);
+}
+
+TEST_F(TimePresetsTest, TodayOnFallBackDayLasts25Hours) {
+    const TimeRange range = TimePresets::today(berlin, kBerlinOctober25Midnight + 3600);
+    EXPECT_EQ(range.from, kBerlinOctober25Midnight);
+    EXPECT_EQ(range.to, kBerlinOctober26Midnight);
+    EXPECT_EQ(range.to - range.from, 25 * 3600);
+}
+
+TEST_F(TimePresetsTest, YesterdayEndsWhereTodayStarts) {
+    const TimeRange range = TimePresets::yesterday(berlin, kBerlinMarch30Midnight + 8 * 3600);
+    EXPECT_EQ(range.from, kBerlinMarch29Midnight);
+    EXPECT_EQ(range.to, kBerlinMarch30Midnight);
+    EXPECT_EQ(range.preset, "yesterday");
+}
+
+TEST_F(TimePresetsTest, ThisWeekStartsOnTheLocalesFirstWeekday) {
+    // Wednesday 1 April 2026: the week starts on Sunday 29 March in the US and
+    // on Monday 30 March in Germany.
+    const TimeRange us = TimePresets::thisWeek(LocalCalendar("UTC", "en_US"), kWednesdayApril1At10UTC);
+    EXPECT_EQ(us.from, 1774742400);  // 2026-03-29T00:00:00Z
+    EXPECT_EQ(us.to, kWednesdayApril1At10UTC);
+    EXPECT_EQ(us.preset, "this-week");
+    const TimeRange german = TimePresets::thisWeek(LocalCalendar("UTC", "de_DE"), kWednesdayApril1At10UTC);
+    EXPECT_EQ(german.from, 1774828800);  // 2026-03-30T00:00:00Z
+}
+
+TEST_F(TimePresetsTest, ThisWeekOnTheFirstWeekdayStartsAtItsMidnight) {
+    const double mondayMorning = kBerlinMarch30Midnight + 9 * 3600;
+    const TimeRange range = TimePresets::thisWeek(berlin, mondayMorning);
+    EXPECT_EQ(range.from, kBerlinMarch30Midnight);
+    EXPECT_EQ(range.to, mondayMorning);
+}
+
+TEST_F(TimePresetsTest, LastActiveDayIsTheWholeDayOfTheTimestamp) {
+    const TimeRange range = TimePresets::lastActiveDay(berlin, kBerlinMarch29Midnight + 5);
+    EXPECT_EQ(range.from, kBerlinMarch29Midnight);
+    EXPECT_EQ(range.to, kBerlinMarch30Midnight);
+    EXPECT_EQ(range.preset, "last-active-day");
+}
+
+TEST_F(TimePresetsTest, RecentDurations) {
+    const double now = kWednesdayApril1At10UTC;
+    EXPECT_EQ(TimePresets::recent("30m", now).from, now - 1800);
+    EXPECT_EQ(TimePresets::recent("2h", now).from, now - 7200);
+    EXPECT_EQ(TimePresets::recent("1.5h", now).from, now - 5400);
+    EXPECT_EQ(TimePresets::recent("1d", now).from, now - 86400);
+    EXPECT_EQ(TimePresets::recent("1w", now).from, now - 604800);
+    const TimeRange range = TimePresets::recent("2h", now);
+    EXPECT_EQ(range.to, now);
+    EXPECT_EQ(range.preset, "recent");
+}
+
+TEST_F(TimePresetsTest, OneDayIsAlways86400SecondsEvenAcrossDaylightSaving) {
+    const double now = kBerlinMarch30Midnight + 3600;
+    const TimeRange range = TimePresets::recent("1d", now);
+    EXPECT_EQ(range.to - range.from, 86400);
+}
+
+TEST_F(TimePresetsTest, DurationErrors) {
+    const double now = kWednesdayApril1At10UTC;
+    EXPECT_EQ(messageOf([&] { TimePresets::recent("h", now); }),
+              "Invalid duration format 'h'. Use e.g. 2h, 30m, 1d, 1w");
+    EXPECT_EQ(messageOf([&] { TimePresets::recent("", now); }),
+              "Invalid duration format ''. Use e.g. 2h, 30m, 1d, 1w");
+    EXPECT_EQ(messageOf([&] { TimePresets::recent("-2h", now); }),
+              "Invalid duration value in '-2h'. Numeric prefix required.");
+    EXPECT_EQ(messageOf([&] { TimePresets::recent("0h", now); }),
+              "Invalid duration value in '0h'. Numeric prefix required.");
+    EXPECT_EQ(messageOf([&] { TimePresets::recent("xh", now); }),
+              "Invalid duration value in 'xh'. Numeric prefix required.");
+    EXPECT_EQ(messageOf([&] { TimePresets::recent(" 2h", now); }),
+              "Invalid duration value in ' 2h'. Numeric prefix required.");
+    EXPECT_EQ(messageOf([&] { TimePresets::recent("infh", now); }),
+              "Invalid duration value in 'infh'. Numeric prefix required.");
+    EXPECT_EQ(messageOf([&] { TimePresets::recent("2H", now); }),
+              "Unknown duration unit 'H'. Use m, h, d, or w.");
+    // The value is judged before the unit.
+    EXPECT_EQ(messageOf([&] { TimePresets::recent("0x", now); }),
+              "Invalid duration value in '0x'. Numeric prefix required.");
+    EXPECT_EQ(messageOf([&] { TimePresets::recent("5x", now); }),
+              "Unknown duration unit 'x'. Use m, h, d, or w.");
+}
+
+TEST_F(TimePresetsTest, RangeOfOneDateCoversThatWholeDay) {
+    const TimeRange range = TimePresets::range(utcUS, "2026-04-01", "2026-04-01");
+    EXPECT_EQ(range.from, 1775001600);
+    EXPECT_EQ(range.to, 1775088000);
+    EXPECT_EQ(range.preset, "range");
+}
+
+TEST_F(TimePresetsTest, RangeOnDaylightSavingDayInBerlin) {
+    const TimeRange dates = TimePresets::range(berlin, "2026-03-29", "2026-03-29");
+    EXPECT_EQ(dates.from, kBerlinMarch29Midnight);
+    EXPECT_EQ(dates.to, kBerlinMarch30Midnight);
+    // Local date-times: 10:00 on that day is already summer time (+02:00).
+    const TimeRange times = TimePresets::range(berlin, "2026-03-29T01:00:00", "2026-03-29T10:00:00");
+    EXPECT_EQ(times.from, kBerlinMarch29Midnight + 3600);
+    EXPECT_EQ(times.to, 1774771200);
+    EXPECT_EQ(times.to - times.from, 8 * 3600);
+}
+
+TEST_F(TimePresetsTest, RangeWithZoneDesignatorsIsUTC) {
+    const TimeRange range = TimePresets::range(berlin, "2026-04-01T10:00:00Z", "2026-04-01T14:00:00+02:00");
+    EXPECT_EQ(range.from, kWednesdayApril1At10UTC);
+    EXPECT_EQ(range.to, kWednesdayApril1At10UTC + 7200);
+}
+
+TEST_F(TimePresetsTest, RangeErrors) {
+    EXPECT_EQ(messageOf([&] { TimePresets::range(utcUS, "2026-04-02", "2026-04-01"); }),
+              "--from must be before --to");
+    EXPECT_EQ(messageOf([&] {
+                  TimePresets::range(utcUS, "2026-04-01T10:00:00", "2026-04-01T10:00:00");
+              }),
+              "--from must be before --to");
+    EXPECT_EQ(messageOf([&] { TimePresets::range(utcUS, "2026-04-01T10:00:00.500Z", "2026-04-02"); }),
+              "Cannot parse --from date '2026-04-01T10:00:00.500Z'. Use ISO 8601 or yyyy-MM-dd format.");
+    EXPECT_EQ(messageOf([&] { TimePresets::range(utcUS, "2026-04-01", "tomorrow"); }),
+              "Cannot parse --to date 'tomorrow'. Use ISO 8601 or yyyy-MM-dd format.");
+    EXPECT_EQ(messageOf([&] { TimePresets::range(utcUS, "2026-02-30", "2026-03-01"); }),
+              "Cannot parse --from date '2026-02-30'. Use ISO 8601 or yyyy-MM-dd format.");
+    EXPECT_EQ(messageOf([&] { TimePresets::range(utcUS, "2026-04-01 ", "2026-04-02"); }),
+              "Cannot parse --from date '2026-04-01 '. Use ISO 8601 or yyyy-MM-dd format.");
+}
+
+TEST_F(TimePresetsTest, SearchDateArgumentEndOfDay) {
+    EXPECT_EQ(TimePresets::parseSearchDateArgument(utcUS, "2026-04-07", "--to", true), 1775606399);
+    EXPECT_EQ(TimePresets::parseSearchDateArgument(utcUS, "2026-04-07", "--to", false),
+              1775606399 - 86399);
+    // A date-time is taken as given, end of day or not.
+    EXPECT_EQ(TimePresets::parseSearchDateArgument(utcUS, "2026-04-01T10:00:00Z", "--to", true),
+              kWednesdayApril1At10UTC);
+}
+
+TEST_F(TimePresetsTest, SearchDateInputReportsDateOnly) {
+    const auto date = TimePresets::parseSearchDateInput(berlin, "2026-03-29", "--from");
+    EXPECT_EQ(date.instant, kBerlinMarch29Midnight);
+    EXPECT_TRUE(date.dateOnly);
+    const auto time = TimePresets::parseSearchDateInput(berlin, "2026-03-29T10:00:00", "--from");
+    EXPECT_EQ(time.instant, 1774771200);
+    EXPECT_FALSE(time.dateOnly);
+}

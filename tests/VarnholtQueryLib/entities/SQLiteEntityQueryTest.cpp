@@ -1,0 +1,300 @@
+#include "entities/SQLiteEntityQuery.h"
+
+#include <sqlite3.h>
+
+#include <memory>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "DatabaseError.h"
+#include "RecorderSchema.h"
+#include "SQLiteReadConnection.h"
+#include "TemporaryDirectory.h"
+
+namespace VarnholtQueryLib {
+
+// Readable failure messages; internal, so other test files may have their own.
+[[maybe_unused]] static void PrintTo(const EntityAggregation& row, std::ostream* out) {
+    *out << "{" << row.kind << ", " << row.value << ", " << row.count << ", "
+         << std::to_string(row.firstSeen) << ", " << std::to_string(row.lastSeen) << "}";
+}
+
+namespace {
+
+using VarnholtSQLiteSupport::DatabaseError;
+using VarnholtSQLiteSupport::SQLiteReadConnection;
+
+// 2026-04-01T10:00:00Z.
+constexpr double kT = 1775037600;
+
+std::string frame(const std::string& id, double timestamp) {
+    return "INSERT INTO frames (id, display_id, captured_at, timestamp, image_path, analyzed) "
+           "VALUES ('" + id + "', 'display-1', '2026-04-01', " + std::to_string(timestamp) +
+           ", '/tmp/" + id + ".png', 1);\n";
+}
+
+// `frameId` is SQL: a quoted id or NULL.
+std::string observation(const std::string& id, const std::string& frameId, double timestamp) {
+    return "INSERT INTO observations (id, frame_id, type, timestamp, vlm_description, apps, "
+           "created_at) VALUES ('" + id + "', " + frameId + ", 'screen', " +
+           std::to_string(timestamp) + ", 'Working', '[]', '2026-04-01');\n";
+}
+
+std::string entity(const std::string& observationId, const std::string& kind,
+                   const std::string& value) {
+    static int next = 0;
+    return "INSERT INTO observation_entities (entity_id, observation_id, entity_kind, "
+           "entity_value, confidence, created_at) VALUES ('e" + std::to_string(++next) + "', '" +
+           observationId + "', '" + kind + "', '" + value + "', 0.9, 0);\n";
+}
+
+// A framed observation at `timestamp` (frame and observation a second apart,
+// the frame's time being the one that counts) with the given mentions.
+std::string mentionsAt(const std::string& id, double timestamp,
+                       const std::vector<std::pair<std::string, std::string>>& mentions) {
+    std::string sql = frame("f-" + id, timestamp) + observation(id, "'f-" + id + "'", timestamp + 1);
+    for (const auto& [kind, value] : mentions) sql += entity(id, kind, value);
+    return sql;
+}
+
+EntityAggregation row(const std::string& kind, const std::string& value, std::int64_t count,
+                      double firstSeen, double lastSeen) {
+    return {kind, value, count, firstSeen, lastSeen};
+}
+
+EntityQueryParams params(std::optional<double> fromTs, std::optional<double> toTs,
+                         std::optional<std::string> kind, std::int64_t limit) {
+    return {fromTs, toTs, std::move(kind), limit};
+}
+
+class SQLiteEntityQueryTest : public ::testing::Test {
+protected:
+    // A database with the recorder's real schema and `inserts` on top.
+    void createDatabase(const std::string& inserts) {
+        sqlite3* handle = VarnholtSampleData::openWritableDatabase(path());
+        VarnholtSampleData::createRecorderSchema(handle);
+        VarnholtSampleData::execWritable(handle, inserts);
+        sqlite3_close(handle);
+    }
+
+    // A database with only the columns the query reads and none of the
+    // recorder's constraints, for rows the real schema cannot hold (a frame
+    // without a time, one observation naming the same entity twice).
+    void createLooseDatabase(const std::string& inserts) {
+        sqlite3* handle = VarnholtSampleData::openWritableDatabase(path());
+        VarnholtSampleData::execWritable(handle,
+            "CREATE TABLE frames (id TEXT, timestamp REAL);\n"
+            "CREATE TABLE observations (id TEXT, frame_id TEXT, timestamp REAL);\n"
+            "CREATE TABLE observation_entities (observation_id TEXT, entity_kind TEXT, "
+            "entity_value TEXT);\n"
+            "PRAGMA user_version = 24;\n" + inserts);
+        sqlite3_close(handle);
+    }
+
+    std::vector<EntityAggregation> aggregate(const EntityQueryParams& query) {
+        SQLiteReadConnection connection(path());
+        SQLiteEntityQuery entityQuery(connection);
+        return entityQuery.aggregate(query);
+    }
+
+    std::string path() const { return directory_.file("varnholt.db"); }
+
+private:
+    VarnholtTestSupport::TemporaryDirectory directory_;
+};
+
+const std::string kHead =
+    "    SELECT oe.entity_kind, oe.entity_value,\n"
+    "           COUNT(*) AS occurrence_count,\n"
+    "           MIN(COALESCE(f.timestamp, o.timestamp)) AS first_seen,\n"
+    "           MAX(COALESCE(f.timestamp, o.timestamp)) AS last_seen\n"
+    "    FROM observation_entities oe\n"
+    "    JOIN observations o ON oe.observation_id = o.id\n"
+    "    LEFT JOIN frames f ON f.id = o.frame_id\n"
+    "    ";
+const std::string kTail =
+    "\n"
+    "    GROUP BY oe.entity_kind, oe.entity_value\n"
+    "    ORDER BY occurrence_count DESC, entity_kind ASC, entity_value ASC\n"
+    "    LIMIT ?";
+
+TEST_F(SQLiteEntityQueryTest, StatementWithoutConditions) {
+    EXPECT_EQ(SQLiteEntityQuery::composeSQL(params({}, {}, {}, 100)),
+              "    SELECT oe.entity_kind, oe.entity_value,\n"
+              "           COUNT(*) AS occurrence_count,\n"
+              "           MIN(COALESCE(f.timestamp, o.timestamp)) AS first_seen,\n"
+              "           MAX(COALESCE(f.timestamp, o.timestamp)) AS last_seen\n"
+              "    FROM observation_entities oe\n"
+              "    JOIN observations o ON oe.observation_id = o.id\n"
+              "    LEFT JOIN frames f ON f.id = o.frame_id\n"
+              "    \n"
+              "    GROUP BY oe.entity_kind, oe.entity_value\n"
+              "    ORDER BY occurrence_count DESC, entity_kind ASC, entity_value ASC\n"
+              "    LIMIT ?");
+}
+
+TEST_F(SQLiteEntityQueryTest, StatementWithEachConditionAlone) {
+    EXPECT_EQ(SQLiteEntityQuery::composeSQL(params(kT, {}, {}, 1)),
+              kHead + "WHERE COALESCE(f.timestamp, o.timestamp) >= ?" + kTail);
+    EXPECT_EQ(SQLiteEntityQuery::composeSQL(params({}, kT, {}, 1)),
+              kHead + "WHERE COALESCE(f.timestamp, o.timestamp) <= ?" + kTail);
+    EXPECT_EQ(SQLiteEntityQuery::composeSQL(params({}, {}, "app", 1)),
+              kHead + "WHERE oe.entity_kind = ?" + kTail);
+}
+
+TEST_F(SQLiteEntityQueryTest, StatementWithConditionsJoinedInOrder) {
+    EXPECT_EQ(SQLiteEntityQuery::composeSQL(params(kT, kT + 1, "app", 1)),
+              kHead +
+                  "WHERE COALESCE(f.timestamp, o.timestamp) >= ? AND "
+                  "COALESCE(f.timestamp, o.timestamp) <= ? AND oe.entity_kind = ?" +
+                  kTail);
+    EXPECT_EQ(SQLiteEntityQuery::composeSQL(params(kT, {}, "app", 1)),
+              kHead + "WHERE COALESCE(f.timestamp, o.timestamp) >= ? AND oe.entity_kind = ?" +
+                  kTail);
+    EXPECT_EQ(SQLiteEntityQuery::composeSQL(params({}, kT, "app", 1)),
+              kHead + "WHERE COALESCE(f.timestamp, o.timestamp) <= ? AND oe.entity_kind = ?" +
+                  kTail);
+}
+
+TEST_F(SQLiteEntityQueryTest, EmptyTablesGiveNoRows) {
+    createDatabase("");
+    EXPECT_EQ(aggregate(params({}, {}, {}, 100)), std::vector<EntityAggregation>{});
+    EXPECT_EQ(aggregate(params(kT, kT + 60, "app", 100)), std::vector<EntityAggregation>{});
+}
+
+TEST_F(SQLiteEntityQueryTest, OrdersByCountThenKindThenValue) {
+    createDatabase(
+        mentionsAt("o1", kT, {{"tool", "git"}, {"app", "Xcode"}, {"language", "Swift"},
+                              {"app", "Mail"}}) +
+        mentionsAt("o2", kT + 60, {{"app", "Xcode"}, {"app", "Safari"}, {"tool", "git"},
+                                   {"language", "C++"}}) +
+        mentionsAt("o3", kT + 120, {{"language", "Swift"}, {"app", "Safari"}, {"app", "Xcode"}}));
+    EXPECT_EQ(aggregate(params({}, {}, {}, 100)),
+              (std::vector<EntityAggregation>{
+                  row("app", "Xcode", 3, kT, kT + 120),
+                  row("app", "Safari", 2, kT + 60, kT + 120),
+                  row("language", "Swift", 2, kT, kT + 120),
+                  row("tool", "git", 2, kT, kT + 60),
+                  row("app", "Mail", 1, kT, kT),
+                  row("language", "C++", 1, kT + 60, kT + 60),
+              }));
+}
+
+TEST_F(SQLiteEntityQueryTest, TiesCompareBytesSoUpperCaseComesFirst) {
+    createDatabase(mentionsAt("o1", kT, {{"app", "safari"}, {"app", "Safari"}, {"App", "zsh"}}));
+    EXPECT_EQ(aggregate(params({}, {}, {}, 100)),
+              (std::vector<EntityAggregation>{
+                  row("App", "zsh", 1, kT, kT),
+                  row("app", "Safari", 1, kT, kT),
+                  row("app", "safari", 1, kT, kT),
+              }));
+}
+
+TEST_F(SQLiteEntityQueryTest, LimitKeepsTheTopRows) {
+    createDatabase(mentionsAt("o1", kT, {{"app", "Xcode"}, {"app", "Mail"}, {"tool", "git"}}) +
+                   mentionsAt("o2", kT + 1, {{"tool", "git"}}));
+    EXPECT_EQ(aggregate(params({}, {}, {}, 2)),
+              (std::vector<EntityAggregation>{row("tool", "git", 2, kT, kT + 1),
+                                              row("app", "Mail", 1, kT, kT)}));
+}
+
+TEST_F(SQLiteEntityQueryTest, BoundsAreInclusive) {
+    createDatabase(mentionsAt("before", kT - 0.5, {{"app", "Xcode"}}) +
+                   mentionsAt("start", kT, {{"app", "Xcode"}}) +
+                   mentionsAt("inside", kT + 30, {{"app", "Xcode"}}) +
+                   mentionsAt("end", kT + 60, {{"app", "Xcode"}}) +
+                   mentionsAt("after", kT + 60.5, {{"app", "Xcode"}}));
+    EXPECT_EQ(aggregate(params(kT, kT + 60, {}, 100)),
+              (std::vector<EntityAggregation>{row("app", "Xcode", 3, kT, kT + 60)}));
+    EXPECT_EQ(aggregate(params(kT, {}, {}, 100)),
+              (std::vector<EntityAggregation>{row("app", "Xcode", 4, kT, kT + 60.5)}));
+    EXPECT_EQ(aggregate(params({}, kT, {}, 100)),
+              (std::vector<EntityAggregation>{row("app", "Xcode", 2, kT - 0.5, kT)}));
+}
+
+TEST_F(SQLiteEntityQueryTest, KindFilterIsExact) {
+    createDatabase(mentionsAt("o1", kT, {{"app", "Xcode"}, {"App", "Mail"},
+                                         {"programming_language", "Swift"}}) +
+                   mentionsAt("o2", kT + 5, {{"app", "Xcode"}, {"apps", "Notes"}}));
+    EXPECT_EQ(aggregate(params({}, {}, "app", 100)),
+              (std::vector<EntityAggregation>{row("app", "Xcode", 2, kT, kT + 5)}));
+    EXPECT_EQ(aggregate(params({}, {}, "programming_language", 100)),
+              (std::vector<EntityAggregation>{row("programming_language", "Swift", 1, kT, kT)}));
+    EXPECT_EQ(aggregate(params({}, {}, "unknown", 100)), std::vector<EntityAggregation>{});
+}
+
+TEST_F(SQLiteEntityQueryTest, KindFilterTogetherWithBounds) {
+    createDatabase(mentionsAt("o1", kT, {{"app", "Xcode"}, {"tool", "git"}}) +
+                   mentionsAt("o2", kT + 10, {{"app", "Xcode"}, {"tool", "git"}}) +
+                   mentionsAt("o3", kT + 20, {{"app", "Xcode"}, {"tool", "git"}}));
+    EXPECT_EQ(aggregate(params(kT + 10, kT + 20, "tool", 100)),
+              (std::vector<EntityAggregation>{row("tool", "git", 2, kT + 10, kT + 20)}));
+}
+
+TEST_F(SQLiteEntityQueryTest, TextIsBoundNotSpliced) {
+    createDatabase(mentionsAt("o1", kT, {{"ap''p", "Grüße 東京"}, {"app", "Xcode"}}));
+    EXPECT_EQ(aggregate(params({}, {}, "ap'p", 100)),
+              (std::vector<EntityAggregation>{row("ap'p", "Grüße 東京", 1, kT, kT)}));
+    EXPECT_EQ(aggregate(params({}, {}, "app' OR '1'='1", 100)), std::vector<EntityAggregation>{});
+}
+
+TEST_F(SQLiteEntityQueryTest, FrameTimeWinsOverObservationTime) {
+    createDatabase(frame("f1", kT) + observation("o1", "'f1'", kT + 500) +
+                   entity("o1", "app", "Xcode"));
+    EXPECT_EQ(aggregate(params({}, {}, {}, 100)),
+              (std::vector<EntityAggregation>{row("app", "Xcode", 1, kT, kT)}));
+    EXPECT_EQ(aggregate(params(kT + 400, {}, {}, 100)), std::vector<EntityAggregation>{});
+}
+
+TEST_F(SQLiteEntityQueryTest, MentionWithoutFrameIsDatedByObservation) {
+    createDatabase(observation("no-frame", "NULL", kT + 100) +
+                   observation("deleted-frame", "'gone'", kT + 200) +
+                   entity("no-frame", "app", "Xcode") + entity("deleted-frame", "app", "Xcode"));
+    EXPECT_EQ(aggregate(params({}, {}, {}, 100)),
+              (std::vector<EntityAggregation>{row("app", "Xcode", 2, kT + 100, kT + 200)}));
+    EXPECT_EQ(aggregate(params(kT + 150, {}, {}, 100)),
+              (std::vector<EntityAggregation>{row("app", "Xcode", 1, kT + 200, kT + 200)}));
+}
+
+TEST_F(SQLiteEntityQueryTest, FrameWithoutTimeFallsBackToObservationTime) {
+    createLooseDatabase(
+        "INSERT INTO frames VALUES ('f1', NULL), ('f2', " + std::to_string(kT) + ");\n"
+        "INSERT INTO observations VALUES ('o1', 'f1', " + std::to_string(kT + 300) + "), "
+        "('o2', 'f2', " + std::to_string(kT + 900) + ");\n"
+        "INSERT INTO observation_entities VALUES ('o1', 'app', 'Xcode'), ('o2', 'app', 'Xcode');\n");
+    EXPECT_EQ(aggregate(params({}, {}, {}, 100)),
+              (std::vector<EntityAggregation>{row("app", "Xcode", 2, kT, kT + 300)}));
+}
+
+TEST_F(SQLiteEntityQueryTest, EveryMentionCountsEvenWithinOneObservation) {
+    createLooseDatabase(
+        "INSERT INTO observations VALUES ('o1', NULL, " + std::to_string(kT) + ");\n"
+        "INSERT INTO observation_entities VALUES ('o1', 'tool', 'git'), ('o1', 'tool', 'git');\n");
+    EXPECT_EQ(aggregate(params({}, {}, {}, 100)),
+              (std::vector<EntityAggregation>{row("tool", "git", 2, kT, kT)}));
+}
+
+TEST_F(SQLiteEntityQueryTest, MentionOfMissingObservationIsIgnored) {
+    createDatabase(entity("ghost", "app", "Xcode") + mentionsAt("o1", kT, {{"app", "Mail"}}));
+    EXPECT_EQ(aggregate(params({}, {}, {}, 100)),
+              (std::vector<EntityAggregation>{row("app", "Mail", 1, kT, kT)}));
+}
+
+TEST_F(SQLiteEntityQueryTest, MissingTableIsQueryFailed) {
+    sqlite3* handle = VarnholtSampleData::openWritableDatabase(path());
+    VarnholtSampleData::execWritable(handle, "PRAGMA user_version = 24;");
+    sqlite3_close(handle);
+    try {
+        aggregate(params({}, {}, {}, 100));
+        FAIL() << "expected DatabaseError";
+    } catch (const DatabaseError& error) {
+        EXPECT_EQ(error.errorCase(), DatabaseError::Case::queryFailed);
+        EXPECT_EQ(error.message(), "no such table: observation_entities");
+    }
+}
+
+}  // namespace
+}  // namespace VarnholtQueryLib

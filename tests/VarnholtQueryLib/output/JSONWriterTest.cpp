@@ -1,0 +1,131 @@
+#include "output/JSONWriter.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <sstream>
+
+using namespace VarnholtQueryLib;
+
+namespace {
+
+std::string serialized(const JSON& document) {
+    const auto text = serializeJSON(document);
+    EXPECT_TRUE(text.has_value());
+    return text.value_or("<unserializable>");
+}
+
+}  // namespace
+
+TEST(JSONWriterTest, ObjectsAreIndentedWithSortedKeys) {
+    JSON document = JSON::object();
+    document["ok"] = true;
+    document["data"] = {{"b", 1}, {"a", "x"}};
+    document["api_version"] = 2;
+    EXPECT_EQ(serialized(document),
+              "{\n"
+              "  \"api_version\" : 2,\n"
+              "  \"data\" : {\n"
+              "    \"a\" : \"x\",\n"
+              "    \"b\" : 1\n"
+              "  },\n"
+              "  \"ok\" : true\n"
+              "}");
+}
+
+TEST(JSONWriterTest, ArraysSpreadOverLines) {
+    const JSON document = {{"list", {1, "two", false, nullptr}}};
+    EXPECT_EQ(serialized(document),
+              "{\n"
+              "  \"list\" : [\n"
+              "    1,\n"
+              "    \"two\",\n"
+              "    false,\n"
+              "    null\n"
+              "  ]\n"
+              "}");
+}
+
+TEST(JSONWriterTest, EmptyContainersHaveAnEmptyLineInside) {
+    JSON document = JSON::object();
+    document["data"] = {{"moments", JSON::array()}};
+    document["meta"] = JSON::object();
+    EXPECT_EQ(serialized(document),
+              "{\n"
+              "  \"data\" : {\n"
+              "    \"moments\" : [\n"
+              "\n"
+              "    ]\n"
+              "  },\n"
+              "  \"meta\" : {\n"
+              "\n"
+              "  }\n"
+              "}");
+    EXPECT_EQ(serialized(JSON::array()), "[\n\n]");
+    EXPECT_EQ(serialized(JSON::object()), "{\n\n}");
+    EXPECT_EQ(serialized(JSON::array({JSON::array()})), "[\n  [\n\n  ]\n]");
+}
+
+TEST(JSONWriterTest, StringsEscapeSlashesQuotesAndControls) {
+    EXPECT_EQ(serialized("/Users/a/img.png"), "\"\\/Users\\/a\\/img.png\"");
+    EXPECT_EQ(serialized("say \"hi\" \\ now"), "\"say \\\"hi\\\" \\\\ now\"");
+    EXPECT_EQ(serialized("a\nb\tc\rd\be\ff"), "\"a\\nb\\tc\\rd\\be\\ff\"");
+    EXPECT_EQ(serialized(std::string("\x01\x1f\x7f", 3)), "\"\\u0001\\u001f\x7f\"");
+    EXPECT_EQ(serialized(std::string("nul\0in", 6)), "\"nul\\u0000in\"");
+}
+
+TEST(JSONWriterTest, NonASCIIIsWrittenAsUTF8) {
+    EXPECT_EQ(serialized("Grüße — 東京 😀"), "\"Grüße — 東京 😀\"");
+}
+
+TEST(JSONWriterTest, NumbersKeepTheirKind) {
+    EXPECT_EQ(serialized(JSON(1775034300.0)), "1775034300");
+    EXPECT_EQ(serialized(JSON(1775034300.5)), "1775034300.5");
+    EXPECT_EQ(serialized(JSON(0.33)), "0.33");
+    EXPECT_EQ(serialized(JSON(0.0)), "0");
+    EXPECT_EQ(serialized(JSON(-2.25)), "-2.25");
+    EXPECT_EQ(serialized(JSON(0.1 + 0.2)), "0.30000000000000004");
+    EXPECT_EQ(serialized(JSON(std::int64_t{-42})), "-42");
+    EXPECT_EQ(serialized(JSON(std::numeric_limits<std::int64_t>::max())), "9223372036854775807");
+    EXPECT_EQ(serialized(JSON(true)), "true");
+    EXPECT_EQ(serialized(JSON(false)), "false");
+}
+
+TEST(JSONWriterTest, UnwritableValuesFail) {
+    EXPECT_FALSE(serializeJSON(JSON(std::nan(""))).has_value());
+    EXPECT_FALSE(serializeJSON(JSON(std::numeric_limits<double>::infinity())).has_value());
+    EXPECT_FALSE(serializeJSON(JSON::binary({1, 2})).has_value());
+    EXPECT_FALSE(serializeJSON(JSON{{"text", std::string("bad \xff byte")}}).has_value());
+    EXPECT_FALSE(serializeJSON(JSON(std::string("\xc0\xaf"))).has_value());        // overlong "/"
+    EXPECT_FALSE(serializeJSON(JSON(std::string("\xed\xa0\x80"))).has_value());    // surrogate
+    EXPECT_FALSE(serializeJSON(JSON(std::string("\xe2\x82"))).has_value());        // truncated
+    EXPECT_FALSE(serializeJSON(JSON{{std::string("k\xff"), 1}}).has_value());      // bad key
+}
+
+TEST(JSONWriterTest, WriteAddsOneNewlineOrReportsFailure) {
+    std::ostringstream out, err;
+    writeJSON(JSON{{"a", 1}}, out, err);
+    EXPECT_EQ(out.str(), "{\n  \"a\" : 1\n}\n");
+    EXPECT_EQ(err.str(), "");
+
+    std::ostringstream out2, err2;
+    writeJSON(JSON{{"a", std::string("\xff")}}, out2, err2);
+    EXPECT_EQ(out2.str(), "");
+    EXPECT_EQ(err2.str(), "Failed to serialize JSON\n");
+}
+
+TEST(JSONWriterTest, ErrorEnvelope) {
+    EXPECT_EQ(serialized(makeErrorEnvelope("DB_NOT_FOUND", "Database not found at /x/y.db", 1775037600.7)),
+              "{\n"
+              "  \"api_version\" : 2,\n"
+              "  \"data\" : null,\n"
+              "  \"error\" : {\n"
+              "    \"code\" : \"DB_NOT_FOUND\",\n"
+              "    \"message\" : \"Database not found at \\/x\\/y.db\",\n"
+              "    \"timestamp\" : \"2026-04-01T10:00:00Z\"\n"
+              "  },\n"
+              "  \"meta\" : null,\n"
+              "  \"ok\" : false\n"
+              "}");
+}
