@@ -10,8 +10,10 @@
 #include "cli/CommandLineTexts.h"
 #include "cli/CommandParser.h"
 #include "cli/CommandRunners.h"
-#include "DatabaseError.h"
+#include "cli/Overloaded.h"
 #include "output/JSONWriter.h"
+#include "status/StatusData.h"
+#include "status/StatusResponse.h"
 #include "platform/LocalCalendar.h"
 #include "SQLiteReadConnection.h"
 #include "platform/SystemPlatform.h"
@@ -21,25 +23,12 @@ namespace VarnholtQueryLib {
 
 namespace {
 
-using VarnholtSQLiteSupport::DatabaseError;
 using VarnholtSQLiteSupport::SQLiteReadConnection;
 
-template <class... Handlers>
-struct Overloaded : Handlers... {
-    using Handlers::operator()...;
-};
-template <class... Handlers>
-Overloaded(Handlers...) -> Overloaded<Handlers...>;
-
 // The commands and what they need: help, version and the monitor answer
-// without the database; every other command shares the one connection,
-// opened before its runner starts so that a missing, locked or too old
-// database is reported the same way for all of them.
+// without the database; every other command's answer is a JSON document,
+// except the status report for a person at a terminal.
 void dispatch(const Command& command, const CommandEnvironment& environment) {
-    const auto withDatabase = [&](auto&& run) {
-        SQLiteReadConnection connection;
-        run(connection);
-    };
     std::visit(
         Overloaded{
             [](const Command::Help&) {
@@ -52,21 +41,19 @@ void dispatch(const Command& command, const CommandEnvironment& environment) {
                 std::cout << BuildMetadata::versionLine() << '\n';
             },
             [&](const Command::Top&) { runTopCommand(environment); },
-            [&](const Command::Search& search) {
-                withDatabase([&](SQLiteReadConnection& c) { runSearchCommand(search, c, environment); });
-            },
-            [&](const Command::Recent& recent) {
-                withDatabase([&](SQLiteReadConnection& c) { runTimelineCommand(recent, c, environment); });
-            },
-            [&](const Command::Entities& entities) {
-                withDatabase([&](SQLiteReadConnection& c) { runEntitiesCommand(entities, c, environment); });
-            },
             [&](const Command::Status& status) {
-                withDatabase([&](SQLiteReadConnection& c) { runStatusCommand(status, c, environment); });
+                // The one command with a human-readable form: a person at a
+                // terminal gets the report, everyone else (a pipe, or --json)
+                // the JSON document.
+                if (status.jsonFlag || !environment.platform.standardOutputIsTerminal) {
+                    writeJSON(answerFromDatabase(command, environment));
+                    return;
+                }
+                SQLiteReadConnection connection;
+                printHumanStatus(readStatus(connection, environment), std::cout);
+                std::cout.flush();
             },
-            [&](const Command::SupportContext&) {
-                withDatabase([&](SQLiteReadConnection& c) { runSupportContextCommand(c, environment); });
-            },
+            [&](const auto&) { writeJSON(answerFromDatabase(command, environment)); },
         },
         command.value);
 }
@@ -74,18 +61,8 @@ void dispatch(const Command& command, const CommandEnvironment& environment) {
 // The one error exit: every failure, from parsing or from running, becomes
 // one envelope on standard output and exit status 1.
 [[noreturn]] void exitWithError(std::exception_ptr failure) {
-    try {
-        std::rethrow_exception(failure);
-    } catch (const CLIError& error) {
-        outputError(error.code(), error.message());
-    } catch (const DatabaseError& error) {
-        const CLIError mapped = mapDatabaseError(error);
-        outputError(mapped.code(), mapped.message());
-    } catch (const std::exception& error) {
-        outputError("UNKNOWN_ERROR", error.what());
-    } catch (...) {
-        outputError("UNKNOWN_ERROR", "Unknown error");
-    }
+    const CLIError error = describeFailure(failure);
+    outputError(error.code(), error.message());
 }
 
 }  // namespace

@@ -35,4 +35,18 @@ CLIError mapDatabaseError(const DatabaseError& error) {
     return CLIError::unknownError(error.message());
 }
 
+CLIError describeFailure(std::exception_ptr failure) {
+    try {
+        std::rethrow_exception(failure);
+    } catch (const CLIError& error) {
+        return error;
+    } catch (const DatabaseError& error) {
+        return mapDatabaseError(error);
+    } catch (const std::exception& error) {
+        return CLIError::unknownError(error.what());
+    } catch (...) {
+        return CLIError::unknownError("Unknown error");
+    }
+}
+
 }  // namespace VarnholtQueryLib

@@ -47,4 +47,11 @@ private:
 // mean "there is no usable database".
 CLIError mapDatabaseError(const VarnholtSQLiteSupport::DatabaseError& error);
 
+// The caller-facing form of any failure, for the one error exit of each front
+// end: a CLIError as it is, a DatabaseError through mapDatabaseError, any
+// other exception as unknownError with its description, and "Unknown error"
+// for anything that is not an exception at all.
+// REQUIRES: `failure` is not null.
+CLIError describeFailure(std::exception_ptr failure);
+
 }  // namespace VarnholtQueryLib

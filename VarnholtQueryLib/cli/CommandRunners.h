@@ -1,6 +1,7 @@
 #pragma once
 
 #include "cli/Command.h"
+#include "output/JSONWriter.h"
 #include "platform/PlatformPorts.h"
 
 namespace VarnholtSQLiteSupport {
@@ -10,33 +11,49 @@ class SQLiteReadConnection;
 namespace VarnholtQueryLib {
 
 class LocalCalendar;
+struct StatusData;
 
-// One runner per command, each in its own source file. The dispatcher has
-// already opened the run's one connection for the commands that need the
-// database. A runner builds its adapters over that connection, runs its use
-// case, and writes the answer to standard output. It throws CLIError or
-// DatabaseError on failure; the dispatcher prints the envelope.
+// One answer per database command, each in its own source file. An answer
+// builds its adapters over `connection`, runs its use case and returns the
+// document the command prints; it writes nothing, so every front end prints
+// the same document the same way. It throws CLIError or DatabaseError on
+// failure; the front end turns that into the error envelope.
 
-// What every runner may use besides the database.
+// What every command may use besides the database.
 struct CommandEnvironment {
     const Platform& platform;
     const LocalCalendar& calendar;
 };
 
-void runTimelineCommand(const Command::Recent& command,
-                        VarnholtSQLiteSupport::SQLiteReadConnection& connection,
-                        const CommandEnvironment& environment);
-void runSearchCommand(const Command::Search& command,
-                      VarnholtSQLiteSupport::SQLiteReadConnection& connection,
+JSON answerTimelineCommand(const Command::Recent& command,
+                           VarnholtSQLiteSupport::SQLiteReadConnection& connection,
+                           const CommandEnvironment& environment);
+JSON answerSearchCommand(const Command::Search& command,
+                         VarnholtSQLiteSupport::SQLiteReadConnection& connection,
+                         const CommandEnvironment& environment);
+JSON answerEntitiesCommand(const Command::Entities& command,
+                           VarnholtSQLiteSupport::SQLiteReadConnection& connection,
+                           const CommandEnvironment& environment);
+// The status use case's findings, log tails included; the JSON answer and the
+// human report both present them.
+StatusData readStatus(VarnholtSQLiteSupport::SQLiteReadConnection& connection,
                       const CommandEnvironment& environment);
-void runEntitiesCommand(const Command::Entities& command,
-                        VarnholtSQLiteSupport::SQLiteReadConnection& connection,
-                        const CommandEnvironment& environment);
-void runStatusCommand(const Command::Status& command,
-                      VarnholtSQLiteSupport::SQLiteReadConnection& connection,
-                      const CommandEnvironment& environment);
-void runSupportContextCommand(VarnholtSQLiteSupport::SQLiteReadConnection& connection,
-                              const CommandEnvironment& environment);
+JSON answerStatusCommand(VarnholtSQLiteSupport::SQLiteReadConnection& connection,
+                         const CommandEnvironment& environment);
+JSON answerSupportContextCommand(VarnholtSQLiteSupport::SQLiteReadConnection& connection,
+                                 const CommandEnvironment& environment);
+
+// True for every command that answers from the database: all but help,
+// version and top.
+bool needsDatabase(const Command& command);
+
+// Opens a query-only connection of its own, returns the command's JSON
+// answer and closes the connection again, so nothing is held between two
+// answers. REQUIRES: needsDatabase(command). Status answers as JSON here; its
+// human report is the command line's own affair. Throws CLIError or
+// DatabaseError, an opening failure before any use case runs.
+JSON answerFromDatabase(const Command& command, const CommandEnvironment& environment);
+
 // The live monitor; needs no database. Returns only when there is no usable
 // status file at start.
 void runTopCommand(const CommandEnvironment& environment);

@@ -15,9 +15,9 @@ constexpr std::int64_t kMaximumLimit = 500;
 
 }  // namespace
 
-void runEntitiesCommand(const Command::Entities& command,
-                        VarnholtSQLiteSupport::SQLiteReadConnection& connection,
-                        const CommandEnvironment& environment) {
+JSON answerEntitiesCommand(const Command::Entities& command,
+                           VarnholtSQLiteSupport::SQLiteReadConnection& connection,
+                           const CommandEnvironment& environment) {
     // One reading of the clock serves the --since window, the default
     // window and the response's current date.
     const double now = environment.platform.clock.now();
@@ -36,7 +36,7 @@ void runEntitiesCommand(const Command::Entities& command,
     EntitiesUseCase useCase(entityQuery);
     const EntitiesUseCase::Result result = useCase.execute(params, now);
     // Always JSON: agents are the main callers of this command.
-    outputEntitiesJSON(result.entities, result.params, environment.calendar, now);
+    return makeEntitiesResponse(result.entities, result.params, environment.calendar, now);
 }
 
 }  // namespace VarnholtQueryLib

@@ -29,9 +29,9 @@ ObservationSearchParams paramsFor(const Command::Search& command) {
 
 }  // namespace
 
-void runSearchCommand(const Command::Search& command,
-                      VarnholtSQLiteSupport::SQLiteReadConnection& connection,
-                      const CommandEnvironment& environment) {
+JSON answerSearchCommand(const Command::Search& command,
+                         VarnholtSQLiteSupport::SQLiteReadConnection& connection,
+                         const CommandEnvironment& environment) {
     // One reading of the clock serves the default window and the response.
     const double now = environment.platform.clock.now();
     SQLiteObservationSearch searchQuery(connection);
@@ -45,8 +45,8 @@ void runSearchCommand(const Command::Search& command,
         originalCount = static_cast<std::int64_t>(outcome.results.size());
         outcome.results = DeduplicationService::collapseObservations(outcome.results);
     }
-    outputSearchJSON(outcome.results, outcome.effectiveParams, command.compact, command.images,
-                     originalCount, environment.calendar, now);
+    return makeSearchResponse(outcome.results, outcome.effectiveParams, command.compact,
+                              command.images, originalCount, environment.calendar, now);
 }
 
 }  // namespace VarnholtQueryLib

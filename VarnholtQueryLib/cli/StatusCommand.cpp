@@ -1,5 +1,3 @@
-#include <iostream>
-
 #include "cli/CommandRunners.h"
 #include "status/FSTailTailLogPort.h"
 #include "status/SQLiteOperationalStatusQuery.h"
@@ -8,24 +6,19 @@
 
 namespace VarnholtQueryLib {
 
-// The one command with a human-readable form: a person at a terminal gets the
-// report, everyone else (a pipe, or --json) the JSON document.
-void runStatusCommand(const Command::Status& command,
-                      VarnholtSQLiteSupport::SQLiteReadConnection& connection,
+StatusData readStatus(VarnholtSQLiteSupport::SQLiteReadConnection& connection,
                       const CommandEnvironment& environment) {
     const Platform& platform = environment.platform;
     SQLiteOperationalStatusQuery operationalQuery(connection, platform.clock);
     const FSTailTailLogPort tailLogPort(platform.processes);
     const StatusUseCase useCase(&operationalQuery, &tailLogPort, platform.fileSystem,
                                 platform.clock, platform.homeDirectory);
-    const StatusData statusData = useCase.execute();
+    return useCase.execute();
+}
 
-    if (command.jsonFlag || !platform.standardOutputIsTerminal) {
-        outputStatusJSON(statusData, environment.calendar);
-    } else {
-        printHumanStatus(statusData, std::cout);
-        std::cout.flush();
-    }
+JSON answerStatusCommand(VarnholtSQLiteSupport::SQLiteReadConnection& connection,
+                         const CommandEnvironment& environment) {
+    return makeStatusResponse(readStatus(connection, environment), environment.calendar);
 }
 
 }  // namespace VarnholtQueryLib

@@ -17,8 +17,8 @@ constexpr std::int64_t kContextObservationLimit = 5;
 }  // namespace
 
 // Always JSON: the output is meant for an agent drafting a support request.
-void runSupportContextCommand(VarnholtSQLiteSupport::SQLiteReadConnection& connection,
-                              const CommandEnvironment& environment) {
+JSON answerSupportContextCommand(VarnholtSQLiteSupport::SQLiteReadConnection& connection,
+                                 const CommandEnvironment& environment) {
     const Platform& platform = environment.platform;
     const double now = platform.clock.now();
 
@@ -34,7 +34,7 @@ void runSupportContextCommand(VarnholtSQLiteSupport::SQLiteReadConnection& conne
                                       platform.clock, platform.homeDirectory);
     const StatusData statusData = statusUseCase.execute();
 
-    outputSupportContextJSON(context, statusData, environment.calendar);
+    return makeSupportContextResponse(context, statusData, environment.calendar);
 }
 
 }  // namespace VarnholtQueryLib

@@ -61,9 +61,9 @@ TimeRange chooseRange(const Command::Recent& command,
 
 }  // namespace
 
-void runTimelineCommand(const Command::Recent& command,
-                        VarnholtSQLiteSupport::SQLiteReadConnection& connection,
-                        const CommandEnvironment& environment) {
+JSON answerTimelineCommand(const Command::Recent& command,
+                           VarnholtSQLiteSupport::SQLiteReadConnection& connection,
+                           const CommandEnvironment& environment) {
     // One reading of the clock serves the range and the "current_*" fields,
     // so they always agree.
     const double now = environment.platform.clock.now();
@@ -74,8 +74,8 @@ void runTimelineCommand(const Command::Recent& command,
     const auto moments = useCase.execute(range.from, range.to);
 
     // Always JSON, whatever --json says: agents read this output.
-    outputRecentJSON(moments, range, command.images, command.compact, command.limit,
-                     environment.calendar, now);
+    return makeRecentResponse(moments, range, command.images, command.compact, command.limit,
+                              environment.calendar, now);
 }
 
 }  // namespace VarnholtQueryLib

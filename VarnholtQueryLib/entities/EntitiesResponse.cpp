@@ -47,10 +47,4 @@ JSON makeEntitiesResponse(const std::vector<EntityAggregation>& results,
     return document;
 }
 
-void outputEntitiesJSON(const std::vector<EntityAggregation>& results,
-                        const EntityQueryParams& params, const LocalCalendar& calendar,
-                        double now) {
-    writeJSON(makeEntitiesResponse(results, params, calendar, now));
-}
-
 }  // namespace VarnholtQueryLib

@@ -19,9 +19,4 @@ JSON makeEntitiesResponse(const std::vector<EntityAggregation>& results,
                           const EntityQueryParams& params, const LocalCalendar& calendar,
                           double now);
 
-// makeEntitiesResponse, written to standard output by writeJSON.
-void outputEntitiesJSON(const std::vector<EntityAggregation>& results,
-                        const EntityQueryParams& params, const LocalCalendar& calendar,
-                        double now);
-
 }  // namespace VarnholtQueryLib

@@ -77,11 +77,4 @@ JSON makeSearchResponse(const std::vector<ObservationSearchResult>& results,
     };
 }
 
-void outputSearchJSON(const std::vector<ObservationSearchResult>& results,
-                      const ObservationSearchParams& params, bool compact, bool images,
-                      std::optional<std::int64_t> originalCount, const LocalCalendar& calendar,
-                      double now) {
-    writeJSON(makeSearchResponse(results, params, compact, images, originalCount, calendar, now));
-}
-
 }  // namespace VarnholtQueryLib

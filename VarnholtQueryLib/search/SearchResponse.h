@@ -29,10 +29,4 @@ JSON makeSearchResponse(const std::vector<ObservationSearchResult>& results,
                         std::optional<std::int64_t> originalCount, const LocalCalendar& calendar,
                         double now);
 
-// makeSearchResponse written to standard output with writeJSON.
-void outputSearchJSON(const std::vector<ObservationSearchResult>& results,
-                      const ObservationSearchParams& params, bool compact, bool images,
-                      std::optional<std::int64_t> originalCount, const LocalCalendar& calendar,
-                      double now);
-
 }  // namespace VarnholtQueryLib

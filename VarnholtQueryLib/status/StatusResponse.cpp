@@ -104,10 +104,6 @@ JSON makeStatusResponse(const StatusData& statusData, const LocalCalendar& calen
     return response;
 }
 
-void outputStatusJSON(const StatusData& statusData, const LocalCalendar& calendar) {
-    writeJSON(makeStatusResponse(statusData, calendar));
-}
-
 void printHumanStatus(const StatusData& statusData, std::ostream& out) {
     const auto& metrics = statusData.operationalMetrics;
     out << "=== Varnholt Status ===\n";

@@ -21,9 +21,6 @@ class LocalCalendar;
 // {timezone}.
 JSON makeStatusResponse(const StatusData& statusData, const LocalCalendar& calendar);
 
-// writeJSON(makeStatusResponse(...)) on standard output.
-void outputStatusJSON(const StatusData& statusData, const LocalCalendar& calendar);
-
 // The human report, line by line, to `out`.
 void printHumanStatus(const StatusData& statusData, std::ostream& out);
 

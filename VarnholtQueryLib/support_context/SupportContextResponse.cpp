@@ -39,9 +39,4 @@ JSON makeSupportContextResponse(const SupportContextSnapshot& context, const Sta
     return response;
 }
 
-void outputSupportContextJSON(const SupportContextSnapshot& context, const StatusData& statusData,
-                              const LocalCalendar& calendar) {
-    writeJSON(makeSupportContextResponse(context, statusData, calendar));
-}
-
 }  // namespace VarnholtQueryLib

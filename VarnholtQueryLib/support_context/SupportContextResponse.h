@@ -18,8 +18,4 @@ class LocalCalendar;
 JSON makeSupportContextResponse(const SupportContextSnapshot& context, const StatusData& statusData,
                                 const LocalCalendar& calendar);
 
-// writeJSON(makeSupportContextResponse(...)) on standard output.
-void outputSupportContextJSON(const SupportContextSnapshot& context, const StatusData& statusData,
-                              const LocalCalendar& calendar);
-
 }  // namespace VarnholtQueryLib

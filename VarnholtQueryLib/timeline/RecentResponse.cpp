@@ -92,10 +92,4 @@ JSON makeRecentResponse(const std::vector<TimelineMoment>& moments, const TimeRa
     };
 }
 
-void outputRecentJSON(const std::vector<TimelineMoment>& moments, const TimeRange& timeRange,
-                      bool images, bool compact, std::optional<std::int64_t> limit,
-                      const LocalCalendar& calendar, double now) {
-    writeJSON(makeRecentResponse(moments, timeRange, images, compact, limit, calendar, now));
-}
-
 }  // namespace VarnholtQueryLib

@@ -29,10 +29,4 @@ JSON makeRecentResponse(const std::vector<RecentWorkTimelineCore::TimelineMoment
                         std::optional<std::int64_t> limit, const LocalCalendar& calendar,
                         double now);
 
-// makeRecentResponse written to standard output with writeJSON.
-void outputRecentJSON(const std::vector<RecentWorkTimelineCore::TimelineMoment>& moments,
-                      const TimeRange& timeRange, bool images, bool compact,
-                      std::optional<std::int64_t> limit, const LocalCalendar& calendar,
-                      double now);
-
 }  // namespace VarnholtQueryLib
