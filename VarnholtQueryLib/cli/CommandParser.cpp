@@ -3,17 +3,12 @@
 #include <algorithm>
 
 #include "cli/CLIError.h"
+#include "cli/CommandBuilders.h"
 #include "output/JSONWriter.h"
-#include "cli/TimePresets.h"
 
 namespace VarnholtQueryLib {
 
 namespace {
-
-constexpr const char* kRangeUsage = "Usage: range --from 2026-04-01 --to 2026-04-07";
-constexpr std::int64_t kSearchDefaultLimit = 50;
-constexpr std::int64_t kSearchMaximumLimit = 200;
-constexpr std::int64_t kEntitiesDefaultLimit = 100;
 
 bool beginsWithDoubleDash(const std::string& text) { return text.rfind("--", 0) == 0; }
 
@@ -25,33 +20,6 @@ std::optional<std::string> flagValue(const std::vector<std::string>& args, const
         return std::nullopt;
     }
     return *(found + 1);
-}
-
-Command recentPreset(const std::string& preset, bool compact, std::optional<std::int64_t> limit) {
-    Command::Recent recent;
-    recent.preset = preset;
-    recent.compact = compact;
-    recent.limit = limit;
-    return {recent};
-}
-
-Command parseRange(const std::vector<std::string>& args, bool compact,
-                   std::optional<std::int64_t> limit) {
-    const auto from = flagValue(args, "--from");
-    const auto to = flagValue(args, "--to");
-    if (!from && !to) {
-        throw CLIError::invalidTimeRange(std::string("'range' requires --from and --to flags. ") +
-                                         kRangeUsage);
-    }
-    if (!from) throw CLIError::invalidTimeRange(std::string("'range' requires --from flag. ") + kRangeUsage);
-    if (!to) throw CLIError::invalidTimeRange(std::string("'range' requires --to flag. ") + kRangeUsage);
-    Command::Recent recent;
-    recent.preset = "range";
-    recent.compact = compact;
-    recent.limit = limit;
-    recent.rangeFrom = from;
-    recent.rangeTo = to;
-    return {recent};
 }
 
 bool searchFlagTakesValue(const std::string& flag) {
@@ -71,21 +39,19 @@ Command parseSearch(const std::vector<std::string>& args, bool compact,
         // Unreachable while `positional` is derived from `args`; kept as a guard.
         throw CLIError::invalidTimeRange("Unrecognized command 'search'. Use --help for usage.");
     }
-    Command::Search search;
-    search.compact = compact;
-    std::optional<std::string> keyword;
-    std::optional<std::int64_t> limit;
+    SearchCommandBuilder search(calendar, now);
+    search.compact(compact);
 
     for (auto it = searchWord + 1; it != args.end(); ++it) {
         const std::string& argument = *it;
         if (!beginsWithDoubleDash(argument)) {
-            if (!keyword) keyword = argument;  // later bare words are ignored
+            if (!search.hasKeyword()) search.keyword(argument);  // later bare words are ignored
             continue;
         }
         if (isSearchSwitch(argument)) {
-            if (argument == "--latest") search.latestOnly = true;
-            if (argument == "--images") search.images = true;
-            if (argument == "--collapse") search.collapse = true;
+            if (argument == "--latest") search.latest();
+            if (argument == "--images") search.images();
+            if (argument == "--collapse") search.collapse();
             continue;  // --compact and --full already decided `compact`
         }
         if (!searchFlagTakesValue(argument)) {
@@ -98,33 +64,18 @@ Command parseSearch(const std::vector<std::string>& args, bool compact,
         }
         const std::string& value = *++it;
         if (argument == "--app") {
-            search.appFilter = value;
+            search.app(value);
         } else if (argument == "--from") {
-            search.from = TimePresets::parseSearchDateInput(calendar, value, "--from").instant;
+            search.from(value);
         } else if (argument == "--to") {
-            search.to = TimePresets::parseSearchDateArgument(calendar, value, "--to", true);
+            search.to(value);
         } else if (argument == "--since") {
-            const TimeRange window = TimePresets::recent(value, now);
-            search.from = window.from;
-            search.to = window.to;
+            search.since(value);
         } else {  // --limit
-            limit = parseWholeDecimal(value);
+            search.limit(parseWholeDecimal(value));
         }
     }
-
-    if (!keyword) {
-        throw CLIError::invalidTimeRange(
-            "Missing keyword. Usage: varnholt-query search <keyword> [--app <name>] [--since "
-            "<duration>] [--from YYYY-MM-DD] [--to YYYY-MM-DD] [--latest] [--limit N] [--compact]");
-    }
-    if (search.from && search.to && *search.to < *search.from) {
-        throw CLIError::invalidTimeRange("--from must be before or equal to --to");
-    }
-    search.keyword = *keyword;
-    search.limit = std::max<std::int64_t>(
-        std::min(limit.value_or(kSearchDefaultLimit), kSearchMaximumLimit), 1);
-    if (search.latestOnly) search.limit = 1;
-    return {search};
+    return {search.build()};
 }
 
 }  // namespace
@@ -141,34 +92,29 @@ Command parseCommand(const CommandArguments& arguments, const LocalCalendar& cal
     if (containsArgument(args, "--version") || containsArgument(args, "-v")) {
         return {Command::Version{}};
     }
-    if (positional.empty()) return recentPreset("today", compact, arguments.limit);
+    if (positional.empty()) return {timelinePresetCommand("today", compact, arguments.limit)};
 
     const std::string& word = positional[0];
     if (word == "version") return {Command::Version{}};
-    if (word == "today" || word == "yesterday" || word == "this-week" ||
-        word == "last-active-day") {
-        return recentPreset(word, compact, arguments.limit);
-    }
+    if (isTimelinePreset(word)) return {timelinePresetCommand(word, compact, arguments.limit)};
     if (word == "recent") {
         const auto since = flagValue(args, "--since");
         if (!since) {
             throw CLIError::invalidTimeRange(
                 "'recent' requires --since <duration>. Usage: recent --since 2h");
         }
-        Command::Recent recent;
-        recent.since = since;
-        recent.images = containsArgument(args, "--images");
-        recent.compact = compact;
-        recent.limit = arguments.limit;
-        return {recent};
+        return {timelineSinceCommand(*since, containsArgument(args, "--images"), compact,
+                                     arguments.limit)};
     }
-    if (word == "range") return parseRange(args, compact, arguments.limit);
+    if (word == "range") {
+        return {timelineRangeCommand(flagValue(args, "--from"), flagValue(args, "--to"), compact,
+                                     arguments.limit)};
+    }
     if (word == "search") return parseSearch(args, compact, calendar, now);
     if (word == "support-context") return {Command::SupportContext{}};
     if (word == "status") return {Command::Status{arguments.jsonFlag}};
     if (word == "entities") {
-        return {Command::Entities{flagValue(args, "--since"), flagValue(args, "--kind"),
-                                  arguments.limit.value_or(kEntitiesDefaultLimit)}};
+        return {entitiesCommand(flagValue(args, "--since"), flagValue(args, "--kind"), arguments.limit)};
     }
     if (word == "top") return {Command::Top{}};
     // INVALID_TIME_RANGE rather than a code of its own: agents already branch

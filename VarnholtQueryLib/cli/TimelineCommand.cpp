@@ -1,4 +1,4 @@
-#include "cli/CLIError.h"
+#include "cli/CommandBuilders.h"
 #include "cli/CommandRunners.h"
 #include "platform/LocalCalendar.h"
 #include "timeline/RecentResponse.h"
@@ -56,7 +56,7 @@ TimeRange chooseRange(const Command::Recent& command,
         }
         return TimePresets::today(calendar, now);
     }
-    throw CLIError::invalidTimeRange("Unknown preset '" + preset + "'.");
+    throw unknownPresetError(preset);
 }
 
 }  // namespace

@@ -36,3 +36,19 @@ TEST(CLIErrorTest, DatabaseErrorsMapToCallerFacingCodes) {
     expectMapping(DatabaseError::locked(), "DB_LOCKED",
                   "Database is locked by the recorder. Try again in a moment.");
 }
+
+TEST(CLIErrorTest, EveryFailureHasACallerFacingForm) {
+    const auto describe = [](auto thrown) {
+        try {
+            throw thrown;
+        } catch (...) {
+            const CLIError error = describeFailure(std::current_exception());
+            return error.code() + ": " + error.message();
+        }
+    };
+    EXPECT_EQ(describe(CLIError::invalidTimeRange("bad range")), "INVALID_TIME_RANGE: bad range");
+    EXPECT_EQ(describe(DatabaseError::locked()),
+              "DB_LOCKED: Database is locked by the recorder. Try again in a moment.");
+    EXPECT_EQ(describe(std::runtime_error("disk on fire")), "UNKNOWN_ERROR: disk on fire");
+    EXPECT_EQ(describe(42), "UNKNOWN_ERROR: Unknown error");
+}

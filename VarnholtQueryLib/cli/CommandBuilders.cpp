@@ -1,0 +1,105 @@
+#include "cli/CommandBuilders.h"
+
+#include <algorithm>
+
+#include "cli/TimePresets.h"
+
+namespace VarnholtQueryLib {
+
+namespace {
+
+constexpr const char* kRangeUsage = "Usage: range --from 2026-04-01 --to 2026-04-07";
+constexpr std::int64_t kSearchDefaultLimit = 50;
+constexpr std::int64_t kSearchMaximumLimit = 200;
+constexpr std::int64_t kEntitiesDefaultLimit = 100;
+
+}  // namespace
+
+bool isTimelinePreset(const std::string& word) {
+    return word == "today" || word == "yesterday" || word == "this-week" ||
+           word == "last-active-day";
+}
+
+CLIError unknownPresetError(const std::string& preset) {
+    return CLIError::invalidTimeRange("Unknown preset '" + preset + "'.");
+}
+
+Command::Recent timelinePresetCommand(const std::string& preset, bool compact,
+                                      std::optional<std::int64_t> limit) {
+    if (!isTimelinePreset(preset)) throw unknownPresetError(preset);
+    Command::Recent recent;
+    recent.preset = preset;
+    recent.compact = compact;
+    recent.limit = limit;
+    return recent;
+}
+
+Command::Recent timelineSinceCommand(const std::string& since, bool images, bool compact,
+                                     std::optional<std::int64_t> limit) {
+    Command::Recent recent;
+    recent.since = since;
+    recent.images = images;
+    recent.compact = compact;
+    recent.limit = limit;
+    return recent;
+}
+
+Command::Recent timelineRangeCommand(const std::optional<std::string>& from,
+                                     const std::optional<std::string>& to, bool compact,
+                                     std::optional<std::int64_t> limit) {
+    if (!from && !to) {
+        throw CLIError::invalidTimeRange(std::string("'range' requires --from and --to flags. ") +
+                                         kRangeUsage);
+    }
+    if (!from) throw CLIError::invalidTimeRange(std::string("'range' requires --from flag. ") + kRangeUsage);
+    if (!to) throw CLIError::invalidTimeRange(std::string("'range' requires --to flag. ") + kRangeUsage);
+    Command::Recent recent;
+    recent.preset = "range";
+    recent.compact = compact;
+    recent.limit = limit;
+    recent.rangeFrom = from;
+    recent.rangeTo = to;
+    return recent;
+}
+
+Command::Entities entitiesCommand(const std::optional<std::string>& since,
+                                  const std::optional<std::string>& kind,
+                                  std::optional<std::int64_t> limit) {
+    return {since, kind, limit.value_or(kEntitiesDefaultLimit)};
+}
+
+SearchCommandBuilder::SearchCommandBuilder(const LocalCalendar& calendar, double now)
+    : calendar_(calendar), now_(now) {}
+
+void SearchCommandBuilder::from(const std::string& text) {
+    search_.from = TimePresets::parseSearchDateInput(calendar_, text, "--from").instant;
+}
+
+void SearchCommandBuilder::to(const std::string& text) {
+    search_.to = TimePresets::parseSearchDateArgument(calendar_, text, "--to", true);
+}
+
+void SearchCommandBuilder::since(const std::string& duration) {
+    const TimeRange window = TimePresets::recent(duration, now_);
+    search_.from = window.from;
+    search_.to = window.to;
+}
+
+Command::Search SearchCommandBuilder::build() const {
+    if (!keyword_) {
+        throw CLIError::invalidTimeRange(
+            "Missing keyword. Usage: varnholt-query search <keyword> [--app <name>] [--since "
+            "<duration>] [--from YYYY-MM-DD] [--to YYYY-MM-DD] [--latest] [--limit N] [--compact]");
+    }
+    if (search_.from && search_.to && *search_.to < *search_.from) {
+        throw CLIError::invalidTimeRange("--from must be before or equal to --to");
+    }
+    Command::Search search = search_;
+    search.keyword = *keyword_;
+    search.limit = std::max<std::int64_t>(
+        std::min(limit_.value_or(kSearchDefaultLimit), kSearchMaximumLimit), 1);
+    if (search.latestOnly) search.limit = 1;
+    return search;
+}
+
+}  // namespace VarnholtQueryLib

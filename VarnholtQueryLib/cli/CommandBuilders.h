@@ -1,0 +1,85 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "cli/CLIError.h"
+#include "cli/Command.h"
+
+namespace VarnholtQueryLib {
+
+class LocalCalendar;
+
+// The commands as values, with the checks, defaults and messages that belong
+// to the commands rather than to the way they were asked for. The command
+// line's parser builds every command through these; so does any other front
+// end, which therefore rejects what the command line rejects, in the same
+// words.
+
+// True for the four named timeline presets: "today", "yesterday",
+// "this-week" and "last-active-day".
+bool isTimelinePreset(const std::string& word);
+// "Unknown preset '<preset>'." (invalidTimeRange).
+CLIError unknownPresetError(const std::string& preset);
+
+// A preset's timeline; `images` does not apply to presets. Throws
+// unknownPresetError unless isTimelinePreset(preset).
+Command::Recent timelinePresetCommand(const std::string& preset, bool compact,
+                                      std::optional<std::int64_t> limit);
+// The timeline of the last `since` (checked when the command runs).
+Command::Recent timelineSinceCommand(const std::string& since, bool images, bool compact,
+                                     std::optional<std::int64_t> limit);
+// The timeline of a range; the texts are checked when the command runs. Throws
+// invalidTimeRange naming the missing end(s) when either is absent.
+Command::Recent timelineRangeCommand(const std::optional<std::string>& from,
+                                     const std::optional<std::string>& to, bool compact,
+                                     std::optional<std::int64_t> limit);
+
+// Entities, 100 of them unless `limit` says otherwise (clamped when the
+// command runs).
+Command::Entities entitiesCommand(const std::optional<std::string>& since,
+                                  const std::optional<std::string>& kind,
+                                  std::optional<std::int64_t> limit);
+
+// A search, argument by argument, in the order the caller gives them: a time
+// argument becomes instants at once (so a bad one throws at once, and a later
+// one overwrites what an earlier one set), and build() checks the whole.
+// Holds `calendar` by reference; it must outlive the builder.
+class SearchCommandBuilder {
+public:
+    // `now` anchors `since`.
+    SearchCommandBuilder(const LocalCalendar& calendar, double now);
+
+    void keyword(const std::string& keyword) { keyword_ = keyword; }
+    bool hasKeyword() const { return keyword_.has_value(); }
+    void app(const std::string& app) { search_.appFilter = app; }
+    // The start; a bare date means its midnight. Throws the "Cannot parse
+    // --from date" error.
+    void from(const std::string& text);
+    // The end; a bare date means 23:59:59 of that day. Throws the "Cannot
+    // parse --to date" error.
+    void to(const std::string& text);
+    // Both ends: now minus the duration, and now. Throws the duration errors.
+    void since(const std::string& duration);
+    // Absent means the default of 50.
+    void limit(std::optional<std::int64_t> limit) { limit_ = limit; }
+    void latest() { search_.latestOnly = true; }
+    void images() { search_.images = true; }
+    void collapse() { search_.collapse = true; }
+    void compact(bool compact) { search_.compact = compact; }
+
+    // The search, its limit settled: the given one or 50, within 1 to 200, and
+    // 1 for the latest only. Throws invalidTimeRange without a keyword, or
+    // when the end lies before the start (equal instants pass).
+    Command::Search build() const;
+
+private:
+    const LocalCalendar& calendar_;
+    const double now_;
+    std::optional<std::string> keyword_;
+    std::optional<std::int64_t> limit_;
+    Command::Search search_;
+};
+
+}  // namespace VarnholtQueryLib

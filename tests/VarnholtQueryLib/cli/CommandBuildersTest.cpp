@@ -1,0 +1,135 @@
+#include "cli/CommandBuilders.h"
+
+#include <gtest/gtest.h>
+
+#include "platform/LocalCalendar.h"
+
+using namespace VarnholtQueryLib;
+
+namespace {
+
+constexpr double kNow = 1775037600;  // 2026-04-01T10:00:00Z
+
+class CommandBuildersTest : public ::testing::Test {
+protected:
+    // "CODE: message" of what `build` throws.
+    template <typename Build>
+    static std::string failure(Build build) {
+        try {
+            build();
+        } catch (const CLIError& error) {
+            return error.code() + ": " + error.message();
+        }
+        return "<no error>";
+    }
+
+    LocalCalendar calendar_{"UTC", "en_US"};
+};
+
+}  // namespace
+
+TEST_F(CommandBuildersTest, OnlyTheFourNamedPresetsArePresets) {
+    for (const char* preset : {"today", "yesterday", "this-week", "last-active-day"}) {
+        EXPECT_TRUE(isTimelinePreset(preset)) << preset;
+        const Command::Recent recent = timelinePresetCommand(preset, true, 4);
+        EXPECT_EQ(recent.preset, preset);
+        EXPECT_TRUE(recent.compact);
+        EXPECT_EQ(recent.limit, 4);
+        EXPECT_FALSE(recent.images);
+    }
+    for (const char* word : {"recent", "range", "Today", "", "tomorrow"}) {
+        EXPECT_FALSE(isTimelinePreset(word)) << word;
+        EXPECT_EQ(failure([&] { timelinePresetCommand(word, false, std::nullopt); }),
+                  std::string("INVALID_TIME_RANGE: Unknown preset '") + word + "'.");
+    }
+}
+
+TEST_F(CommandBuildersTest, SinceKeepsItsTextForTheRun) {
+    const Command::Recent recent = timelineSinceCommand("", true, false, std::nullopt);
+    EXPECT_FALSE(recent.preset.has_value());
+    EXPECT_EQ(recent.since, "");
+    EXPECT_TRUE(recent.images);
+}
+
+TEST_F(CommandBuildersTest, RangeNamesTheMissingEnds) {
+    const std::string usage = " Usage: range --from 2026-04-01 --to 2026-04-07";
+    EXPECT_EQ(failure([] { timelineRangeCommand(std::nullopt, std::nullopt, false, std::nullopt); }),
+              "INVALID_TIME_RANGE: 'range' requires --from and --to flags." + usage);
+    EXPECT_EQ(failure([] { timelineRangeCommand(std::nullopt, "x", false, std::nullopt); }),
+              "INVALID_TIME_RANGE: 'range' requires --from flag." + usage);
+    EXPECT_EQ(failure([] { timelineRangeCommand("x", std::nullopt, false, std::nullopt); }),
+              "INVALID_TIME_RANGE: 'range' requires --to flag." + usage);
+    const Command::Recent recent = timelineRangeCommand("a", "b", false, 2);
+    EXPECT_EQ(recent.preset, "range");
+    EXPECT_EQ(recent.rangeFrom, "a");
+    EXPECT_EQ(recent.rangeTo, "b");
+}
+
+TEST_F(CommandBuildersTest, EntitiesDefaultToOneHundred) {
+    EXPECT_EQ(entitiesCommand(std::nullopt, std::nullopt, std::nullopt).limit, 100);
+    const Command::Entities entities = entitiesCommand("2h", "app", 7);
+    EXPECT_EQ(entities.since, "2h");
+    EXPECT_EQ(entities.kind, "app");
+    EXPECT_EQ(entities.limit, 7);
+}
+
+TEST_F(CommandBuildersTest, SearchTakesAnyKeywordAsIs) {
+    for (const char* keyword : {"--help", "-h", "", "today"}) {
+        SearchCommandBuilder builder(calendar_, kNow);
+        builder.keyword(keyword);
+        EXPECT_EQ(builder.build().keyword, keyword);
+    }
+}
+
+TEST_F(CommandBuildersTest, SearchTimeArgumentsApplyInTheOrderGiven) {
+    SearchCommandBuilder sinceFirst(calendar_, kNow);
+    sinceFirst.keyword("kw");
+    sinceFirst.since("2h");
+    sinceFirst.from("2026-04-01");
+    const Command::Search search = sinceFirst.build();
+    EXPECT_EQ(search.from, 1775001600);  // midnight of the bare date
+    EXPECT_EQ(search.to, kNow);          // the end that --since set
+
+    SearchCommandBuilder toLast(calendar_, kNow);
+    toLast.keyword("kw");
+    toLast.to("2026-04-07");
+    EXPECT_EQ(toLast.build().to, 1775606399);  // 23:59:59 of the bare date
+}
+
+TEST_F(CommandBuildersTest, SearchLimitIsSettledAtTheEnd) {
+    const auto limitOf = [&](std::optional<std::int64_t> limit, bool latest) {
+        SearchCommandBuilder builder(calendar_, kNow);
+        builder.keyword("kw");
+        builder.limit(limit);
+        if (latest) builder.latest();
+        return builder.build().limit;
+    };
+    EXPECT_EQ(limitOf(std::nullopt, false), 50);
+    EXPECT_EQ(limitOf(0, false), 1);
+    EXPECT_EQ(limitOf(1000, false), 200);
+    EXPECT_EQ(limitOf(30, true), 1);
+}
+
+TEST_F(CommandBuildersTest, SearchChecksTheWholeWhenBuilt) {
+    EXPECT_EQ(failure([&] { SearchCommandBuilder(calendar_, kNow).build(); }),
+              "INVALID_TIME_RANGE: Missing keyword. Usage: varnholt-query search <keyword> [--app <name>] "
+              "[--since <duration>] [--from YYYY-MM-DD] [--to YYYY-MM-DD] [--latest] [--limit N] [--compact]");
+    EXPECT_EQ(failure([&] {
+                  SearchCommandBuilder builder(calendar_, kNow);
+                  builder.keyword("kw");
+                  builder.from("2026-04-08");
+                  builder.to("2026-04-07");
+                  builder.build();
+              }),
+              "INVALID_TIME_RANGE: --from must be before or equal to --to");
+}
+
+TEST_F(CommandBuildersTest, SearchTimeErrorsAreThrownAtOnce) {
+    SearchCommandBuilder builder(calendar_, kNow);
+    EXPECT_EQ(failure([&] { builder.since("5x"); }),
+              "INVALID_TIME_RANGE: Unknown duration unit 'x'. Use m, h, d, or w.");
+    EXPECT_EQ(failure([&] { builder.from("--x"); }),
+              "INVALID_TIME_RANGE: Cannot parse --from date '--x'. Use ISO 8601 or yyyy-MM-dd format.");
+    EXPECT_EQ(failure([&] { builder.to(""); }),
+              "INVALID_TIME_RANGE: Cannot parse --to date ''. Use ISO 8601 or yyyy-MM-dd format.");
+}
