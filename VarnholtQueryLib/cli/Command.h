@@ -21,6 +21,8 @@ struct Command {
         bool compact = false;
         bool images = false;
         bool collapse = false;
+
+        bool operator==(const Search&) const = default;
     };
     // The timeline family: today, yesterday, this-week, last-active-day,
     // recent and range.
@@ -32,22 +34,39 @@ struct Command {
         std::optional<std::int64_t> limit;
         std::optional<std::string> rangeFrom;
         std::optional<std::string> rangeTo;
+
+        bool operator==(const Recent&) const = default;
     };
     struct Entities {
         std::optional<std::string> since;
         std::optional<std::string> kind;
         std::int64_t limit = 100;
+
+        bool operator==(const Entities&) const = default;
     };
     struct Status {
         bool jsonFlag = false;
+
+        bool operator==(const Status&) const = default;
     };
-    struct SupportContext {};
-    struct Top {};
-    struct Help {};
-    struct Version {};
+    struct SupportContext {
+        bool operator==(const SupportContext&) const = default;
+    };
+    struct Top {
+        bool operator==(const Top&) const = default;
+    };
+    struct Help {
+        bool operator==(const Help&) const = default;
+    };
+    struct Version {
+        bool operator==(const Version&) const = default;
+    };
 
     using Value = std::variant<Search, Recent, Entities, Status, SupportContext, Top, Help, Version>;
     Value value;
+
+    // Commands are plain values: two are equal when they ask the same thing.
+    bool operator==(const Command&) const = default;
 };
 
 }  // namespace VarnholtQueryLib

@@ -1,0 +1,62 @@
+#include "mcp/ToolCommands.h"
+
+#include <stdexcept>
+
+#include "cli/CLIError.h"
+#include "cli/CommandBuilders.h"
+
+namespace VarnholtQueryLib::MCP {
+
+namespace {
+
+Command timelineCommand(const ToolArguments& arguments) {
+    const auto preset = arguments.text("preset");
+    const auto since = arguments.text("since");
+    const auto from = arguments.text("from");
+    const auto to = arguments.text("to");
+    const bool compact = arguments.flag("compact");
+    const auto limit = arguments.integer("limit");
+    // The command line chooses one command by its first word; a call that
+    // names two periods has no such word, and guessing would answer the wrong
+    // question.
+    const int periods = int(preset.has_value()) + int(since.has_value()) +
+                        int(from.has_value() || to.has_value());
+    if (periods > 1) {
+        throw CLIError::invalidTimeRange("Use only one of preset, since, or from and to.");
+    }
+    if (since) return {timelineSinceCommand(*since, arguments.flag("images"), compact, limit)};
+    if (from || to) return {timelineRangeCommand(from, to, compact, limit)};
+    return {timelinePresetCommand(preset.value_or("today"), compact, limit)};
+}
+
+Command searchCommand(const ToolArguments& arguments, const LocalCalendar& calendar, double now) {
+    SearchCommandBuilder search(calendar, now);
+    if (const auto keyword = arguments.text("keyword")) search.keyword(*keyword);
+    if (const auto app = arguments.text("app")) search.app(*app);
+    if (const auto since = arguments.text("since")) search.since(*since);
+    if (const auto from = arguments.text("from")) search.from(*from);
+    if (const auto to = arguments.text("to")) search.to(*to);
+    if (arguments.flag("latest")) search.latest();
+    search.limit(arguments.integer("limit"));
+    if (arguments.flag("collapse")) search.collapse();
+    if (arguments.flag("images")) search.images();
+    search.compact(arguments.flag("compact"));
+    return {search.build()};
+}
+
+}  // namespace
+
+Command commandForTool(const std::string& tool, const ToolArguments& arguments,
+                       const LocalCalendar& calendar, double now) {
+    if (tool == "timeline") return timelineCommand(arguments);
+    if (tool == "search") return searchCommand(arguments, calendar, now);
+    if (tool == "entities") {
+        return {entitiesCommand(arguments.text("since"), arguments.text("kind"),
+                                arguments.integer("limit"))};
+    }
+    if (tool == "status") return {Command::Status{true}};
+    if (tool == "support_context") return {Command::SupportContext{}};
+    throw std::logic_error("No command for tool " + tool);
+}
+
+}  // namespace VarnholtQueryLib::MCP

@@ -1,0 +1,226 @@
+#include "mcp/ToolOutputSchemas.h"
+
+#include "mcp/JSONSchema.h"
+
+namespace VarnholtQueryLib::MCP {
+
+namespace {
+
+using namespace JSONSchema;
+
+JSON utcTime(const std::string& description) {
+    return text(description + ", ISO 8601 in UTC (2026-04-01T09:30:00Z)");
+}
+
+// A time taken from the database; null when the value stored there is not
+// a finite number.
+JSON storedInstant() {
+    return nullable(number("Seconds since 1970-01-01 UTC, with fractions"));
+}
+
+JSON envelope(JSON data, JSON meta) {
+    return objectRequiringAll({
+        {"ok", constant(true)},
+        {"api_version", constant(2)},
+        {"data", std::move(data)},
+        {"error", constant(nullptr)},
+        {"meta", std::move(meta)},
+    });
+}
+
+JSON applications() {
+    return arrayOf(text(), "Applications visible on screen, de-duplicated");
+}
+
+// What the answers that depend on "now" say about the user's clock.
+JSON timeZone() { return text("The user's time zone, e.g. Europe/Berlin"); }
+JSON currentDate() { return text("Today in the user's zone, yyyy-MM-dd"); }
+JSON currentDateTime() { return text("Now in the user's zone, ISO 8601 with offset"); }
+
+JSON diagnosis() {
+    return nullable(oneOfTexts({"NO_DATA", "NO_CAPTURE", "HEALTHY", "BRIDGE_DEAD", "IDLE",
+                                "BACKPRESSURE"},
+                               "The pipeline's state; null without metrics"));
+}
+
+JSON operational() {
+    return objectRequiringAll({
+        {"total_frames", integer()},
+        {"total_observations", integer()},
+        {"pending_frames", integer("Frames waiting for analysis")},
+        {"coverage_percent", number("Observations per frame, a ratio despite the name")},
+        {"last_frame_at", nullable(utcTime("Newest frame"))},
+        {"last_observation_at", nullable(utcTime("Newest observation"))},
+        {"frames_last_5min", integer()},
+        {"observations_last_5min", integer()},
+        {"diagnosis", diagnosis()},
+        {"diagnosis_message", nullable(text("Advice for the user"))},
+    });
+}
+
+// Present only while the analysis bridge is degraded.
+JSON bridgeHealth() {
+    return objectRequiringAll({
+        {"status", constant("degraded")},
+        {"last_error_reason", nullable(text())},
+        {"report_timestamp", nullable(text("As the recorder wrote it"))},
+        {"report_path", nullable(text())},
+    });
+}
+
+JSON momentRepresentative() {
+    return object(
+        {
+            {"observation_id", text()},
+            {"timestamp", storedInstant()},
+            {"timestamp_iso", utcTime("The observation's time")},
+            {"applications", applications()},
+            {"applications_truncated", constant(true)},
+            {"vlm_description", text("What the screen showed, personal data masked; absent when compact")},
+            {"image_path", nullable(text("The frame's image file; only with images"))},
+        },
+        {"observation_id", "timestamp", "timestamp_iso", "applications"});
+}
+
+}  // namespace
+
+JSON timelineOutputSchema() {
+    const JSON moment = objectRequiringAll({
+        {"bucket_start_iso", utcTime("Start of the five-minute moment")},
+        {"bucket_end_iso", utcTime("End of the five-minute moment")},
+        {"observation_count", integer()},
+        {"representative", momentRepresentative()},
+        {"entities", arrayOf(objectRequiringAll({
+                                 {"kind", text()},
+                                 {"value", text()},
+                                 {"count", integer()},
+                             }),
+                             "The moment's entities, most frequent first")},
+    });
+    return envelope(
+        objectRequiringAll({{"moments", arrayOf(moment, "Oldest first")}}),
+        objectRequiringAll({
+            {"query", objectRequiringAll({
+                          {"preset", oneOfTexts({"today", "yesterday", "this-week",
+                                                 "last-active-day", "recent", "range"})},
+                          {"from", utcTime("Start of the range")},
+                          {"to", utcTime("End of the range")},
+                      })},
+            {"timezone", timeZone()},
+            {"current_date", currentDate()},
+            {"current_datetime", currentDateTime()},
+            {"returned_moments", integer()},
+            {"total_moments", integer()},
+            {"has_more", boolean("More moments than returned")},
+        }));
+}
+
+JSON searchOutputSchema() {
+    const JSON result = object(
+        {
+            {"observation_id", text()},
+            {"timestamp", storedInstant()},
+            {"timestamp_iso", utcTime("The observation's time")},
+            {"applications", applications()},
+            {"entities", arrayOf(objectRequiringAll({{"kind", text()}, {"value", text()}}))},
+            {"vlm_description", text("What the screen showed, personal data masked; absent when compact")},
+            {"image_path", nullable(text("The frame's image file; only with images"))},
+        },
+        {"observation_id", "timestamp", "timestamp_iso", "applications", "entities"});
+    return envelope(
+        objectRequiringAll({{"results", arrayOf(result)}}),
+        object(
+            {
+                {"query", objectRequiringAll({
+                              {"keyword", text()},
+                              {"app_filter", nullable(text())},
+                              {"from", nullable(utcTime("Earliest time"))},
+                              {"to", nullable(utcTime("Latest time"))},
+                              {"latest_only", boolean()},
+                              {"limit", integer()},
+                          })},
+                {"timezone", timeZone()},
+                {"current_date", currentDate()},
+                {"current_datetime", currentDateTime()},
+                {"returned_results", integer()},
+                {"has_more", boolean("The limit was reached; more results likely")},
+                {"collapsed_from", integer("Results before collapsing, when collapsing merged any")},
+            },
+            {"query", "timezone", "current_date", "current_datetime", "returned_results",
+             "has_more"}));
+}
+
+JSON entitiesOutputSchema() {
+    const JSON entity = objectRequiringAll({
+        {"kind", text()},
+        {"value", text()},
+        {"count", integer()},
+        {"first_seen_iso", utcTime("First sighting")},
+        {"last_seen_iso", utcTime("Last sighting")},
+    });
+    return envelope(
+        objectRequiringAll({{"entities", arrayOf(entity, "Most frequent first")}}),
+        object(
+            {
+                {"timezone", timeZone()},
+                {"current_date", currentDate()},
+                {"current_datetime", currentDateTime()},
+                {"returned_entities", integer()},
+                {"kind_filter", text()},
+                {"from", utcTime("Start of the window")},
+                {"to", utcTime("End of the window")},
+            },
+            {"timezone", "current_date", "current_datetime", "returned_entities"}));
+}
+
+JSON statusOutputSchema() {
+    const JSON database = object(
+        {
+            {"path", text()},
+            {"size_bytes", integer()},
+            {"schema_version", integer("The lowest schema version this tool reads")},
+            {"total_observations", integer()},
+            {"first_observation_at", nullable(utcTime("Oldest observation"))},
+            {"last_observation_at", nullable(utcTime("Newest observation"))},
+        },
+        {"path", "size_bytes", "schema_version"});
+    return envelope(
+        object(
+            {
+                {"database", database},
+                {"recorder_likely_active", boolean("The database changed in the last minute")},
+                {"last_db_modified", nullable(utcTime("Last change of the database file"))},
+                {"operational", operational()},
+                {"bridge_health", bridgeHealth()},
+            },
+            {"database", "recorder_likely_active", "last_db_modified"}),
+        objectRequiringAll({{"timezone", timeZone()}}));
+}
+
+JSON supportContextOutputSchema() {
+    const JSON observation = objectRequiringAll({
+        {"timestamp", utcTime("The observation's time")},
+        {"vlm_description", text()},
+        {"applications", applications()},
+    });
+    const JSON status = object(
+        {
+            {"recorder_likely_active", boolean("The database changed in the last minute")},
+            {"last_db_modified", nullable(utcTime("Last change of the database file"))},
+            {"operational", operational()},
+            {"bridge_health", bridgeHealth()},
+        },
+        {"recorder_likely_active", "last_db_modified"});
+    return envelope(
+        objectRequiringAll({
+            {"context_window_seconds", integer()},
+            {"recent_observations", arrayOf(observation, "Newest first, distinct descriptions")},
+            {"status", status},
+        }),
+        objectRequiringAll({
+            {"timezone", timeZone()},
+            {"current_datetime", currentDateTime()},
+        }));
+}
+
+}  // namespace VarnholtQueryLib::MCP

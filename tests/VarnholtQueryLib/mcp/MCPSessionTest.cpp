@@ -1,0 +1,257 @@
+#include "mcp/MCPSession.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "cli/BuildMetadata.h"
+#include "mcp/ToolCatalog.h"
+
+using namespace VarnholtQueryLib;
+using namespace VarnholtQueryLib::MCP;
+
+namespace {
+
+// Answers every call with a fixed document and remembers what it was asked.
+class RecordingToolExecutor final : public ToolExecutor {
+public:
+    ToolAnswer call(const std::string& name, const JSON& arguments) const override {
+        calls.push_back(name + " " + arguments.dump());
+        return answer;
+    }
+
+    mutable std::vector<std::string> calls;
+    ToolAnswer answer{JSON{{"ok", true}, {"path", "/a/b"}, {"n", 1.5}}, false};
+};
+
+std::string initializeLine(const std::string& revision, const std::string& id = "1") {
+    return R"({"jsonrpc":"2.0","id":)" + id + R"(,"method":"initialize","params":{"protocolVersion":")" +
+           revision + R"(","capabilities":{},"clientInfo":{"name":"test","version":"1"}}})";
+}
+
+class MCPSessionTest : public ::testing::Test {
+protected:
+    // The reply to `line` as JSON; null when there is none.
+    JSON send(const std::string& line) {
+        const auto reply = session_.replyTo(line);
+        if (!reply) return nullptr;
+        EXPECT_EQ(reply->find('\n'), std::string::npos) << *reply;
+        return JSON::parse(*reply);
+    }
+
+    void initialize(const std::string& revision = "2025-06-18") {
+        ASSERT_TRUE(send(initializeLine(revision)).contains("result"));
+        EXPECT_TRUE(send(R"({"jsonrpc":"2.0","method":"notifications/initialized"})").is_null());
+    }
+
+    // "code message" of an error reply, and its id.
+    static std::string errorOf(const JSON& reply) {
+        if (!reply.contains("error")) return "<no error: " + reply.dump() + ">";
+        return std::to_string(reply["error"]["code"].get<int>()) + " " +
+               reply["error"]["message"].get<std::string>();
+    }
+
+    JSON call(const std::string& arguments) {
+        return send(R"({"jsonrpc":"2.0","id":9,"method":"tools/call","params":{"name":"search","arguments":)" +
+                    arguments + "}}");
+    }
+
+    RecordingToolExecutor tools_;
+    MCPSession session_{tools_};
+};
+
+}  // namespace
+
+TEST_F(MCPSessionTest, InitializeAgreesOnTheClientsRevision) {
+    const JSON reply = send(initializeLine("2025-03-26", "\"init\""));
+    EXPECT_EQ(reply["id"], "init");
+    EXPECT_EQ(reply["jsonrpc"], "2.0");
+    const JSON& result = reply["result"];
+    EXPECT_EQ(result["protocolVersion"], "2025-03-26");
+    EXPECT_EQ(result["capabilities"], JSON::parse(R"({"tools":{"listChanged":false}})"));
+    EXPECT_EQ(result["serverInfo"], (JSON{{"name", "varnholt-mcp"}, {"version", BuildMetadata::version}}));
+    EXPECT_TRUE(result["instructions"].is_string());
+    EXPECT_EQ(session_.revision(), ProtocolRevision::r2025_03_26);
+}
+
+TEST_F(MCPSessionTest, InitializeOffersTheLatestForAnUnknownRevision) {
+    const JSON result = send(initializeLine("2099-01-01"))["result"];
+    EXPECT_EQ(result["protocolVersion"], "2025-11-25");
+    EXPECT_EQ(result["serverInfo"]["title"], "Varnholt work memory");
+}
+
+TEST_F(MCPSessionTest, InitializeChecksItsParams) {
+    EXPECT_EQ(errorOf(send(R"({"jsonrpc":"2.0","id":1,"method":"initialize"})")),
+              "-32602 Invalid params: protocolVersion must be a string");
+    EXPECT_EQ(errorOf(send(R"({"jsonrpc":"2.0","id":1,"method":"initialize","params":{"protocolVersion":1}})")),
+              "-32602 Invalid params: protocolVersion must be a string");
+    EXPECT_EQ(errorOf(send(R"({"jsonrpc":"2.0","id":1,"method":"initialize","params":{"protocolVersion":"2025-06-18"}})")),
+              "-32602 Invalid params: capabilities must be an object");
+    EXPECT_EQ(errorOf(send(R"({"jsonrpc":"2.0","id":1,"method":"initialize","params":{"protocolVersion":"2025-06-18","capabilities":{},"clientInfo":{"name":"x"}}})")),
+              "-32602 Invalid params: clientInfo must be an object with a name and a version");
+    EXPECT_EQ(errorOf(send(R"({"jsonrpc":"2.0","id":1,"method":"initialize","params":[]})")),
+              "-32602 Invalid params: params must be an object");
+    EXPECT_FALSE(session_.revision().has_value());
+}
+
+TEST_F(MCPSessionTest, OnlyPingBeforeInitialize) {
+    EXPECT_EQ(send(R"({"jsonrpc":"2.0","id":"p","method":"ping"})"),
+              JSON::parse(R"({"jsonrpc":"2.0","id":"p","result":{}})"));
+    for (const char* method : {"tools/list", "tools/call"}) {
+        const JSON reply = send(std::string(R"({"jsonrpc":"2.0","id":2,"method":")") + method + "\"}");
+        EXPECT_EQ(errorOf(reply), "-32600 Invalid Request: the session is not initialized; send initialize first");
+        EXPECT_EQ(reply["id"], 2);
+    }
+    EXPECT_TRUE(tools_.calls.empty());
+}
+
+TEST_F(MCPSessionTest, InitializeOnlyOnce) {
+    initialize();
+    EXPECT_EQ(errorOf(send(initializeLine("2025-03-26", "5"))), "-32600 Invalid Request: the session is already initialized");
+    EXPECT_EQ(session_.revision(), ProtocolRevision::r2025_06_18);
+}
+
+TEST_F(MCPSessionTest, ToolsListFollowsTheRevision) {
+    initialize("2025-06-18");
+    const JSON reply = send(R"({"jsonrpc":"2.0","id":3,"method":"tools/list","params":{"_meta":{"x":1}}})");
+    EXPECT_EQ(reply["result"], (JSON{{"tools", listTools(ProtocolRevision::r2025_06_18)}}));
+    EXPECT_EQ(errorOf(send(R"({"jsonrpc":"2.0","id":3,"method":"tools/list","params":{"cursor":"next"}})")),
+              "-32602 Invalid params: unknown cursor");
+}
+
+TEST_F(MCPSessionTest, AToolCallAnswersWithTheDocumentTwice) {
+    initialize("2025-06-18");
+    const JSON reply = call(R"({"keyword":"x"})");
+    EXPECT_EQ(tools_.calls, std::vector<std::string>{R"(search {"keyword":"x"})"});
+    EXPECT_EQ(reply["id"], 9);
+    const JSON& result = reply["result"];
+    EXPECT_EQ(result["isError"], false);
+    EXPECT_EQ(result["structuredContent"], tools_.answer.document);
+    ASSERT_EQ(result["content"].size(), 1u);
+    EXPECT_EQ(result["content"][0]["type"], "text");
+    // What varnholt-query prints: our layout, "/" escaped, a newline at the end.
+    EXPECT_EQ(result["content"][0]["text"], "{\n  \"n\" : 1.5,\n  \"ok\" : true,\n  \"path\" : \"\\/a\\/b\"\n}\n");
+}
+
+TEST_F(MCPSessionTest, AFailedToolIsAResultNotAProtocolError) {
+    initialize("2025-11-25");
+    tools_.answer = {JSON{{"ok", false}}, true};
+    const JSON result = call("{}")["result"];
+    EXPECT_EQ(result["isError"], true);
+    EXPECT_EQ(result["structuredContent"], tools_.answer.document);
+}
+
+TEST_F(MCPSessionTest, OlderRevisionsGetTextOnly) {
+    initialize("2025-03-26");
+    const JSON result = call("{}")["result"];
+    EXPECT_FALSE(result.contains("structuredContent"));
+    EXPECT_EQ(result["content"][0]["type"], "text");
+}
+
+TEST_F(MCPSessionTest, ToolCallParamsAreChecked) {
+    initialize();
+    EXPECT_EQ(errorOf(send(R"({"jsonrpc":"2.0","id":4,"method":"tools/call","params":{"name":"frobnicate"}})")),
+              "-32602 Invalid params: Unknown tool: frobnicate");
+    EXPECT_EQ(errorOf(send(R"({"jsonrpc":"2.0","id":4,"method":"tools/call","params":{}})")),
+              "-32602 Invalid params: name must be a string");
+    EXPECT_EQ(errorOf(send(R"({"jsonrpc":"2.0","id":4,"method":"tools/call","params":{"name":"status","arguments":[]}})")),
+              "-32602 Invalid params: arguments must be an object");
+    EXPECT_TRUE(tools_.calls.empty());
+    // No arguments, or null, is an empty object.
+    send(R"({"jsonrpc":"2.0","id":4,"method":"tools/call","params":{"name":"status"}})");
+    send(R"({"jsonrpc":"2.0","id":4,"method":"tools/call","params":{"name":"status","arguments":null}})");
+    EXPECT_EQ(tools_.calls, (std::vector<std::string>{"status {}", "status {}"}));
+}
+
+TEST_F(MCPSessionTest, UnknownMethodsAreNotFound) {
+    initialize();
+    for (const char* method : {"resources/list", "prompts/list", "logging/setLevel", "completion/complete", ""}) {
+        const JSON reply = send(std::string(R"({"jsonrpc":"2.0","id":"m","method":")") + method + "\"}");
+        EXPECT_EQ(errorOf(reply), std::string("-32601 Method not found: ") + method);
+        EXPECT_EQ(reply["id"], "m");
+    }
+}
+
+TEST_F(MCPSessionTest, NotificationsAndResponsesAreNeverAnswered) {
+    for (const char* line : {R"({"jsonrpc":"2.0","method":"notifications/initialized"})",
+                             R"({"jsonrpc":"2.0","method":"notifications/cancelled","params":{"requestId":1}})",
+                             R"({"jsonrpc":"2.0","method":"no/such/notification"})",
+                             R"({"jsonrpc":"2.0","method":"tools/call","params":{"name":"status"}})",
+                             R"({"jsonrpc":"2.0","id":1,"result":{}})", "", "   \r"}) {
+        EXPECT_TRUE(send(line).is_null()) << line;
+    }
+    EXPECT_TRUE(tools_.calls.empty());
+}
+
+TEST_F(MCPSessionTest, ParseErrorsAnswerWithNullId) {
+    for (const std::string& line : {std::string("garbage"), std::string(R"({"jsonrpc":"2.0","id":1)"),
+                                   std::string("{\"jsonrpc\":\"2.0\",\"id\":1,\"method\":\"p\xff\"}"),
+                                   std::string(R"({"jsonrpc":"2.0","id":1,"method":"\ud800"})"),
+                                   std::string(R"({"a":1} {"b":2})")}) {
+        const JSON reply = send(line);
+        EXPECT_EQ(errorOf(reply), "-32700 Parse error: the line is not a JSON text") << line;
+        EXPECT_TRUE(reply["id"].is_null());
+    }
+}
+
+TEST_F(MCPSessionTest, InvalidRequestsEchoAUsableId) {
+    EXPECT_EQ(send(R"({"jsonrpc":"2.0","id":null,"method":"ping"})"),
+              JSON::parse(R"({"jsonrpc":"2.0","id":null,"error":{"code":-32600,
+                  "message":"Invalid Request: \"id\" must be a string or an integer"}})"));
+    EXPECT_EQ(send(R"({"jsonrpc":"1.0","id":"x","method":"ping"})")["id"], "x");
+    EXPECT_EQ(errorOf(send("42")), "-32600 Invalid Request: a message must be a JSON object");
+}
+
+TEST_F(MCPSessionTest, BatchesOnlyIn20250326) {
+    const std::string batch = R"([{"jsonrpc":"2.0","id":1,"method":"ping"}])";
+    EXPECT_EQ(errorOf(send(batch)), "-32600 Invalid Request: batches are not part of this protocol revision");
+    initialize("2025-06-18");
+    EXPECT_EQ(errorOf(send(batch)), "-32600 Invalid Request: batches are not part of this protocol revision");
+}
+
+TEST_F(MCPSessionTest, ABatchGetsABatchOfReplies) {
+    initialize("2025-03-26");
+    const JSON replies = send(R"([{"jsonrpc":"2.0","id":1,"method":"ping"},
+        {"jsonrpc":"2.0","method":"notifications/initialized"},
+        {"jsonrpc":"2.0","id":2,"method":"tools/call","params":{"name":"status"}},
+        {"jsonrpc":"2.0","id":3,"method":"nope"},
+        7,
+        {"jsonrpc":"2.0","id":4,"method":"initialize","params":{}}])");
+    ASSERT_TRUE(replies.is_array());
+    ASSERT_EQ(replies.size(), 5u);
+    EXPECT_EQ(replies[0]["result"], JSON::object());
+    EXPECT_EQ(replies[1]["result"]["isError"], false);
+    EXPECT_EQ(errorOf(replies[2]), "-32601 Method not found: nope");
+    EXPECT_EQ(errorOf(replies[3]), "-32600 Invalid Request: a message must be a JSON object");
+    EXPECT_EQ(errorOf(replies[4]), "-32600 Invalid Request: initialize must not be part of a batch");
+    EXPECT_TRUE(send(R"([{"jsonrpc":"2.0","method":"notifications/initialized"}])").is_null());
+    EXPECT_EQ(errorOf(send("[]")), "-32600 Invalid Request: an empty batch");
+}
+
+TEST_F(MCPSessionTest, DeepNestingIsRefusedBeforeParsing) {
+    initialize("2025-06-18");
+    const std::string deepBatch = std::string(100000, '[') + std::string(100000, ']');
+    EXPECT_EQ(errorOf(send(deepBatch)), "-32600 Invalid Request: a message may nest at most 64 levels");
+    const std::string deepParams = R"({"jsonrpc":"2.0","id":1,"method":"ping","params":{"a":)" +
+                                   std::string(100000, '[') + std::string(100000, ']') + "}}";
+    EXPECT_TRUE(send(deepParams)["id"].is_null());
+    // Brackets inside strings are text, and 64 levels are fine.
+    const std::string brackets = R"({"jsonrpc":"2.0","id":1,"method":"ping","params":{"a":"[[[[\"[[[[)" +
+                                 std::string(200, '[') + R"("}})";
+    EXPECT_EQ(send(brackets)["result"], JSON::object());
+    const std::string deepEnough = R"({"jsonrpc":"2.0","id":1,"method":"ping","params":{"a":)" +
+                                   std::string(62, '[') + std::string(62, ']') + "}}";
+    EXPECT_EQ(send(deepEnough)["result"], JSON::object());
+}
+
+TEST_F(MCPSessionTest, OversizedLinesGetAnErrorWithNullId) {
+    const JSON reply = JSON::parse(session_.replyToOversizedLine());
+    EXPECT_EQ(errorOf(reply), "-32600 Invalid Request: a message may be at most 4194304 bytes");
+    EXPECT_TRUE(reply["id"].is_null());
+}
+
+TEST_F(MCPSessionTest, AnUnwritableDocumentIsAnInternalError) {
+    initialize();
+    tools_.answer = {JSON{{"text", "\xff"}}, false};
+    EXPECT_EQ(errorOf(call("{}")), "-32603 Internal error: Failed to serialize JSON");
+}

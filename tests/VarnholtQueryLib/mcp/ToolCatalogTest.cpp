@@ -1,0 +1,98 @@
+#include "mcp/ToolCatalog.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+
+using namespace VarnholtQueryLib;
+using namespace VarnholtQueryLib::MCP;
+
+namespace {
+
+// "name:type" of every argument, in name order, and the required ones.
+std::string argumentsOf(const std::string& tool) {
+    const JSON& schema = findTool(tool)->inputSchema;
+    std::string text;
+    for (const auto& [name, property] : schema["properties"].items()) {
+        text += name + ":" + property["type"].get<std::string>() + " ";
+    }
+    text += "required:" + schema.value("required", JSON::array()).dump();
+    return text;
+}
+
+}  // namespace
+
+TEST(ToolCatalogTest, FiveToolsInOrder) {
+    std::vector<std::string> names;
+    for (const ToolDefinition& tool : toolCatalog()) names.push_back(tool.name);
+    EXPECT_EQ(names, (std::vector<std::string>{"timeline", "search", "entities", "status", "support_context"}));
+    EXPECT_EQ(findTool("search")->name, "search");
+    EXPECT_EQ(findTool("today"), nullptr);
+    EXPECT_EQ(findTool("support-context"), nullptr);
+}
+
+TEST(ToolCatalogTest, InputSchemasDeclareEveryArgument) {
+    EXPECT_EQ(argumentsOf("timeline"),
+              "compact:boolean from:string images:boolean limit:integer preset:string since:string "
+              "to:string required:[]");
+    EXPECT_EQ(argumentsOf("search"),
+              "app:string collapse:boolean compact:boolean from:string images:boolean keyword:string "
+              "latest:boolean limit:integer since:string to:string required:[\"keyword\"]");
+    EXPECT_EQ(argumentsOf("entities"), "kind:string limit:integer since:string required:[]");
+    EXPECT_EQ(argumentsOf("status"), "required:[]");
+    EXPECT_EQ(argumentsOf("support_context"), "required:[]");
+}
+
+TEST(ToolCatalogTest, InputSchemasAreClosedObjectsWithTheCommandsLimits) {
+    for (const ToolDefinition& tool : toolCatalog()) {
+        EXPECT_EQ(tool.inputSchema["type"], "object") << tool.name;
+        EXPECT_EQ(tool.inputSchema["additionalProperties"], false) << tool.name;
+        EXPECT_EQ(tool.outputSchema["type"], "object") << tool.name;
+        for (const auto& [name, property] : tool.inputSchema["properties"].items()) {
+            EXPECT_TRUE(property.contains("description")) << tool.name << "." << name;
+        }
+    }
+    const JSON& timeline = findTool("timeline")->inputSchema["properties"];
+    EXPECT_EQ(timeline["preset"]["enum"], JSON::parse(R"(["today","yesterday","this-week","last-active-day"])"));
+    EXPECT_EQ(timeline["limit"]["minimum"], 0);
+    const JSON& search = findTool("search")->inputSchema["properties"];
+    EXPECT_EQ(search["limit"]["minimum"], 1);
+    EXPECT_EQ(search["limit"]["maximum"], 200);
+    EXPECT_EQ(search["limit"]["default"], 50);
+    const JSON& entities = findTool("entities")->inputSchema["properties"];
+    EXPECT_EQ(entities["limit"]["maximum"], 500);
+    EXPECT_EQ(entities["limit"]["default"], 100);
+}
+
+TEST(ToolCatalogTest, EachToolSaysWhatItAnswersInOneSentence) {
+    for (const ToolDefinition& tool : toolCatalog()) {
+        const std::string& description = tool.description;
+        EXPECT_FALSE(description.empty()) << tool.name;
+        EXPECT_EQ(description.back(), '.') << tool.name;
+        // One sentence: no full stop followed by a space before the end.
+        EXPECT_EQ(description.find(". "), std::string::npos) << tool.name;
+        EXPECT_FALSE(tool.title.empty()) << tool.name;
+    }
+}
+
+TEST(ToolCatalogTest, ListingFollowsTheRevision) {
+    const auto keysOfFirst = [](ProtocolRevision revision) {
+        std::string keys;
+        const JSON first = listTools(revision)[0];
+        for (const auto& [key, value] : first.items()) keys += key + " ";
+        return keys;
+    };
+    EXPECT_EQ(keysOfFirst(ProtocolRevision::r2024_11_05), "description inputSchema name ");
+    EXPECT_EQ(keysOfFirst(ProtocolRevision::r2025_03_26), "annotations description inputSchema name ");
+    EXPECT_EQ(keysOfFirst(ProtocolRevision::r2025_06_18),
+              "annotations description inputSchema name outputSchema title ");
+    EXPECT_EQ(keysOfFirst(ProtocolRevision::r2025_11_25),
+              "annotations description inputSchema name outputSchema title ");
+    const JSON tools = listTools(ProtocolRevision::r2025_11_25);
+    ASSERT_EQ(tools.size(), 5u);
+    for (const JSON& tool : tools) {
+        EXPECT_EQ(tool["annotations"]["readOnlyHint"], true);
+        EXPECT_EQ(tool["annotations"]["openWorldHint"], false);
+        EXPECT_EQ(tool["inputSchema"], findTool(tool["name"])->inputSchema);
+    }
+}

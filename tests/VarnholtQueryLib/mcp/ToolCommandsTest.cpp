@@ -1,0 +1,121 @@
+#include "mcp/ToolCommands.h"
+
+#include <gtest/gtest.h>
+
+#include "cli/CLIError.h"
+#include "cli/CommandParser.h"
+#include "mcp/ToolCatalog.h"
+#include "platform/LocalCalendar.h"
+
+using namespace VarnholtQueryLib;
+using namespace VarnholtQueryLib::MCP;
+
+namespace {
+
+constexpr double kNow = 1775037600;  // 2026-04-01T10:00:00Z
+
+// A tool call and the command line that asks the same.
+struct Equivalent {
+    const char* tool;
+    const char* arguments;
+    std::vector<std::string> commandLine;
+};
+
+class ToolCommandsTest : public ::testing::Test {
+protected:
+    Command fromTool(const std::string& tool, const char* arguments) const {
+        const ToolArguments checked(JSON::parse(arguments), findTool(tool)->inputSchema);
+        return commandForTool(tool, checked, calendar_, kNow);
+    }
+
+    Command fromCommandLine(std::vector<std::string> words) const {
+        words.insert(words.begin(), "varnholt-query");
+        return parseCommand(CommandArguments::fromProcessArguments(words), calendar_, kNow);
+    }
+
+    // "CODE: message" of what one front end throws.
+    template <typename Build>
+    static std::string failure(Build build) {
+        try {
+            build();
+        } catch (const CLIError& error) {
+            return error.code() + ": " + error.message();
+        }
+        return "<no error>";
+    }
+
+    std::string toolFailure(const std::string& tool, const char* arguments) const {
+        return failure([&] { fromTool(tool, arguments); });
+    }
+
+    std::string commandLineFailure(const std::vector<std::string>& words) const {
+        return failure([&] { fromCommandLine(words); });
+    }
+
+    LocalCalendar calendar_{"Europe/Berlin", "de_DE"};
+};
+
+}  // namespace
+
+TEST_F(ToolCommandsTest, EachCallIsTheCommandOfItsCommandLine) {
+    const std::vector<Equivalent> equivalents = {
+        {"timeline", "{}", {"today"}},
+        {"timeline", R"({"preset":"yesterday","limit":3,"compact":true})", {"yesterday", "--limit", "3", "--compact"}},
+        {"timeline", R"({"preset":"this-week"})", {"this-week"}},
+        {"timeline", R"({"preset":"last-active-day","images":true})", {"last-active-day", "--images"}},
+        {"timeline", R"({"since":"2h","images":true,"limit":0})", {"recent", "--since", "2h", "--images", "--limit", "0"}},
+        {"timeline", R"({"since":"0h"})", {"recent", "--since", "0h"}},
+        {"timeline", R"({"from":"2026-03-30","to":"2026-03-31T12:00:00Z","images":true})",
+         {"range", "--from", "2026-03-30", "--to", "2026-03-31T12:00:00Z", "--images"}},
+        {"search", R"({"keyword":"invoice"})", {"search", "invoice"}},
+        {"search", R"({"keyword":"a b","app":"Mail","since":"1d","from":"2026-03-30","to":"2026-03-31",
+                      "latest":true,"limit":7,"collapse":true,"images":true,"compact":true})",
+         {"search", "a b", "--app", "Mail", "--since", "1d", "--from", "2026-03-30", "--to", "2026-03-31",
+          "--latest", "--limit", "7", "--collapse", "--images", "--compact"}},
+        {"search", R"({"keyword":"kw","limit":1000})", {"search", "kw", "--limit", "1000"}},
+        {"search", R"({"keyword":"kw","limit":-5})", {"search", "kw", "--limit", "-5"}},
+        {"entities", "{}", {"entities"}},
+        {"entities", R"({"since":"2h","kind":"app","limit":9999})", {"entities", "--since", "2h", "--kind", "app", "--limit", "9999"}},
+        {"status", "{}", {"status", "--json"}},
+        {"support_context", "{}", {"support-context"}},
+    };
+    for (const Equivalent& equivalent : equivalents) {
+        EXPECT_EQ(fromTool(equivalent.tool, equivalent.arguments), fromCommandLine(equivalent.commandLine))
+            << equivalent.tool << " " << equivalent.arguments;
+    }
+}
+
+TEST_F(ToolCommandsTest, TextsThatLookLikeFlagsAreJustTexts) {
+    const Command search = fromTool("search", R"({"keyword":"--help","app":"--json"})");
+    EXPECT_EQ(std::get<Command::Search>(search.value).keyword, "--help");
+    EXPECT_EQ(std::get<Command::Search>(search.value).appFilter, "--json");
+    EXPECT_EQ(std::get<Command::Search>(fromTool("search", R"({"keyword":""})").value).keyword, "");
+    const Command entities = fromTool("entities", R"({"kind":"--since","since":""})");
+    EXPECT_EQ(std::get<Command::Entities>(entities.value).kind, "--since");
+    EXPECT_EQ(std::get<Command::Entities>(entities.value).since, "");
+}
+
+TEST_F(ToolCommandsTest, RefusalsUseTheCommandLinesWords) {
+    EXPECT_EQ(toolFailure("search", "{}"), commandLineFailure({"search"}));
+    EXPECT_EQ(toolFailure("search", R"({"since":"0h"})"), commandLineFailure({"search", "--since", "0h"}));
+    EXPECT_EQ(toolFailure("search", R"({"keyword":"k","from":"April"})"),
+              commandLineFailure({"search", "k", "--from", "April"}));
+    EXPECT_EQ(toolFailure("search", R"({"keyword":"k","from":"2026-04-08","to":"2026-04-07"})"),
+              commandLineFailure({"search", "k", "--from", "2026-04-08", "--to", "2026-04-07"}));
+    EXPECT_EQ(toolFailure("timeline", R"({"from":"2026-04-01"})"),
+              commandLineFailure({"range", "--from", "2026-04-01"}));
+    EXPECT_EQ(toolFailure("timeline", R"({"to":"2026-04-01"})"), commandLineFailure({"range", "--to", "2026-04-01"}));
+}
+
+TEST_F(ToolCommandsTest, ATimelineAskedTwoWaysIsRefused) {
+    const std::string twoWays = "INVALID_TIME_RANGE: Use only one of preset, since, or from and to.";
+    EXPECT_EQ(toolFailure("timeline", R"({"preset":"today","since":"2h"})"), twoWays);
+    EXPECT_EQ(toolFailure("timeline", R"({"since":"2h","to":"2026-04-01"})"), twoWays);
+    EXPECT_EQ(toolFailure("timeline", R"({"preset":"today","from":"2026-04-01","to":"2026-04-02"})"), twoWays);
+}
+
+TEST_F(ToolCommandsTest, OnlyTheFourPresetsArePresets) {
+    EXPECT_EQ(toolFailure("timeline", R"({"preset":"range"})"), "INVALID_TIME_RANGE: Unknown preset 'range'.");
+    EXPECT_EQ(toolFailure("timeline", R"({"preset":"recent"})"), "INVALID_TIME_RANGE: Unknown preset 'recent'.");
+    EXPECT_EQ(toolFailure("timeline", R"({"preset":""})"), "INVALID_TIME_RANGE: Unknown preset ''.");
+}

@@ -1,0 +1,138 @@
+#include "mcp/ToolOutputSchemas.h"
+
+#include <gtest/gtest.h>
+
+#include "JSONSchemaCheck.h"
+#include "entities/EntitiesResponse.h"
+#include "platform/LocalCalendar.h"
+#include "search/SearchResponse.h"
+#include "status/StatusResponse.h"
+#include "support_context/SupportContextResponse.h"
+#include "timeline/RecentResponse.h"
+
+using namespace VarnholtQueryLib;
+using namespace VarnholtQueryLib::MCP;
+using VarnholtTestSupport::schemaViolations;
+
+namespace {
+
+constexpr double kNow = 1775037600.0;  // 2026-04-01T10:00:00Z
+
+std::string violations(const JSON& document, const JSON& schema) {
+    std::string text;
+    for (const auto& line : schemaViolations(document, schema)) text += line + "\n";
+    return text;
+}
+
+StatusData status(bool withMetrics, bool degraded) {
+    StatusData data;
+    data.dbPath = "/home/ada/.varnholt/varnholt.db";
+    data.sizeBytes = 4096;
+    data.schemaVersion = 24;
+    if (withMetrics) {
+        OperationalMetrics metrics;
+        metrics.totalFrames = 3;
+        metrics.totalObservations = 2;
+        metrics.lastFrameTimestamp = 1775037590.5;
+        metrics.firstObservationAt = 1775030000;
+        data.operationalMetrics = metrics;
+        data.diagnosis = "IDLE";
+        data.diagnosisMessage = "No recent analysis activity.";
+        data.lastDbModified = 1775037595.0;
+    }
+    if (degraded) {
+        data.bridgeHealth = StatusData::BridgeHealth{"degraded", std::nullopt, "yesterday", std::nullopt};
+    }
+    return data;
+}
+
+class ToolOutputSchemasTest : public ::testing::Test {
+protected:
+    LocalCalendar calendar_{"Europe/Berlin", "de_DE"};
+};
+
+}  // namespace
+
+TEST_F(ToolOutputSchemasTest, TimelineDocumentsConform) {
+    RecentWorkTimelineCore::TimelineObservation row;
+    row.id = "A";
+    row.timestamp = 1775037000.25;
+    row.vlmDescription = "Editing";
+    row.apps = {"1", "2", "3", "4", "5", "6", "7", "8", "9", "10", "11"};  // truncated
+    row.imagePath = "/img.png";
+    const std::vector<RecentWorkTimelineCore::TimelineMoment> moments = {
+        {1775036700, 1775037000, 2, row, {{"app", "Xcode", 2}}},
+        {1775037000, 1775037300, 1, row, {}}};
+    const TimeRange range{kNow - 3600, kNow, "recent"};
+    for (const bool images : {false, true}) {
+        for (const bool compact : {false, true}) {
+            for (const auto limit : {std::optional<std::int64_t>{}, std::optional<std::int64_t>{0}}) {
+                const JSON document = makeRecentResponse(moments, range, images, compact, limit, calendar_, kNow);
+                EXPECT_EQ(violations(document, timelineOutputSchema()), "");
+            }
+        }
+    }
+    row.imagePath.reset();
+    const JSON withoutImage = makeRecentResponse({{1775036700, 1775037000, 1, row, {}}}, range, true, false,
+                                                 std::nullopt, calendar_, kNow);
+    EXPECT_EQ(violations(withoutImage, timelineOutputSchema()), "");
+}
+
+TEST_F(ToolOutputSchemasTest, SearchDocumentsConform) {
+    ObservationSearchResult result;
+    result.observationId = "B";
+    result.frameTimestamp = 1775037000.5;
+    result.vlmDescription = "Reading mail";
+    result.apps = {"Mail"};
+    result.entities = {{"app", "Mail"}};
+    ObservationSearchParams params;
+    params.keyword = "mail";
+    params.limit = 2;
+    for (const bool images : {false, true}) {
+        for (const bool compact : {false, true}) {
+            const JSON plain = makeSearchResponse({result, result}, params, compact, images, std::nullopt, calendar_, kNow);
+            EXPECT_EQ(violations(plain, searchOutputSchema()), "");
+        }
+    }
+    params.appFilter = "Mail";
+    params.fromTs = kNow - 60;
+    params.toTs = kNow;
+    params.latestOnly = true;
+    const JSON collapsed = makeSearchResponse({result}, params, false, true, 2, calendar_, kNow);
+    ASSERT_TRUE(collapsed["meta"].contains("collapsed_from"));
+    EXPECT_EQ(violations(collapsed, searchOutputSchema()), "");
+    EXPECT_EQ(violations(makeSearchResponse({}, params, false, false, std::nullopt, calendar_, kNow),
+                         searchOutputSchema()),
+              "");
+}
+
+TEST_F(ToolOutputSchemasTest, EntitiesDocumentsConform) {
+    const std::vector<EntityAggregation> entities = {{"app", "Xcode", 4, 1775030000, 1775037000}};
+    EntityQueryParams params;
+    EXPECT_EQ(violations(makeEntitiesResponse(entities, params, calendar_, kNow), entitiesOutputSchema()), "");
+    params.kind = "app";
+    params.fromTs = kNow - 7200;
+    params.toTs = kNow;
+    EXPECT_EQ(violations(makeEntitiesResponse(entities, params, calendar_, kNow), entitiesOutputSchema()), "");
+}
+
+TEST_F(ToolOutputSchemasTest, StatusAndSupportContextDocumentsConform) {
+    const SupportContextSnapshot context{kNow, 7200, {{kNow - 10, "Writing", {"Pages"}}}};
+    for (const bool withMetrics : {false, true}) {
+        for (const bool degraded : {false, true}) {
+            const StatusData data = status(withMetrics, degraded);
+            EXPECT_EQ(violations(makeStatusResponse(data, calendar_), statusOutputSchema()), "");
+            EXPECT_EQ(violations(makeSupportContextResponse(context, data, calendar_),
+                                 supportContextOutputSchema()),
+                      "");
+        }
+    }
+}
+
+TEST_F(ToolOutputSchemasTest, ErrorEnvelopesAreNotSuccessDocuments) {
+    const JSON failure = makeErrorEnvelope("DB_NOT_FOUND", "Database not found at /x", kNow);
+    for (const JSON& schema : {timelineOutputSchema(), searchOutputSchema(), entitiesOutputSchema(),
+                               statusOutputSchema(), supportContextOutputSchema()}) {
+        EXPECT_NE(violations(failure, schema), "");
+    }
+}
