@@ -100,7 +100,13 @@ std::vector<std::string> TemporaryHome::environment(const InvocationOptions& opt
         "TZ=" + options.timeZone,
         "LANG=" + options.language,
     };
-    if (options.frozenTime) {
+    if (options.clockFile) {
+        preload += std::string(" ") + kFakeTime;
+        environment.push_back("FAKETIME_TIMESTAMP_FILE=" + *options.clockFile);
+        environment.push_back("FAKETIME_FMT=%s");
+        environment.push_back("FAKETIME_NO_CACHE=1");
+        environment.push_back("NO_FAKE_STAT=1");
+    } else if (options.frozenTime) {
         preload += std::string(" ") + kFakeTime;
         // libfaketime reads an absolute "YYYY-MM-DD hh:mm:ss" in the child's
         // own TZ, so the frozen instant would move with the zone under test.

@@ -25,6 +25,10 @@ struct InvocationOptions {
     // A frozen wall clock, "YYYY-MM-DD hh:mm:ss" read in UTC, through
     // libfaketime; absent means the real clock. File times are not faked.
     std::optional<std::string> frozenTime;
+    // Instead of frozenTime: a file holding seconds since 1970 as text, read
+    // by libfaketime at every reading of the clock, so a test can move the
+    // clock of a program that keeps running.
+    std::optional<std::string> clockFile;
     // Extra "NAME=value" entries.
     std::vector<std::string> extraEnvironment;
 };
