@@ -56,6 +56,12 @@ JSON objectRequiringAll(std::initializer_list<std::pair<const char*, JSON>> prop
     return schema;
 }
 
+JSON eitherObject(JSON first, JSON second, const std::string& description) {
+    JSON schema = typed("object", description);
+    schema["anyOf"] = JSON::array({std::move(first), std::move(second)});
+    return schema;
+}
+
 JSON withMinimum(JSON schema, std::int64_t minimum) {
     schema["minimum"] = minimum;
     return schema;

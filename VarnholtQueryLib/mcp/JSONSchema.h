@@ -10,7 +10,7 @@ namespace VarnholtQueryLib::MCP::JSONSchema {
 
 // Small builders for the JSON Schemas the tools publish. They use only
 // keywords that mean the same in draft-07 and 2020-12 (type, enum, const,
-// properties, required, additionalProperties, items, minimum, maximum,
+// properties, required, additionalProperties, items, anyOf, minimum, maximum,
 // default, description), so that every client's validator reads them alike,
 // and no $ref, so that each schema stands on its own.
 
@@ -33,6 +33,9 @@ JSON object(std::initializer_list<std::pair<const char*, JSON>> properties,
 // The same with every property required.
 JSON objectRequiringAll(std::initializer_list<std::pair<const char*, JSON>> properties,
                         const std::string& description = {});
+
+// An object that matches `first` or `second` (both object schemas).
+JSON eitherObject(JSON first, JSON second, const std::string& description = {});
 
 // `schema` with "minimum"/"maximum"/"default" added.
 JSON withMinimum(JSON schema, std::int64_t minimum);

@@ -18,14 +18,36 @@ JSON storedInstant() {
     return nullable(number("Seconds since 1970-01-01 UTC, with fractions"));
 }
 
+JSON errorEnvelope() {
+    return objectRequiringAll(
+        {
+            {"ok", constant(false)},
+            {"api_version", constant(2)},
+            {"data", constant(nullptr)},
+            {"error", objectRequiringAll({
+                          {"code", oneOfTexts({"DB_NOT_FOUND", "DB_LOCKED", "SCHEMA_MISMATCH",
+                                               "INVALID_TIME_RANGE", "UNKNOWN_ERROR"},
+                                              "What went wrong, for an agent to branch on")},
+                          {"message", text("What went wrong, for a person")},
+                          {"timestamp", utcTime("When it failed")},
+                      })},
+            {"meta", constant(nullptr)},
+        },
+        "The call failed");
+}
+
+// The answer: this tool's success document or the error envelope.
 JSON envelope(JSON data, JSON meta) {
-    return objectRequiringAll({
-        {"ok", constant(true)},
-        {"api_version", constant(2)},
-        {"data", std::move(data)},
-        {"error", constant(nullptr)},
-        {"meta", std::move(meta)},
-    });
+    return eitherObject(objectRequiringAll(
+                            {
+                                {"ok", constant(true)},
+                                {"api_version", constant(2)},
+                                {"data", std::move(data)},
+                                {"error", constant(nullptr)},
+                                {"meta", std::move(meta)},
+                            },
+                            "The answer"),
+                        errorEnvelope());
 }
 
 JSON applications() {

@@ -24,9 +24,23 @@ void check(const json& value, const json& schema, const std::string& path,
            std::vector<std::string>& violations) {
     static const std::set<std::string> kKnown = {
         "type",  "enum",    "const",   "properties", "required",   "additionalProperties",
-        "items", "minimum", "maximum", "default",    "description"};
+        "items", "minimum", "maximum", "default",    "description", "anyOf"};
     for (const auto& [keyword, unused] : schema.items()) {
         if (!kKnown.count(keyword)) violations.push_back(path + ": unchecked keyword " + keyword);
+    }
+    if (const auto alternatives = schema.find("anyOf"); alternatives != schema.end()) {
+        std::vector<std::string> closest;
+        bool matched = false;
+        for (const auto& alternative : *alternatives) {
+            std::vector<std::string> found;
+            check(value, alternative, path, found);
+            if (found.empty()) matched = true;
+            if (closest.empty() || found.size() < closest.size()) closest = found;
+        }
+        if (!matched) {
+            violations.push_back(path + ": matches no alternative; the closest says:");
+            violations.insert(violations.end(), closest.begin(), closest.end());
+        }
     }
     if (const auto type = schema.find("type"); type != schema.end()) {
         const json types = type->is_array() ? *type : json::array({*type});

@@ -31,3 +31,10 @@ TEST(JSONSchemaTest, ObjectsAreClosed) {
     EXPECT_EQ(JSONSchema::arrayOf(JSONSchema::text(), "Names"),
               JSON::parse(R"({"type":"array","items":{"type":"string"},"description":"Names"})"));
 }
+
+TEST(JSONSchemaTest, EitherOfTwoObjects) {
+    EXPECT_EQ(JSONSchema::eitherObject(JSONSchema::object({}, {}), JSONSchema::object({}, {}), "One"),
+              JSON::parse(R"({"type":"object","description":"One","anyOf":[
+                  {"type":"object","properties":{},"additionalProperties":false},
+                  {"type":"object","properties":{},"additionalProperties":false}]})"));
+}

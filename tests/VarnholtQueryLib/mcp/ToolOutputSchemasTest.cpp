@@ -129,10 +129,23 @@ TEST_F(ToolOutputSchemasTest, StatusAndSupportContextDocumentsConform) {
     }
 }
 
-TEST_F(ToolOutputSchemasTest, ErrorEnvelopesAreNotSuccessDocuments) {
+TEST_F(ToolOutputSchemasTest, ErrorEnvelopesConformToEverySchema) {
     const JSON failure = makeErrorEnvelope("DB_NOT_FOUND", "Database not found at /x", kNow);
     for (const JSON& schema : {timelineOutputSchema(), searchOutputSchema(), entitiesOutputSchema(),
                                statusOutputSchema(), supportContextOutputSchema()}) {
-        EXPECT_NE(violations(failure, schema), "");
+        EXPECT_EQ(violations(failure, schema), "");
     }
+    EXPECT_NE(violations(makeErrorEnvelope("NO_SUCH_CODE", "x", kNow), statusOutputSchema()), "");
+}
+
+TEST_F(ToolOutputSchemasTest, ADocumentConformsOnlyToItsOwnToolsSchema) {
+    const JSON entities = makeEntitiesResponse({}, EntityQueryParams{}, calendar_, kNow);
+    EXPECT_EQ(violations(entities, entitiesOutputSchema()), "");
+    for (const JSON& schema : {timelineOutputSchema(), searchOutputSchema(), statusOutputSchema(),
+                               supportContextOutputSchema()}) {
+        EXPECT_NE(violations(entities, schema), "");
+    }
+    JSON grown = entities;
+    grown["meta"]["returned_everything"] = true;
+    EXPECT_NE(violations(grown, entitiesOutputSchema()), "");
 }

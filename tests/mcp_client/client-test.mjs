@@ -1,0 +1,291 @@
+// Drives varnholt-mcp with the official MCP TypeScript SDK client, as an MCP
+// host would, and checks every answer against varnholt-query: for each call,
+// the text content must be varnholt-query's standard output for the
+// equivalent command line, byte for byte, and so must the structured content
+// once written by varnholt-query's own writer (varnholt-rewrite-json). The
+// SDK itself checks each structured answer against the tool's output schema.
+//
+// Usage: node client-test.mjs <varnholt-mcp> <varnholt-query> <varnholt-sample-db> <varnholt-rewrite-json>
+// Everything happens in temporary homes (nss_wrapper), under a frozen clock
+// (libfaketime), in Europe/Berlin with a German locale.
+
+import { spawnSync } from 'node:child_process';
+import fs from 'node:fs';
+import os from 'node:os';
+import path from 'node:path';
+import process from 'node:process';
+
+import Ajv from 'ajv';
+import { Client } from '@modelcontextprotocol/sdk/client/index.js';
+import { StdioClientTransport } from '@modelcontextprotocol/sdk/client/stdio.js';
+import { ErrorCode, ListResourcesResultSchema, McpError } from '@modelcontextprotocol/sdk/types.js';
+
+const [mcpBinary, queryBinary, sampleDbBinary, rewriteBinary] = process.argv.slice(2);
+if (!rewriteBinary) {
+  console.error('usage: node client-test.mjs <varnholt-mcp> <varnholt-query> <varnholt-sample-db> <varnholt-rewrite-json>');
+  process.exit(2);
+}
+
+const kNow = 1775037600; // Wednesday 1 April 2026, 10:00 UTC; noon in Berlin
+const kNssWrapper = 'libnss_wrapper.so';
+const kFakeTime = '/usr/lib/x86_64-linux-gnu/faketime/libfaketime.so.1';
+
+let failures = 0;
+let checks = 0;
+function check(condition, what) {
+  checks += 1;
+  if (!condition) {
+    failures += 1;
+    console.error(`FAIL: ${what}`);
+  }
+}
+
+// The first line where two texts differ, for a readable failure.
+function firstDifference(actual, expected) {
+  const a = String(actual).split('\n');
+  const b = String(expected).split('\n');
+  for (let i = 0; i < Math.max(a.length, b.length); i += 1) {
+    if (a[i] !== b[i]) return `line ${i + 1}: got ${JSON.stringify(a[i])}, want ${JSON.stringify(b[i])}`;
+  }
+  return 'equal';
+}
+
+// A home directory of its own, registered as the user's through nss_wrapper;
+// $HOME points nowhere, to catch anything that reads it.
+function makeHome(name) {
+  const home = fs.mkdtempSync(path.join(os.tmpdir(), `varnholt-mcp-client-${name}-`));
+  fs.mkdirSync(path.join(home, '.nss'));
+  const uid = process.getuid();
+  const gid = process.getgid();
+  fs.writeFileSync(path.join(home, '.nss/passwd'), `tester:x:${uid}:${gid}:Test User:${home}:/bin/sh\n`);
+  fs.writeFileSync(path.join(home, '.nss/group'), `tester:x:${gid}:\n`);
+  const env = {
+    NSS_WRAPPER_PASSWD: path.join(home, '.nss/passwd'),
+    NSS_WRAPPER_GROUP: path.join(home, '.nss/group'),
+    HOME: '/nonexistent-home-do-not-use',
+    PATH: '/usr/bin:/bin',
+    TZ: 'Europe/Berlin',
+    LANG: 'de_DE.UTF-8',
+    FAKETIME: String(kNow),
+    FAKETIME_FMT: '%s',
+    FAKETIME_NO_CACHE: '1',
+    NO_FAKE_STAT: '1',
+    LD_PRELOAD: `${kNssWrapper} ${kFakeTime}`,
+  };
+  return { home, env };
+}
+
+function run(program, args, env, input) {
+  const result = spawnSync(program, args, { env, input, encoding: 'utf8', maxBuffer: 64 * 1024 * 1024 });
+  if (result.error) throw result.error;
+  return result;
+}
+
+// The recorder's files: ten days of synthetic activity ending half an hour
+// ago, its logs, and a report of a failed analysis bridge.
+function furnish({ home, env }) {
+  const dir = path.join(home, '.varnholt');
+  fs.mkdirSync(path.join(dir, 'logs'), { recursive: true });
+  const generated = run(sampleDbBinary, ['--days', '10', '--seed', '5', '--end', String(kNow - 1800),
+    path.join(dir, 'varnholt.db')], env);
+  if (generated.status !== 0) throw new Error(`varnholt-sample-db failed: ${generated.stderr}`);
+  for (const log of ['recorder.log', 'mlx-bridge-recorder-vlm.log', 'mlx-bridge-recorder-vlm-stdout.log']) {
+    fs.writeFileSync(path.join(dir, 'logs', log), `first line of ${log}\nlast line\n`);
+  }
+  fs.writeFileSync(path.join(dir, 'last-bridge-error.json'), JSON.stringify({
+    timestamp: '2026-04-01T09:12:00Z', pythonPath: '/usr/bin/python3', bridgePath: '/opt/bridge.py',
+    modelId: 'vlm', socketPath: '/tmp/bridge.sock', reason: 'Model weights not found',
+  }));
+}
+
+async function connect(env) {
+  const transport = new StdioClientTransport({ command: mcpBinary, args: [], env, stderr: 'pipe' });
+  let serverErrors = '';
+  transport.stderr?.on('data', (chunk) => { serverErrors += chunk; });
+  const client = new Client({ name: 'varnholt-mcp-client-test', version: '1.0.0' });
+  await client.connect(transport);
+  return { client, transport, errors: () => serverErrors };
+}
+
+// Calls `tool` with `args` and compares the answer with `varnholt-query
+// commandLine...` run in the same home at the same frozen instant.
+async function compareWithCommandLine(client, env, tool, args, commandLine) {
+  const label = `${tool} ${JSON.stringify(args)} = varnholt-query ${commandLine.join(' ')}`;
+  let result;
+  try {
+    result = await client.callTool({ name: tool, arguments: args });
+  } catch (error) {
+    check(false, `${label}: the client refused the answer: ${error.message}`);
+    return;
+  }
+  const expected = run(queryBinary, commandLine, env);
+  check(expected.status === 0 || expected.status === 1, `${label}: varnholt-query exited ${expected.status}`);
+  check(result.isError === (expected.status === 1), `${label}: isError ${result.isError}, exit status ${expected.status}`);
+  check(result.content.length === 1 && result.content[0].type === 'text', `${label}: one text content item`);
+  const text = result.content[0]?.text;
+  check(text === expected.stdout, `${label}: text content differs, ${firstDifference(text, expected.stdout)}`);
+  check(result.structuredContent !== undefined, `${label}: no structured content`);
+  const rewritten = run(rewriteBinary, [], {}, JSON.stringify(result.structuredContent));
+  check(rewritten.stdout === expected.stdout,
+    `${label}: structured content differs, ${firstDifference(rewritten.stdout, expected.stdout)}`);
+  return result;
+}
+
+// Calls that have no command line: their error envelope is checked directly.
+async function expectToolError(client, tool, args, code, message) {
+  const label = `${tool} ${JSON.stringify(args)}`;
+  const result = await client.callTool({ name: tool, arguments: args });
+  check(result.isError === true, `${label}: isError`);
+  const error = result.structuredContent?.error;
+  check(error?.code === code, `${label}: code ${error?.code}, want ${code}`);
+  check(error?.message === message, `${label}: message ${JSON.stringify(error?.message)}`);
+  const rewritten = run(rewriteBinary, [], {}, JSON.stringify(result.structuredContent));
+  check(result.content[0].text === rewritten.stdout, `${label}: text and structured content differ`);
+}
+
+async function expectProtocolError(promise, code, what) {
+  try {
+    await promise;
+    check(false, `${what}: no error`);
+  } catch (error) {
+    check(error instanceof McpError && error.code === code, `${what}: got ${error.code} ${error.message}`);
+  }
+}
+
+const kCalls = [
+  ['timeline', {}, ['today']],
+  ['timeline', { preset: 'today', limit: 4 }, ['today', '--limit', '4']],
+  ['timeline', { preset: 'yesterday', compact: true }, ['yesterday', '--compact']],
+  ['timeline', { preset: 'this-week', limit: 3 }, ['this-week', '--limit', '3']],
+  ['timeline', { preset: 'last-active-day', limit: 2, images: true }, ['last-active-day', '--limit', '2', '--images']],
+  ['timeline', { since: '2h', images: true }, ['recent', '--since', '2h', '--images']],
+  ['timeline', { since: '1.5h', limit: 2, compact: true }, ['recent', '--since', '1.5h', '--limit', '2', '--compact']],
+  ['timeline', { since: '1w', limit: 0 }, ['recent', '--since', '1w', '--limit', '0']],
+  ['timeline', { from: '2026-03-30', to: '2026-03-30' }, ['range', '--from', '2026-03-30', '--to', '2026-03-30']],
+  ['timeline', { from: '2026-03-31T08:00:00', to: '2026-03-31T10:30:00Z', images: true },
+    ['range', '--from', '2026-03-31T08:00:00', '--to', '2026-03-31T10:30:00Z', '--images']],
+  ['timeline', { since: '0h' }, ['recent', '--since', '0h']],
+  ['timeline', { since: '2H' }, ['recent', '--since', '2H']],
+  ['timeline', { since: '' }, ['recent', '--since', '']],
+  ['timeline', { from: '2026-03-31', to: '2026-03-30' }, ['range', '--from', '2026-03-31', '--to', '2026-03-30']],
+  ['timeline', { from: 'Monday', to: '2026-03-30' }, ['range', '--from', 'Monday', '--to', '2026-03-30']],
+  ['timeline', { to: '2026-03-30' }, ['range', '--to', '2026-03-30']],
+  ['search', { keyword: 'tests' }, ['search', 'tests']],
+  ['search', { keyword: 'unit tests', limit: 5, collapse: true }, ['search', 'unit tests', '--limit', '5', '--collapse']],
+  ['search', { keyword: 'review', latest: true, images: true }, ['search', 'review', '--latest', '--images']],
+  ['search', { keyword: 'fixing', app: 'Slack', since: '1d', compact: true },
+    ['search', 'fixing', '--app', 'Slack', '--since', '1d', '--compact']],
+  ['search', { keyword: 'dashboard', since: '2d', from: '2026-03-30', to: '2026-03-31', limit: 200 },
+    ['search', 'dashboard', '--since', '2d', '--from', '2026-03-30', '--to', '2026-03-31', '--limit', '200']],
+  // Beyond the schema's maximum; clamped as on the command line.
+  ['search', { keyword: '"web dashboard"', limit: 1000 }, ['search', '"web dashboard"', '--limit', '1000']],
+  ['search', { keyword: 'zzzunmatched' }, ['search', 'zzzunmatched']],
+  ['search', {}, ['search']],
+  ['search', { keyword: 'a AND' }, ['search', 'a AND']],
+  ['search', { keyword: 'x', from: '2026-04-08', to: '2026-04-07' }, ['search', 'x', '--from', '2026-04-08', '--to', '2026-04-07']],
+  ['search', { keyword: 'x', since: 'h' }, ['search', 'x', '--since', 'h']],
+  ['entities', {}, ['entities']],
+  ['entities', { since: '1w', kind: 'app', limit: 3 }, ['entities', '--since', '1w', '--kind', 'app', '--limit', '3']],
+  ['entities', { kind: 'programming_language', limit: 9999 }, ['entities', '--kind', 'programming_language', '--limit', '9999']],
+  ['entities', { since: 'x' }, ['entities', '--since', 'x']],
+  ['status', {}, ['status', '--json']],
+  ['support_context', {}, ['support-context']],
+];
+
+async function main() {
+  const recorder = makeHome('recorder');
+  const empty = makeHome('empty');
+  try {
+    furnish(recorder);
+    const { client, errors } = await connect(recorder.env);
+
+    const server = client.getServerVersion();
+    check(server?.name === 'varnholt-mcp' && server?.version === '0.6.6-beta', `serverInfo ${JSON.stringify(server)}`);
+    check(JSON.stringify(client.getServerCapabilities()) === '{"tools":{"listChanged":false}}',
+      `capabilities ${JSON.stringify(client.getServerCapabilities())}`);
+    check(typeof client.getInstructions() === 'string', 'instructions');
+    await client.ping();
+
+    const { tools } = await client.listTools();
+    check(tools.map((t) => t.name).join(' ') === 'timeline search entities status support_context',
+      `tools ${tools.map((t) => t.name)}`);
+    // Strict Ajv refuses unknown keywords and loose types, so the schemas say
+    // exactly what they mean to every validator.
+    const ajv = new Ajv({ strict: true, allErrors: true });
+    const inputValidators = {};
+    for (const tool of tools) {
+      check(tool.annotations?.readOnlyHint === true && typeof tool.title === 'string', `${tool.name}: title and annotations`);
+      check(tool.outputSchema?.type === 'object', `${tool.name}: output schema`);
+      try {
+        inputValidators[tool.name] = ajv.compile(tool.inputSchema);
+        ajv.compile(tool.outputSchema);
+      } catch (error) {
+        check(false, `${tool.name}: schema does not compile strictly: ${error.message}`);
+      }
+    }
+
+    for (const [tool, args, commandLine] of kCalls) {
+      await compareWithCommandLine(client, recorder.env, tool, args, commandLine);
+    }
+    // Every call above that the command line answers is also valid input by
+    // the tool's schema, except the limits beyond the schema's maximum that
+    // both front ends clamp.
+    const clamped = (tool, args) => (tool === 'search' && args.limit > 200) || (tool === 'entities' && args.limit > 500);
+    for (const [tool, args, commandLine] of kCalls) {
+      if (run(queryBinary, commandLine, recorder.env).status === 0 && !clamped(tool, args)) {
+        check(inputValidators[tool]?.(args) === true, `${tool} ${JSON.stringify(args)}: refused by its input schema`);
+      }
+    }
+
+    // What only a tool call can say.
+    // Texts that look like flags are texts: the application filter is used
+    // as given, and the keyword reaches the search (which may still find its
+    // syntax wanting) instead of being taken for a flag.
+    const flagLikeApp = await client.callTool({ name: 'search', arguments: { keyword: 'tests', app: '--json' } });
+    check(flagLikeApp.isError === false && flagLikeApp.structuredContent.meta.query.app_filter === '--json' &&
+      flagLikeApp.structuredContent.data.results.length === 0, 'search within an application named like a flag');
+    const flagLikeKeyword = await client.callTool({ name: 'search', arguments: { keyword: '--help' } });
+    const answered = flagLikeKeyword.structuredContent;
+    check(flagLikeKeyword.isError ? !/Missing keyword|Unknown flag/.test(answered.error.message)
+      : answered.meta.query.keyword === '--help', `search for a keyword that looks like a flag: ${JSON.stringify(answered)}`);
+    await expectToolError(client, 'timeline', { preset: 'today', since: '2h' }, 'INVALID_TIME_RANGE',
+      'Use only one of preset, since, or from and to.');
+    await expectToolError(client, 'timeline', { preset: 'range' }, 'INVALID_TIME_RANGE', "Unknown preset 'range'.");
+    await expectToolError(client, 'search', { keyword: 'x', query: 'y' }, 'UNKNOWN_ERROR',
+      "Unknown argument 'query'. Arguments: app, collapse, compact, from, images, keyword, latest, limit, since, to.");
+    await expectToolError(client, 'search', { keyword: 5 }, 'UNKNOWN_ERROR', "Argument 'keyword' must be a string.");
+    await expectToolError(client, 'entities', { limit: '5' }, 'UNKNOWN_ERROR', "Argument 'limit' must be an integer.");
+    await expectToolError(client, 'status', { verbose: true }, 'UNKNOWN_ERROR', "Unknown argument 'verbose'. Arguments: none.");
+
+    await expectProtocolError(client.callTool({ name: 'frobnicate', arguments: {} }), ErrorCode.InvalidParams, 'unknown tool');
+    await expectProtocolError(client.request({ method: 'resources/list', params: {} }, ListResourcesResultSchema),
+      ErrorCode.MethodNotFound, 'resources/list');
+    await client.close();
+    check(errors() === '', `the server wrote to standard error: ${errors()}`);
+
+    // Without a database every tool fails as the command line does.
+    const { client: second } = await connect(empty.env);
+    await second.listTools();
+    for (const [tool, args, commandLine] of [
+      ['timeline', { preset: 'last-active-day' }, ['last-active-day']],
+      ['search', { keyword: 'tests' }, ['search', 'tests']],
+      ['entities', {}, ['entities']],
+      ['status', {}, ['status', '--json']],
+      ['support_context', {}, ['support-context']],
+    ]) {
+      const result = await compareWithCommandLine(second, empty.env, tool, args, commandLine);
+      check(result?.structuredContent?.error?.code === 'DB_NOT_FOUND', `${tool} without a database`);
+    }
+    await second.close();
+  } finally {
+    fs.rmSync(recorder.home, { recursive: true, force: true });
+    fs.rmSync(empty.home, { recursive: true, force: true });
+  }
+  console.log(`${checks} checks, ${failures} failed`);
+  process.exit(failures === 0 ? 0 : 1);
+}
+
+main().catch((error) => {
+  console.error(error);
+  process.exit(1);
+});
