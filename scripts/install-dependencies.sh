@@ -7,12 +7,19 @@ packages=(
   cmake ninja-build g++ git
   libsqlite3-dev libicu-dev nlohmann-json3-dev
   libgtest-dev libnss-wrapper faketime sqlite3 tzdata coreutils
+  # The manual pages, the shell completions and the Debian package, and
+  # their tests.
+  groff-base man-db bash-completion zsh fish dpkg-dev file lintian
 )
 
 missing=()
 for package in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" || missing+=("$package")
 done
+# Node and npm, for the official MCP client in the tests: Debian's nodejs and
+# npm, unless some other package already provides the commands.
+command -v node >/dev/null || missing+=(nodejs)
+command -v npm >/dev/null || missing+=(npm)
 [ ${#missing[@]} -eq 0 ] && exit 0
 
 as_root=()

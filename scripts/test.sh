@@ -9,3 +9,8 @@ cmake -S . -B build-tests -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVARNHOLT_
 cmake --build build-tests -j2
 cd build-tests
 ctest -j2 --output-on-failure
+
+# The Debian package of the build just tested: built, checked as installed
+# files, and checked by lintian.
+cd ..
+scripts/package.sh build-tests

@@ -133,7 +133,7 @@ JSON timelineOutputSchema() {
             {"current_datetime", currentDateTime()},
             {"returned_moments", integer()},
             {"total_moments", integer()},
-            {"has_more", boolean("More moments than returned")},
+            {"has_more", boolean("Whether more moments follow")},
         }));
 }
 

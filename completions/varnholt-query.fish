@@ -1,0 +1,41 @@
+# fish completion for varnholt-query: commands, the flags each command reads,
+# the usual durations for --since and the entity kinds seen in practice for
+# --kind.
+
+set -l commands today yesterday this-week last-active-day recent range search entities support-context status top help version
+
+complete -c varnholt-query -f
+
+complete -c varnholt-query -n "not __fish_seen_subcommand_from $commands" -a today -d "Activity from today (default)"
+complete -c varnholt-query -n "not __fish_seen_subcommand_from $commands" -a yesterday -d "Activity from yesterday"
+complete -c varnholt-query -n "not __fish_seen_subcommand_from $commands" -a this-week -d "Activity from this week"
+complete -c varnholt-query -n "not __fish_seen_subcommand_from $commands" -a last-active-day -d "Most recent day with activity"
+complete -c varnholt-query -n "not __fish_seen_subcommand_from $commands" -a recent -d "Moments of the last --since duration"
+complete -c varnholt-query -n "not __fish_seen_subcommand_from $commands" -a range -d "Moments from --from to --to"
+complete -c varnholt-query -n "not __fish_seen_subcommand_from $commands" -a search -d "Full-text search of the descriptions"
+complete -c varnholt-query -n "not __fish_seen_subcommand_from $commands" -a entities -d "Entity counts with first and last sighting"
+complete -c varnholt-query -n "not __fish_seen_subcommand_from $commands" -a support-context -d "Recent descriptions and status for a support request"
+complete -c varnholt-query -n "not __fish_seen_subcommand_from $commands" -a status -d "Health check and database stats"
+complete -c varnholt-query -n "not __fish_seen_subcommand_from $commands" -a top -d "Live pipeline monitor"
+complete -c varnholt-query -n "not __fish_seen_subcommand_from $commands" -a help -d "Show the help text"
+complete -c varnholt-query -n "not __fish_seen_subcommand_from $commands" -a version -d "Show the version"
+
+# Which commands read which flag; no command at all means today.
+set -l timeline_commands today yesterday this-week last-active-day
+set -l no_command "not __fish_seen_subcommand_from $commands"
+complete -c varnholt-query -n "$no_command; or __fish_seen_subcommand_from $timeline_commands recent range" -l compact -d "Omit descriptions"
+complete -c varnholt-query -n "$no_command; or __fish_seen_subcommand_from $timeline_commands recent range" -l full -d "Include descriptions"
+complete -c varnholt-query -n "$no_command; or __fish_seen_subcommand_from $timeline_commands recent range search entities" -l limit -x -d "Limit results shown"
+complete -c varnholt-query -n "$no_command; or __fish_seen_subcommand_from $timeline_commands recent range entities status support-context top" -l json -d "JSON output"
+complete -c varnholt-query -n "__fish_seen_subcommand_from search" -l compact -d "Omit descriptions"
+complete -c varnholt-query -n "__fish_seen_subcommand_from search" -l full -d "Include descriptions"
+complete -c varnholt-query -n "__fish_seen_subcommand_from recent search entities" -l since -x -a "30m 1h 2h 4h 1d 2d 1w" -d "Time window"
+complete -c varnholt-query -n "__fish_seen_subcommand_from recent search" -l images -d "Include image_path"
+complete -c varnholt-query -n "__fish_seen_subcommand_from range search" -l from -x -d "Start: ISO 8601 or yyyy-MM-dd"
+complete -c varnholt-query -n "__fish_seen_subcommand_from range search" -l to -x -d "End: ISO 8601 or yyyy-MM-dd"
+complete -c varnholt-query -n "__fish_seen_subcommand_from search" -l app -x -d "Only this application"
+complete -c varnholt-query -n "__fish_seen_subcommand_from search" -l latest -d "Newest match only"
+complete -c varnholt-query -n "__fish_seen_subcommand_from search" -l collapse -d "Deduplicate by description"
+complete -c varnholt-query -n "__fish_seen_subcommand_from entities" -l kind -x -a "app person company project website programming_language software_tool framework" -d "Entity kind"
+complete -c varnholt-query -s h -l help -d "Show help"
+complete -c varnholt-query -s v -l version -d "Show version"
