@@ -8,6 +8,6 @@ cd "$(dirname "$0")/.."
 
 scripts/install-dependencies.sh
 cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=Release -DVARNHOLT_BUILD_TESTS=OFF >/dev/null
-cmake --build build -j2 --target varnholt-query varnholt-sample-db >/dev/null
+cmake --build build -j2 >/dev/null
 build/tools/sample_db/varnholt-sample-db --default-location --days 14
 build/app/varnholt-query today
