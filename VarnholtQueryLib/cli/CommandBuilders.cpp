@@ -13,6 +13,15 @@ constexpr std::int64_t kSearchDefaultLimit = 50;
 constexpr std::int64_t kSearchMaximumLimit = 200;
 constexpr std::int64_t kEntitiesDefaultLimit = 100;
 
+Command::Recent timeline(std::optional<std::string> preset, bool compact,
+                         std::optional<std::int64_t> limit) {
+    Command::Recent recent;
+    recent.preset = std::move(preset);
+    recent.compact = compact;
+    recent.limit = limit;
+    return recent;
+}
+
 }  // namespace
 
 bool isTimelinePreset(const std::string& word) {
@@ -27,20 +36,14 @@ CLIError unknownPresetError(const std::string& preset) {
 Command::Recent timelinePresetCommand(const std::string& preset, bool compact,
                                       std::optional<std::int64_t> limit) {
     if (!isTimelinePreset(preset)) throw unknownPresetError(preset);
-    Command::Recent recent;
-    recent.preset = preset;
-    recent.compact = compact;
-    recent.limit = limit;
-    return recent;
+    return timeline(preset, compact, limit);
 }
 
 Command::Recent timelineSinceCommand(const std::string& since, bool images, bool compact,
                                      std::optional<std::int64_t> limit) {
-    Command::Recent recent;
+    Command::Recent recent = timeline(std::nullopt, compact, limit);
     recent.since = since;
     recent.images = images;
-    recent.compact = compact;
-    recent.limit = limit;
     return recent;
 }
 
@@ -53,10 +56,7 @@ Command::Recent timelineRangeCommand(const std::optional<std::string>& from,
     }
     if (!from) throw CLIError::invalidTimeRange(std::string("'range' requires --from flag. ") + kRangeUsage);
     if (!to) throw CLIError::invalidTimeRange(std::string("'range' requires --to flag. ") + kRangeUsage);
-    Command::Recent recent;
-    recent.preset = "range";
-    recent.compact = compact;
-    recent.limit = limit;
+    Command::Recent recent = timeline("range", compact, limit);
     recent.rangeFrom = from;
     recent.rangeTo = to;
     return recent;

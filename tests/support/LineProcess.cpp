@@ -1,5 +1,7 @@
 #include "LineProcess.h"
 
+#include "ChildProcess.h"
+
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
@@ -14,13 +16,6 @@
 namespace VarnholtTestSupport {
 
 namespace {
-
-std::vector<char*> pointers(std::vector<std::string>& strings) {
-    std::vector<char*> result;
-    for (auto& text : strings) result.push_back(text.data());
-    result.push_back(nullptr);
-    return result;
-}
 
 void closeIfOpen(int& fd) {
     if (fd >= 0) close(fd);
@@ -43,8 +38,8 @@ LineProcess::LineProcess(const std::string& program, const std::vector<std::stri
     std::vector<std::string> argv = {program};
     argv.insert(argv.end(), arguments.begin(), arguments.end());
     std::vector<std::string> envp = environment;
-    auto argvPointers = pointers(argv);
-    auto envPointers = pointers(envp);
+    auto argvPointers = nullTerminated(argv);
+    auto envPointers = nullTerminated(envp);
     const int spawned = posix_spawn(&pid_, program.c_str(), &actions, nullptr, argvPointers.data(),
                                     envPointers.data());
     posix_spawn_file_actions_destroy(&actions);
@@ -117,7 +112,7 @@ int LineProcess::waitForExit(std::chrono::milliseconds timeout) {
         int status = 0;
         const pid_t done = waitpid(pid_, &status, WNOHANG);
         if (done == pid_) {
-            exitStatus_ = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+            exitStatus_ = decodeWaitStatus(status);
             break;
         }
         if (std::chrono::steady_clock::now() >= deadline) return -1;

@@ -1,5 +1,7 @@
 #include "TemporaryHome.h"
 
+#include "ChildProcess.h"
+
 #include <fcntl.h>
 #include <poll.h>
 #include <pty.h>
@@ -29,13 +31,6 @@ void writeText(const std::string& path, const std::string& content) {
     if (!file) throw std::runtime_error("Cannot write " + path);
 }
 
-std::vector<char*> pointers(std::vector<std::string>& strings) {
-    std::vector<char*> result;
-    for (auto& text : strings) result.push_back(text.data());
-    result.push_back(nullptr);
-    return result;
-}
-
 // "YYYY-MM-DD hh:mm:ss" read in UTC, as seconds since 1970.
 std::string utcEpochSeconds(const std::string& utcText) {
     std::tm fields{};
@@ -44,12 +39,6 @@ std::string utcEpochSeconds(const std::string& utcText) {
         throw std::runtime_error("frozenTime must be \"YYYY-MM-DD hh:mm:ss\": " + utcText);
     }
     return std::to_string(static_cast<long long>(timegm(&fields)));
-}
-
-int decodeWaitStatus(int status) {
-    if (WIFEXITED(status)) return WEXITSTATUS(status);
-    if (WIFSIGNALED(status)) return 128 + WTERMSIG(status);
-    return -1;
 }
 
 std::string readAll(int fd) {
@@ -144,8 +133,8 @@ ProcessResult TemporaryHome::runProgram(const std::string& program,
     std::vector<std::string> argv = {program};
     argv.insert(argv.end(), arguments.begin(), arguments.end());
     std::vector<std::string> envp = environment(options);
-    auto argvPointers = pointers(argv);
-    auto envPointers = pointers(envp);
+    auto argvPointers = nullTerminated(argv);
+    auto envPointers = nullTerminated(envp);
 
     pid_t child = 0;
     const int spawned = posix_spawn(&child, program.c_str(), &actions, nullptr,
@@ -179,8 +168,8 @@ PseudoTerminalProcess::PseudoTerminalProcess(const TemporaryHome& home,
     argv.insert(argv.end(), arguments.begin(), arguments.end());
     std::vector<std::string> envp = home.environment(options);
     envp.push_back("TERM=xterm");
-    auto argvPointers = pointers(argv);
-    auto envPointers = pointers(envp);
+    auto argvPointers = nullTerminated(argv);
+    auto envPointers = nullTerminated(envp);
 
     struct winsize size {};
     size.ws_row = 40;

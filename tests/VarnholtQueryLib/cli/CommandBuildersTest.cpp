@@ -3,8 +3,10 @@
 #include <gtest/gtest.h>
 
 #include "platform/LocalCalendar.h"
+#include "ThrownCLIError.h"
 
 using namespace VarnholtQueryLib;
+using VarnholtTestSupport::thrownCLIError;
 
 namespace {
 
@@ -12,17 +14,6 @@ constexpr double kNow = 1775037600;  // 2026-04-01T10:00:00Z
 
 class CommandBuildersTest : public ::testing::Test {
 protected:
-    // "CODE: message" of what `build` throws.
-    template <typename Build>
-    static std::string failure(Build build) {
-        try {
-            build();
-        } catch (const CLIError& error) {
-            return error.code() + ": " + error.message();
-        }
-        return "<no error>";
-    }
-
     LocalCalendar calendar_{"UTC", "en_US"};
 };
 
@@ -39,7 +30,7 @@ TEST_F(CommandBuildersTest, OnlyTheFourNamedPresetsArePresets) {
     }
     for (const char* word : {"recent", "range", "Today", "", "tomorrow"}) {
         EXPECT_FALSE(isTimelinePreset(word)) << word;
-        EXPECT_EQ(failure([&] { timelinePresetCommand(word, false, std::nullopt); }),
+        EXPECT_EQ(thrownCLIError([&] { timelinePresetCommand(word, false, std::nullopt); }),
                   std::string("INVALID_TIME_RANGE: Unknown preset '") + word + "'.");
     }
 }
@@ -53,11 +44,11 @@ TEST_F(CommandBuildersTest, SinceKeepsItsTextForTheRun) {
 
 TEST_F(CommandBuildersTest, RangeNamesTheMissingEnds) {
     const std::string usage = " Usage: range --from 2026-04-01 --to 2026-04-07";
-    EXPECT_EQ(failure([] { timelineRangeCommand(std::nullopt, std::nullopt, false, std::nullopt); }),
+    EXPECT_EQ(thrownCLIError([] { timelineRangeCommand(std::nullopt, std::nullopt, false, std::nullopt); }),
               "INVALID_TIME_RANGE: 'range' requires --from and --to flags." + usage);
-    EXPECT_EQ(failure([] { timelineRangeCommand(std::nullopt, "x", false, std::nullopt); }),
+    EXPECT_EQ(thrownCLIError([] { timelineRangeCommand(std::nullopt, "x", false, std::nullopt); }),
               "INVALID_TIME_RANGE: 'range' requires --from flag." + usage);
-    EXPECT_EQ(failure([] { timelineRangeCommand("x", std::nullopt, false, std::nullopt); }),
+    EXPECT_EQ(thrownCLIError([] { timelineRangeCommand("x", std::nullopt, false, std::nullopt); }),
               "INVALID_TIME_RANGE: 'range' requires --to flag." + usage);
     const Command::Recent recent = timelineRangeCommand("a", "b", false, 2);
     EXPECT_EQ(recent.preset, "range");
@@ -111,10 +102,10 @@ TEST_F(CommandBuildersTest, SearchLimitIsSettledAtTheEnd) {
 }
 
 TEST_F(CommandBuildersTest, SearchChecksTheWholeWhenBuilt) {
-    EXPECT_EQ(failure([&] { SearchCommandBuilder(calendar_, kNow).build(); }),
+    EXPECT_EQ(thrownCLIError([&] { SearchCommandBuilder(calendar_, kNow).build(); }),
               "INVALID_TIME_RANGE: Missing keyword. Usage: varnholt-query search <keyword> [--app <name>] "
               "[--since <duration>] [--from YYYY-MM-DD] [--to YYYY-MM-DD] [--latest] [--limit N] [--compact]");
-    EXPECT_EQ(failure([&] {
+    EXPECT_EQ(thrownCLIError([&] {
                   SearchCommandBuilder builder(calendar_, kNow);
                   builder.keyword("kw");
                   builder.from("2026-04-08");
@@ -126,10 +117,10 @@ TEST_F(CommandBuildersTest, SearchChecksTheWholeWhenBuilt) {
 
 TEST_F(CommandBuildersTest, SearchTimeErrorsAreThrownAtOnce) {
     SearchCommandBuilder builder(calendar_, kNow);
-    EXPECT_EQ(failure([&] { builder.since("5x"); }),
+    EXPECT_EQ(thrownCLIError([&] { builder.since("5x"); }),
               "INVALID_TIME_RANGE: Unknown duration unit 'x'. Use m, h, d, or w.");
-    EXPECT_EQ(failure([&] { builder.from("--x"); }),
+    EXPECT_EQ(thrownCLIError([&] { builder.from("--x"); }),
               "INVALID_TIME_RANGE: Cannot parse --from date '--x'. Use ISO 8601 or yyyy-MM-dd format.");
-    EXPECT_EQ(failure([&] { builder.to(""); }),
+    EXPECT_EQ(thrownCLIError([&] { builder.to(""); }),
               "INVALID_TIME_RANGE: Cannot parse --to date ''. Use ISO 8601 or yyyy-MM-dd format.");
 }

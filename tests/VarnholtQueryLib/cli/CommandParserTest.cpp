@@ -4,6 +4,7 @@
 
 #include "cli/CLIError.h"
 #include "platform/LocalCalendar.h"
+#include "ThrownCLIError.h"
 
 using namespace VarnholtQueryLib;
 
@@ -27,12 +28,7 @@ protected:
 
     // "CODE: message" of the error that parsing `words` throws.
     std::string failure(const std::vector<std::string>& words) const {
-        try {
-            parse(words);
-        } catch (const CLIError& error) {
-            return error.code() + ": " + error.message();
-        }
-        return "<no error>";
+        return VarnholtTestSupport::thrownCLIError([&] { parse(words); });
     }
 
     LocalCalendar calendar_{"UTC", "en_US"};

@@ -6,6 +6,7 @@
 
 #include "cli/CLIError.h"
 #include "mcp/JSONSchema.h"
+#include "ThrownCLIError.h"
 
 using namespace VarnholtQueryLib;
 using namespace VarnholtQueryLib::MCP;
@@ -19,12 +20,7 @@ ToolArguments arguments(const char* text) { return ToolArguments(JSON::parse(tex
 
 // "CODE: message" of the shape error in `text`.
 std::string failure(const char* text) {
-    try {
-        arguments(text);
-    } catch (const CLIError& error) {
-        return error.code() + ": " + error.message();
-    }
-    return "<no error>";
+    return VarnholtTestSupport::thrownCLIError([&] { arguments(text); });
 }
 
 }  // namespace

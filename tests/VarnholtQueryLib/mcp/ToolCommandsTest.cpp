@@ -6,6 +6,7 @@
 #include "cli/CommandParser.h"
 #include "mcp/ToolCatalog.h"
 #include "platform/LocalCalendar.h"
+#include "ThrownCLIError.h"
 
 using namespace VarnholtQueryLib;
 using namespace VarnholtQueryLib::MCP;
@@ -33,23 +34,12 @@ protected:
         return parseCommand(CommandArguments::fromProcessArguments(words), calendar_, kNow);
     }
 
-    // "CODE: message" of what one front end throws.
-    template <typename Build>
-    static std::string failure(Build build) {
-        try {
-            build();
-        } catch (const CLIError& error) {
-            return error.code() + ": " + error.message();
-        }
-        return "<no error>";
-    }
-
     std::string toolFailure(const std::string& tool, const char* arguments) const {
-        return failure([&] { fromTool(tool, arguments); });
+        return VarnholtTestSupport::thrownCLIError([&] { fromTool(tool, arguments); });
     }
 
     std::string commandLineFailure(const std::vector<std::string>& words) const {
-        return failure([&] { fromCommandLine(words); });
+        return VarnholtTestSupport::thrownCLIError([&] { fromCommandLine(words); });
     }
 
     LocalCalendar calendar_{"Europe/Berlin", "de_DE"};
