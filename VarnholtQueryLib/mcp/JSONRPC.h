@@ -26,7 +26,7 @@ struct IncomingMessage {
     enum class Kind {
         request,       // method and a valid id: answer it
         notification,  // method and no id: never answer
-        response,      // result or error and an id: a reply to a request we never send; ignore
+        response,      // result or error, no method: a reply to a request we never send; ignore
         invalid,       // anything else: answer with invalidRequest and `id`
     };
     Kind kind = Kind::invalid;

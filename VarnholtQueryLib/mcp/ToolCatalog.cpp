@@ -53,7 +53,7 @@ JSON searchInput() {
                              "NOT or prefix*.")},
             {"app", text("Only observations whose visible applications include this name "
                          "(whole name, any case), e.g. Slack.")},
-            {"since", text(std::string(kDuration) + " from and to override its ends.")},
+            {"since", text(std::string(kDuration) + " The from and to arguments override its ends.")},
             {"from", text(std::string("Earliest time, ") + kDateForms + "; a bare date means its midnight.")},
             {"to", text(std::string("Latest time, ") + kDateForms + "; a bare date means its 23:59:59.")},
             {"latest", withDefault(boolean("Return only the newest match instead of the best "
