@@ -261,3 +261,27 @@ TEST(SupportContextCommandTest, MissingDatabaseIsAnError) {
     EXPECT_EQ(result.standardError, "");
     EXPECT_FALSE(std::filesystem::exists(home.databasePath()));
 }
+
+TEST(SupportContextCommandTest, AFIFOOrDirectoryAtTheReportPathIsAHealthyBridge) {
+    TemporaryHome home;
+    createDatabase(home, kRecentWork, kFrozenNow - 5.0);
+    InvocationOptions options = frozenIn("UTC");
+    options.timeout = std::chrono::seconds(20);
+    const ProcessResult withoutReport = home.run({"support-context"}, options);
+    ASSERT_EQ(withoutReport.exitStatus, 0);
+    EXPECT_EQ(withoutReport.standardOutput.find("bridge_health"), std::string::npos);
+
+    const std::string report = home.varnholtDirectory() + "/last-bridge-error.json";
+    ASSERT_EQ(mkfifo(report.c_str(), 0600), 0);
+    const ProcessResult withFIFO = home.run({"support-context"}, options);
+    EXPECT_EQ(withFIFO.exitStatus, 0);
+    EXPECT_EQ(withFIFO.standardOutput, withoutReport.standardOutput);
+    EXPECT_EQ(withFIFO.standardError, "");
+
+    std::filesystem::remove(report);
+    std::filesystem::create_directory(report);
+    const ProcessResult withDirectory = home.run({"support-context"}, options);
+    EXPECT_EQ(withDirectory.exitStatus, 0);
+    EXPECT_EQ(withDirectory.standardOutput, withoutReport.standardOutput);
+    EXPECT_EQ(withDirectory.standardError, "");
+}
