@@ -41,14 +41,32 @@ bool writeString(const std::string& text, std::string& out) {
     return true;
 }
 
-bool writeDouble(double value, std::string& out) {
-    if (!std::isfinite(value)) return false;
+// Whole numbers up to this magnitude are exact in a double, and every
+// reader takes their plain digits back as the same number.
+constexpr double kLargestExactWholeNumber = 9007199254740992.0;  // 2^53
+
+void writeDouble(double value, std::string& out) {
+    // JSON has no infinity or NaN, and one odd value must not cost the
+    // caller the whole answer: null says "no number here".
+    if (!std::isfinite(value)) {
+        out += "null";
+        return;
+    }
+    // Timestamps and counts come as doubles: 1791000000 must not read
+    // "1.791e+09", which is shorter but not what a person or a strict
+    // integer parser expects. The sign of -0 is kept, as before.
+    if (std::trunc(value) == value && std::fabs(value) < kLargestExactWholeNumber) {
+        if (value == 0 && std::signbit(value)) {
+            out += "-0";
+        } else {
+            out += std::to_string(static_cast<std::int64_t>(value));
+        }
+        return;
+    }
+    // Otherwise the shortest text that reads back as the same double.
     char buffer[64];
-    // The shortest text that reads back as the same double; whole values
-    // come out without a fraction ("1775034300").
     const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
     out.append(buffer, result.ptr);
-    return true;
 }
 
 bool writeValue(const JSON& value, int depth, std::string& out) {
@@ -59,7 +77,7 @@ bool writeValue(const JSON& value, int depth, std::string& out) {
         case JSON::value_t::boolean: out += value.get<bool>() ? "true" : "false"; return true;
         case JSON::value_t::number_integer: out += std::to_string(value.get<std::int64_t>()); return true;
         case JSON::value_t::number_unsigned: out += std::to_string(value.get<std::uint64_t>()); return true;
-        case JSON::value_t::number_float: return writeDouble(value.get<double>(), out);
+        case JSON::value_t::number_float: writeDouble(value.get<double>(), out); return true;
         case JSON::value_t::string: return writeString(value.get_ref<const std::string&>(), out);
         case JSON::value_t::array: {
             out += "[\n";

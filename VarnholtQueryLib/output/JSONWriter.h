@@ -17,14 +17,15 @@ namespace VarnholtQueryLib {
 //    escaped (\n, \t, ... and \u00XX in lower-case hex for the rest);
 //  - an empty array or object as its bracket, a newline, an empty line, the
 //    indentation of the line that opened it and the closing bracket;
-//  - integers as integers, doubles in their shortest round-trip form with no
-//    ".0" for whole values, booleans as true/false.
+//  - integers as integers; doubles that are whole numbers below 2^53 in
+//    magnitude as plain digits ("1791000000", "-5", "-0"), other doubles in
+//    their shortest round-trip form ("0.33", "1e+16"); a double that is not
+//    finite as null, since JSON has no infinity; booleans as true/false.
 // Documents are nlohmann::json values; the layout is our own.
 using JSON = nlohmann::json;
 
 // The document's text without the trailing newline, or absent when it holds
-// something that cannot be written (invalid UTF-8, a non-finite number, a
-// binary value).
+// something that cannot be written (invalid UTF-8, a binary value).
 std::optional<std::string> serializeJSON(const JSON& document);
 
 // Writes the document and one "\n" to `out`, or "Failed to serialize JSON\n"
