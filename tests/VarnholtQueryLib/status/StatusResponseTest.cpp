@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <sstream>
 
 #include "platform/LocalCalendar.h"
@@ -325,4 +326,34 @@ TEST(StatusResponseTest, DiagnosisNeedsBothCodeAndMessage) {
     StatusData data = bareStatus();
     data.diagnosis = "IDLE";
     EXPECT_EQ(human(data).find("=== Diagnosis ==="), std::string::npos);
+}
+
+// Times far outside any calendar (a recorder's clock gone wrong, a REAL column
+// holding 1e300) are written as the nearest instant a four-digit year can
+// name, in both renderings.
+TEST(StatusResponseTest, TimesBeyondYear9999AreWrittenAsItsLastSecond) {
+    StatusData data = bareStatus();
+    OperationalMetrics metrics;
+    metrics.lastFrameTimestamp = 1e300;
+    metrics.lastObservationTimestamp = -1e300;
+    metrics.firstObservationAt = std::numeric_limits<std::int64_t>::min();
+    metrics.lastObservationAt = std::numeric_limits<std::int64_t>::max();
+    data.operationalMetrics = metrics;
+    data.lastDbModified = 9.3e18;
+    const LocalCalendar calendar("UTC", "en_US");
+    const JSON document = makeStatusResponse(data, calendar);
+    EXPECT_EQ(document["data"]["operational"]["last_frame_at"], "9999-12-31T23:59:59Z");
+    EXPECT_EQ(document["data"]["operational"]["last_observation_at"], "0000-01-01T00:00:00Z");
+    EXPECT_EQ(document["data"]["database"]["first_observation_at"], "0000-01-01T00:00:00Z");
+    EXPECT_EQ(document["data"]["database"]["last_observation_at"], "9999-12-31T23:59:59Z");
+    EXPECT_EQ(document["data"]["last_db_modified"], "9999-12-31T23:59:59Z");
+    const std::string report = human(data);
+    EXPECT_NE(report.find("  First observation: 0000-01-01T00:00:00Z\n"
+                          "  Last observation: 9999-12-31T23:59:59Z\n"),
+              std::string::npos)
+        << report;
+    EXPECT_NE(report.find("  Last frame:        9999-12-31T23:59:59Z\n"
+                          "  Last observation:  0000-01-01T00:00:00Z\n"),
+              std::string::npos)
+        << report;
 }
