@@ -352,6 +352,10 @@ InvocationOptions frozenAt(const std::string& zone, const std::string& utcTime) 
     return options;
 }
 
+std::string escapedSlashes(const std::string& text) {
+    return std::regex_replace(text, std::regex("/"), "\\/");
+}
+
 }  // namespace
 
 TEST(CommandLineTest, DurationUnitsAreCharactersNotBytes) {
@@ -453,4 +457,20 @@ TEST(CommandLineTest, ADayWithoutMidnightStartsWhenTheClocksJumpPastIt) {
     EXPECT_EQ(timelineQuery(home.run({"range", "--from", "2022-03-27T00:30:00", "--to", "2022-03-27T02:00:00"},
                                      morning)),
               "2022-03-26T22:00:00Z range 2022-03-26T23:00:00Z");
+}
+
+// The password database may give the home with trailing slashes; the
+// database path still has one slash between home and ".varnholt".
+TEST(CommandLineTest, AHomeWithTrailingSlashesGivesOneSlashInTheDatabasePath) {
+    TemporaryHome home;
+    for (const std::string suffix : {"/", "///"}) {
+        home.setPasswordDatabaseHome(home.path() + suffix);
+        expectFailure(home.run({"today"}, frozen()), "DB_NOT_FOUND",
+                      "Database not found at " + escapedSlashes(home.databasePath()));
+    }
+    if (std::filesystem::exists("/.varnholt")) GTEST_SKIP() << "/.varnholt exists on this machine";
+    // A home of "/" itself: the recorder's folder is /.varnholt.
+    home.setPasswordDatabaseHome("/");
+    expectFailure(home.run({"status"}, frozen()), "DB_NOT_FOUND",
+                  "Database not found at \\/.varnholt\\/varnholt.db");
 }

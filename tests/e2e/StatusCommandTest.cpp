@@ -384,3 +384,22 @@ TEST(StatusCommandTest, LogPathsHoldingAFIFOOrADirectoryShowEmptyTails) {
     EXPECT_EQ(exitStatus, 0);
     EXPECT_EQ(output, healthyReportHead(home) + kEmptyTails);
 }
+
+// The password database may give the home with a trailing slash; every path
+// built from it still has one slash between home and ".varnholt".
+TEST(StatusCommandTest, AHomeWithATrailingSlashGivesTheSamePaths) {
+    TemporaryHome home;
+    createDatabase(home, kHealthyRecorder, kFrozenNow - 30.0);
+    writeLogs(home);
+    home.writeFile(".varnholt/last-bridge-error.json", kFailureReport);
+    const std::string expected = healthyDocument(home, /*degraded=*/true);
+    for (const std::string suffix : {"/", "//"}) {
+        home.setPasswordDatabaseHome(home.path() + suffix);
+        const ProcessResult result = home.run({"status"}, frozenIn("UTC"));
+        EXPECT_EQ(result.exitStatus, 0);
+        EXPECT_EQ(result.standardOutput, expected) << suffix;
+    }
+    int exitStatus = -1;
+    const std::string report = runOnTerminal(home, {"status"}, frozenIn("UTC"), &exitStatus);
+    EXPECT_EQ(report.substr(0, healthyReportHead(home).size()), healthyReportHead(home));
+}

@@ -193,4 +193,17 @@ TEST(TopCommandTest, ADirectoryAtTheStatusPathLaterSkipsRefreshes) {
     EXPECT_EQ(top.waitForExit(3s), 128 + SIGINT);
 }
 
+// The password database may give the home with a trailing slash, or "/".
+TEST(TopCommandTest, TheExpectedPathHasOneSlashAfterTheHome) {
+    TemporaryHome home;
+    home.setPasswordDatabaseHome(home.path() + "/");
+    EXPECT_EQ(home.run({"top"}).standardOutput,
+              noStatusLines(home.path() + "/.varnholt/pipeline-status.json"));
+    if (std::filesystem::exists("/.varnholt")) GTEST_SKIP() << "/.varnholt exists on this machine";
+    home.setPasswordDatabaseHome("/");
+    const ProcessResult root = home.run({"top"});
+    EXPECT_EQ(root.exitStatus, 0);
+    EXPECT_EQ(root.standardOutput, noStatusLines("/.varnholt/pipeline-status.json"));
+}
+
 }  // namespace
