@@ -85,9 +85,11 @@ std::string renderPipelineScreen(const PipelineSnapshot& snapshot, std::uint32_t
 void runPipelineMonitor(const Platform& platform, const LocalCalendar& calendar, std::ostream& out,
                         const MonitorContinuation& keepRefreshing) {
     const std::string path = pipelineStatusPath(platform.homeDirectory);
+    // True while the screens still reach `out`.
     const auto draw = [&](const PipelineSnapshot& snapshot) {
         out << renderPipelineScreen(snapshot, kPipelineRefreshSeconds, platform.clock.now(), calendar);
         out.flush();
+        return static_cast<bool>(out);
     };
 
     const std::optional<PipelineSnapshot> first = readSnapshot(platform.fileSystem, path);
@@ -97,7 +99,9 @@ void runPipelineMonitor(const Platform& platform, const LocalCalendar& calendar,
         out.flush();
         return;
     }
-    draw(*first);
+    // A monitor nobody can see any more (the terminal or the pipe is gone)
+    // stops instead of redrawing into the void forever.
+    if (!draw(*first)) return;
 
     while (keepRefreshing()) {
         platform.sleeper.sleepSeconds(kPipelineRefreshSeconds);
@@ -105,7 +109,7 @@ void runPipelineMonitor(const Platform& platform, const LocalCalendar& calendar,
         // may catch it missing or half-written: skip this refresh silently and
         // keep the last screen.
         if (const std::optional<PipelineSnapshot> snapshot = readSnapshot(platform.fileSystem, path)) {
-            draw(*snapshot);
+            if (!draw(*snapshot)) return;
         }
     }
 }

@@ -47,7 +47,9 @@ using MonitorContinuation = std::function<bool()>;
 // sleeps kPipelineRefreshSeconds through `platform.sleeper`, reads again and
 // draws a new screen (with `platform.clock`'s now) when the file decodes; a
 // file that is missing, half-written or malformed leaves the previous screen
-// as it is. Flushes `out` after every screen. Writes nothing else anywhere.
+// as it is. Flushes `out` after every screen, and returns as soon as `out`
+// has failed (its reader is gone): the caller reports the lost output.
+// Writes nothing else anywhere.
 void runPipelineMonitor(const Platform& platform, const LocalCalendar& calendar, std::ostream& out,
                         const MonitorContinuation& keepRefreshing);
 

@@ -7,6 +7,7 @@
 #include <iostream>
 
 #include "platform/LocalCalendar.h"
+#include "platform/StandardStreams.h"
 #include "platform/SystemPlatform.h"
 #include "UTF8Text.h"
 
@@ -130,18 +131,26 @@ std::optional<std::string> serializeJSON(const JSON& document) {
     return out;
 }
 
-void writeJSON(const JSON& document, std::ostream& out, std::ostream& err) {
+bool writeJSON(const JSON& document, std::ostream& out, std::ostream& err) {
     const auto text = serializeJSON(document);
     if (!text) {
         err << "Failed to serialize JSON\n";
         err.flush();
-        return;
+        return false;
     }
     out << *text << '\n';
     out.flush();
+    return static_cast<bool>(out);
 }
 
-void writeJSON(const JSON& document) { writeJSON(document, std::cout, std::cerr); }
+bool writeJSON(const JSON& document) { return writeJSON(document, std::cout, std::cerr); }
+
+bool confirmOutputWritten() {
+    const std::optional<std::string> failure = standardOutputFailure();
+    if (failure) std::cerr << "Failed to write to standard output: " << *failure << '\n';
+    std::cerr.flush();
+    return !failure && static_cast<bool>(std::cerr);
+}
 
 JSON makeErrorEnvelope(const std::string& code, const std::string& message, double timestamp) {
     return JSON{
@@ -160,6 +169,7 @@ void outputErrorJSON(const std::string& code, const std::string& message) {
 
 void outputError(const std::string& code, const std::string& message) {
     outputErrorJSON(code, message);
+    confirmOutputWritten();
     std::exit(1);
 }
 

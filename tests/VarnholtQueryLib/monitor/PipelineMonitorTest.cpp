@@ -379,4 +379,28 @@ TEST_F(PipelineMonitorLoopTest, DeletedOrBrokenFileSkipsRefreshesUntilItIsBack) 
     EXPECT_EQ(fileSystem_.reads_.size(), 5u);
 }
 
+TEST_F(PipelineMonitorLoopTest, AMonitorWhoseScreenCannotBeWrittenStops) {
+    writeStatus(quietSnapshot());
+    // Like a terminal that hung up, or a pipe whose reader is gone.
+    struct RefusingBuffer : std::streambuf {
+        int_type overflow(int_type) override { return traits_type::eof(); }
+    } refusing;
+    std::ostream out(&refusing);
+    int asked = 0;
+    runPipelineMonitor(platform_, calendar_, out, [&] { return ++asked < 4; });
+    EXPECT_EQ(asked, 0);
+    EXPECT_TRUE(sleeper_.waits_.empty());
+    EXPECT_FALSE(out.good());
+}
+
+TEST_F(PipelineMonitorLoopTest, AMonitorStopsWhenALaterScreenCannotBeWritten) {
+    writeStatus(quietSnapshot());
+    std::ostringstream out;
+    int asked = 0;
+    sleeper_.onSleep_ = [&] { out.setstate(std::ios::badbit); };
+    runPipelineMonitor(platform_, calendar_, out, [&] { return ++asked < 4; });
+    EXPECT_EQ(asked, 1);
+    EXPECT_EQ(sleeper_.waits_, std::vector<unsigned>{2});
+}
+
 }  // namespace

@@ -140,14 +140,25 @@ TEST(JSONWriterTest, UnwritableValuesFail) {
 
 TEST(JSONWriterTest, WriteAddsOneNewlineOrReportsFailure) {
     std::ostringstream out, err;
-    writeJSON(JSON{{"a", 1}}, out, err);
+    EXPECT_TRUE(writeJSON(JSON{{"a", 1}}, out, err));
     EXPECT_EQ(out.str(), "{\n  \"a\" : 1\n}\n");
     EXPECT_EQ(err.str(), "");
 
     std::ostringstream out2, err2;
-    writeJSON(JSON{{"a", std::string("\xff")}}, out2, err2);
+    EXPECT_FALSE(writeJSON(JSON{{"a", std::string("\xff")}}, out2, err2));
     EXPECT_EQ(out2.str(), "");
     EXPECT_EQ(err2.str(), "Failed to serialize JSON\n");
+}
+
+TEST(JSONWriterTest, WriteTellsWhenTheDocumentDidNotArrive) {
+    // A stream whose every write fails, like standard output on a full disk.
+    struct RefusingBuffer : std::streambuf {
+        int_type overflow(int_type) override { return traits_type::eof(); }
+    } refusing;
+    std::ostream out(&refusing);
+    std::ostringstream err;
+    EXPECT_FALSE(writeJSON(JSON{{"a", 1}}, out, err));
+    EXPECT_EQ(err.str(), "");
 }
 
 TEST(JSONWriterTest, ErrorEnvelope) {

@@ -1,11 +1,15 @@
 #include "status/StatusResponse.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <iostream>
 #include <limits>
 #include <sstream>
 
 #include "platform/LocalCalendar.h"
+#include "platform/StandardStreams.h"
 
 using namespace VarnholtQueryLib;
 
@@ -356,4 +360,23 @@ TEST(StatusResponseTest, TimesBeyondYear9999AreWrittenAsItsLastSecond) {
                           "  Last observation:  0000-01-01T00:00:00Z\n"),
               std::string::npos)
         << report;
+}
+
+// The report on a terminal that went away: the front end's final check
+// finds the lost bytes and names the reason once.
+TEST(StatusResponseTest, AHumanReportThatCannotBeWrittenIsReportedAsLost) {
+    const int full = open("/dev/full", O_WRONLY);
+    ASSERT_GE(full, 0);
+    DescriptorOutputBuffer unwritable(full);
+    std::ostringstream errors;
+    std::streambuf* const standardOutput = std::cout.rdbuf(&unwritable);
+    std::streambuf* const standardError = std::cerr.rdbuf(errors.rdbuf());
+    printHumanStatus(fullStatus(), std::cout);
+    const bool written = confirmOutputWritten();
+    std::cout.rdbuf(standardOutput);
+    std::cerr.rdbuf(standardError);
+    std::cout.clear();
+    close(full);
+    EXPECT_FALSE(written);
+    EXPECT_EQ(errors.str(), "Failed to write to standard output: No space left on device\n");
 }
