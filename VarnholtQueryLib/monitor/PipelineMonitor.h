@@ -26,7 +26,10 @@ std::string pipelineStatusPath(const std::string& homeDirectory);
 
 // The exact bytes of one screen for `snapshot`: the erase-screen and
 // cursor-home control sequence (no newline after it), then the lines of the
-// view, each ending in "\n". `now` (seconds since 1970 UTC) gives the clock in
+// view, each ending in "\n". Every text taken from the file is drawn through
+// terminalSafeText, so nothing in the file can steer the terminal; the job
+// label and the bridge method count as empty when nothing is left of them.
+// `now` (seconds since 1970 UTC) gives the clock in
 // the title, in `calendar`'s zone and locale, and the elapsed times, which
 // are `now` minus the snapshot's dates in seconds with one decimal, negative
 // when the recorder's clock is ahead. Pure: no I/O.

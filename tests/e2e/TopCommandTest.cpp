@@ -193,6 +193,23 @@ TEST(TopCommandTest, ADirectoryAtTheStatusPathLaterSkipsRefreshes) {
     EXPECT_EQ(top.waitForExit(3s), 128 + SIGINT);
 }
 
+// Labels come from a file anyone could have written: none of them may steer
+// the terminal, and no debris of an escape sequence may be left on screen.
+TEST(TopCommandTest, ControlCharactersInTheLabelsAreNotDrawn) {
+    TemporaryHome home;
+    std::string file = statusFile(3, "\\u001b]0;owned\\u0007xpc");
+    file.replace(file.find("\"recording\""), 11, "\"\\u001b[2J\\u001b[31mrecording\\u001b[0m\"");
+    file.replace(file.find("\"describing\""), 12, "\"describ\\u009b1;1Hing\\r\\n\"");
+    file.replace(file.find("\"balanced\""), 10, "\"bal\\u007fanced\\u001bc\"");
+    home.writeFile(kStatusFile, file);
+    PseudoTerminalProcess top(home, {"top"}, frozenGermanClock());
+    const std::string screen = expectedScreen(3, "xpc");
+    ASSERT_TRUE(top.waitForOutput(screen, 3s)) << top.output();
+    top.sendSignal(SIGINT);
+    EXPECT_EQ(top.waitForExit(3s), 128 + SIGINT);
+    EXPECT_TRUE(consistsOfScreens(top.output(), {screen})) << top.output();
+}
+
 // The password database may give the home with a trailing slash, or "/".
 TEST(TopCommandTest, TheExpectedPathHasOneSlashAfterTheHome) {
     TemporaryHome home;
