@@ -20,7 +20,12 @@ std::string userHomeDirectory() {
             continue;
         }
         if (rc != 0 || result == nullptr || result->pw_dir == nullptr) return {};
-        return result->pw_dir;
+        std::string home = result->pw_dir;
+        // Callers append "/.varnholt/...": without this, a home entered as
+        // "/home/ada/" would give "/home/ada//.varnholt/..." in every path
+        // the tool prints, and "/" would give "//.varnholt/...".
+        while (!home.empty() && home.back() == '/') home.pop_back();
+        return home;
     }
 }
 

@@ -65,6 +65,13 @@ void dispatch(const Command& command, const CommandEnvironment& environment) {
     outputError(error.code(), error.message());
 }
 
+// The end of every successful run: an answer that never arrived (standard
+// output closed, full, or its reader gone) is a failure, whatever the
+// command made of it.
+void exitUnlessOutputWritten() {
+    if (!confirmOutputWritten()) std::exit(1);
+}
+
 }  // namespace
 
 void runCLI(const std::vector<std::string>& arguments) {
@@ -73,6 +80,7 @@ void runCLI(const std::vector<std::string>& arguments) {
     if (containsArgument(commandArguments.args, "--help") &&
         containsArgument(commandArguments.args, "--json")) {
         std::cout << kCommandListJSON << '\n';
+        exitUnlessOutputWritten();
         return;
     }
     try {
@@ -94,6 +102,7 @@ void runCLI(const std::vector<std::string>& arguments) {
     } catch (...) {
         exitWithError(std::current_exception());
     }
+    exitUnlessOutputWritten();
 }
 
 }  // namespace VarnholtQueryLib

@@ -10,7 +10,8 @@ namespace VarnholtQueryLib {
 // runCLI takes the full process argument list (program name first), runs the
 // one command it names and writes its answer. It returns normally when the
 // command succeeded (the process then exits 0) and calls exit(1) itself after
-// writing the error envelope for any failure.
+// writing the error envelope for any failure, and after a line on standard
+// error when the answer could not be written to standard output.
 //
 // The whole tool is single-threaded; nothing below the front end prints.
 void runCLI(const std::vector<std::string>& arguments);

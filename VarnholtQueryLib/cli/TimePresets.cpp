@@ -1,8 +1,14 @@
 #include "cli/TimePresets.h"
 
+#include <unicode/brkiter.h>
+#include <unicode/unistr.h>
+
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
+#include <memory>
+#include <optional>
+#include <stdexcept>
 
 #include "cli/CLIError.h"
 #include "platform/LocalCalendar.h"
@@ -13,14 +19,38 @@ namespace {
 
 // Seconds per duration unit; days and weeks are fixed multiples here, not
 // calendar days, so `--since 1d` is always 86,400 seconds.
-std::optional<double> secondsPerUnit(char unit) {
-    switch (unit) {
-        case 'm': return 60.0;
-        case 'h': return 3600.0;
-        case 'd': return 86400.0;
-        case 'w': return 604800.0;
-        default: return std::nullopt;
-    }
+std::optional<double> secondsPerUnit(const std::string& unit) {
+    if (unit == "m") return 60.0;
+    if (unit == "h") return 3600.0;
+    if (unit == "d") return 86400.0;
+    if (unit == "w") return 604800.0;
+    return std::nullopt;
+}
+
+// A duration text cut before its last character: the number and the unit.
+struct DurationParts {
+    std::string value;
+    std::string unit;
+};
+
+// Characters as the user sees them (extended grapheme clusters), not bytes:
+// "é" alone is one character whether its accent is precomposed or
+// combining, and the unit of "5é" is "é", not its last byte. Absent when
+// `text` has fewer than two characters. REQUIRES: `text` is valid UTF-8, as
+// every argument is once repaired.
+std::optional<DurationParts> splitBeforeLastCharacter(const std::string& text) {
+    UErrorCode status = U_ZERO_ERROR;
+    std::unique_ptr<icu::BreakIterator> characters(
+        icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
+    if (U_FAILURE(status)) throw std::runtime_error("Cannot split text into characters");
+    const icu::UnicodeString utf16 = icu::UnicodeString::fromUTF8(text);
+    characters->setText(utf16);
+    const int32_t lastStart = characters->preceding(utf16.length());
+    if (lastStart <= 0) return std::nullopt;
+    DurationParts parts;
+    utf16.tempSubString(0, lastStart).toUTF8String(parts.value);
+    utf16.tempSubString(lastStart).toUTF8String(parts.unit);
+    return parts;
 }
 
 // The whole of `text` as a floating-point number, or absent.
@@ -48,13 +78,12 @@ CLIError unparsableDate(const std::string& text, const std::string& label) {
 }  // namespace
 
 TimeRange today(const LocalCalendar& calendar, double now) {
-    const double start = calendar.startOfDay(now);
-    return {start, calendar.addingDays(start, 1), "today"};
+    return {calendar.startOfDay(now), calendar.startOfFollowingDay(now), "today"};
 }
 
 TimeRange yesterday(const LocalCalendar& calendar, double now) {
     const double start = calendar.startOfDay(calendar.addingDays(now, -1));
-    return {start, calendar.addingDays(start, 1), "yesterday"};
+    return {start, calendar.startOfFollowingDay(start), "yesterday"};
 }
 
 TimeRange thisWeek(const LocalCalendar& calendar, double now) {
@@ -62,37 +91,42 @@ TimeRange thisWeek(const LocalCalendar& calendar, double now) {
 }
 
 TimeRange lastActiveDay(const LocalCalendar& calendar, double lastTimestamp) {
-    const double start = calendar.startOfDay(lastTimestamp);
-    return {start, calendar.addingDays(start, 1), "last-active-day"};
+    return {calendar.startOfDay(lastTimestamp), calendar.startOfFollowingDay(lastTimestamp),
+            "last-active-day"};
 }
 
 TimeRange recent(const std::string& since, double now) {
-    if (since.size() < 2) {
+    const std::optional<DurationParts> parts = splitBeforeLastCharacter(since);
+    if (!parts) {
         throw CLIError::invalidTimeRange("Invalid duration format '" + since +
                                          "'. Use e.g. 2h, 30m, 1d, 1w");
     }
-    const char unit = since.back();
-    const auto value = parseNumber(since.substr(0, since.size() - 1));
+    const std::string& unit = parts->unit;
+    const auto value = parseNumber(parts->value);
+    const auto invalidValue = [&] {
+        return CLIError::invalidTimeRange("Invalid duration value in '" + since +
+                                          "'. Numeric prefix required.");
+    };
     // The value is checked before the unit: "0x" reports the value.
-    if (!value || !(*value > 0)) {
-        throw CLIError::invalidTimeRange("Invalid duration value in '" + since +
-                                         "'. Numeric prefix required.");
-    }
+    if (!value || !(*value > 0)) throw invalidValue();
     const auto unitSeconds = secondsPerUnit(unit);
     if (!unitSeconds) {
-        throw CLIError::invalidTimeRange("Unknown duration unit '" + std::string(1, unit) +
-                                         "'. Use m, h, d, or w.");
+        throw CLIError::invalidTimeRange("Unknown duration unit '" + unit + "'. Use m, h, d, or w.");
     }
-    return {now - *value * *unitSeconds, now, "recent"};
+    // A finite value can still overflow once in seconds ("1e308w"): a span
+    // of infinite length is no duration either.
+    const double seconds = *value * *unitSeconds;
+    if (!std::isfinite(seconds)) throw invalidValue();
+    return {now - seconds, now, "recent"};
 }
 
 TimeRange range(const LocalCalendar& calendar, const std::string& fromText,
                 const std::string& toText) {
     const ParsedDate from = parseDateInput(calendar, fromText, "--from");
     const ParsedDate to = parseDateInput(calendar, toText, "--to");
-    // A bare end date includes its whole day: the range ends at the next
-    // midnight.
-    const double end = to.dateOnly ? calendar.addingDays(to.instant, 1) : to.instant;
+    // A bare end date includes its whole day: the range ends where the next
+    // day starts.
+    const double end = to.dateOnly ? calendar.startOfFollowingDay(to.instant) : to.instant;
     if (!(from.instant < end)) {
         throw CLIError::invalidTimeRange("--from must be before --to");
     }
@@ -120,9 +154,11 @@ double parseSearchDateArgument(const LocalCalendar& calendar, const std::string&
                                const std::string& label, bool isEndOfDay) {
     const ParsedDate parsed = parseSearchDateInput(calendar, text, label);
     if (!isEndOfDay || !parsed.dateOnly) return parsed.instant;
-    const auto endOfDay = calendar.addingTime(parsed.instant, 23, 59, 59);
-    if (!endOfDay) throw unparsableDate(text, label);
-    return *endOfDay;
+    // The day's last whole second: 23:59:59 on an ordinary day, and still
+    // the last second of the day when a daylight-saving change makes it 23
+    // or 25 hours long (midnight + 23:59:59 of elapsed time would end an
+    // hour late or early).
+    return calendar.startOfFollowingDay(parsed.instant) - 1.0;
 }
 
 }  // namespace VarnholtQueryLib::TimePresets

@@ -16,7 +16,8 @@ class LocalCalendar;
 namespace TimePresets {
 
 // Start of today to start of tomorrow (23 or 25 hours on a daylight-saving
-// change).
+// change; a day whose midnight happens twice starts at the first, a day
+// whose midnight is skipped at the end of the jump).
 TimeRange today(const LocalCalendar& calendar, double now);
 // Start of yesterday to start of today.
 TimeRange yesterday(const LocalCalendar& calendar, double now);
@@ -25,7 +26,11 @@ TimeRange thisWeek(const LocalCalendar& calendar, double now);
 // The whole local day containing `lastTimestamp`.
 TimeRange lastActiveDay(const LocalCalendar& calendar, double lastTimestamp);
 // now minus the duration `since` ("30m", "2h", "1.5h", "1d", "1w"; days and
-// weeks are fixed multiples of seconds) to now.
+// weeks are fixed multiples of seconds) to now. The unit is the last
+// character as a person sees it (an extended grapheme cluster, so "5é" has
+// the unit "é" however the accent is encoded), the value everything before
+// it. A value that is not a positive number, or whose span in seconds is
+// not finite ("1e308w"), is an invalid value.
 TimeRange recent(const std::string& since, double now);
 // `fromText` to `toText`, each an ISO 8601 date-time with zone, a local
 // "yyyy-MM-ddTHH:mm:ss", or a local "yyyy-MM-dd"; a date-only end covers its
@@ -45,8 +50,9 @@ ParsedDate parseDateInput(const LocalCalendar& calendar, const std::string& text
                           const std::string& label);
 ParsedDate parseSearchDateInput(const LocalCalendar& calendar, const std::string& text,
                                 const std::string& label);
-// parseSearchDateInput, and with `isEndOfDay` a bare date means 23:59:59 of
-// that day instead of its midnight.
+// parseSearchDateInput, and with `isEndOfDay` a bare date means the last
+// whole second of that day (23:59:59, also on a day of 23 or 25 hours)
+// instead of its start.
 double parseSearchDateArgument(const LocalCalendar& calendar, const std::string& text,
                                const std::string& label, bool isEndOfDay);
 

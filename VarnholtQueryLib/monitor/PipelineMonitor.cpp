@@ -4,6 +4,7 @@
 #include <optional>
 #include <ostream>
 
+#include "monitor/TerminalText.h"
 #include "platform/LocalCalendar.h"
 
 namespace VarnholtQueryLib {
@@ -40,7 +41,9 @@ std::string pipelineStatusPath(const std::string& homeDirectory) {
 std::string renderPipelineScreen(const PipelineSnapshot& snapshot, std::uint32_t intervalSeconds,
                                  double now, const LocalCalendar& calendar) {
     // The labels are padded so that every value starts in the fourteenth
-    // column; the blanks are part of the layout.
+    // column; the blanks are part of the layout. Every text from the file is
+    // drawn without its control characters; an empty job label or method
+    // is judged after that, so a label of controls alone reads as none.
     std::string screen = kClearScreen;
     const auto line = [&screen](const std::string& text) { screen += text + "\n"; };
 
@@ -52,22 +55,23 @@ std::string renderPipelineScreen(const PipelineSnapshot& snapshot, std::uint32_t
          "Recorder: " + oneDecimal(snapshot.cpu.recorderRSS_GB) + " GB");
     line("");
 
-    std::string capture = "  Capture:   " + snapshot.capture.state;
-    if (snapshot.capture.reason) capture += " (" + *snapshot.capture.reason + ")";
+    std::string capture = "  Capture:   " + terminalSafeText(snapshot.capture.state);
+    if (snapshot.capture.reason) capture += " (" + terminalSafeText(*snapshot.capture.reason) + ")";
     line(capture);
-    line("  Analysis:  " + snapshot.analysis.phase);
-    line("  Job:       " +
-         (snapshot.queue.currentJobLabel.empty() ? std::string("idle") : snapshot.queue.currentJobLabel));
+    line("  Analysis:  " + terminalSafeText(snapshot.analysis.phase));
+    const std::string job = terminalSafeText(snapshot.queue.currentJobLabel);
+    line("  Job:       " + (job.empty() ? std::string("idle") : job));
     line("  Queue:     " + std::to_string(snapshot.queue.depth) + " pending (" +
          std::to_string(snapshot.queue.realtime) + " realtime, " + std::to_string(snapshot.queue.normal) +
          " normal)");
 
-    std::string bridge = "  Bridge:    " + snapshot.bridge.state;
-    if (!snapshot.bridge.method.empty()) bridge += " \u2014 " + snapshot.bridge.method;
+    std::string bridge = "  Bridge:    " + terminalSafeText(snapshot.bridge.state);
+    const std::string method = terminalSafeText(snapshot.bridge.method);
+    if (!method.empty()) bridge += " \u2014 " + method;
     line(bridge);
     if (snapshot.bridge.since) line("             for " + elapsedSeconds(now, *snapshot.bridge.since));
 
-    line("  Energy:    " + snapshot.queue.energyMode);
+    line("  Energy:    " + terminalSafeText(snapshot.queue.energyMode));
     if (snapshot.gliner.active) {
         std::string gliner = "  GLiNER:    active";
         if (snapshot.gliner.since) gliner += " for " + elapsedSeconds(now, *snapshot.gliner.since);
@@ -85,9 +89,11 @@ std::string renderPipelineScreen(const PipelineSnapshot& snapshot, std::uint32_t
 void runPipelineMonitor(const Platform& platform, const LocalCalendar& calendar, std::ostream& out,
                         const MonitorContinuation& keepRefreshing) {
     const std::string path = pipelineStatusPath(platform.homeDirectory);
+    // True while the screens still reach `out`.
     const auto draw = [&](const PipelineSnapshot& snapshot) {
         out << renderPipelineScreen(snapshot, kPipelineRefreshSeconds, platform.clock.now(), calendar);
         out.flush();
+        return static_cast<bool>(out);
     };
 
     const std::optional<PipelineSnapshot> first = readSnapshot(platform.fileSystem, path);
@@ -97,7 +103,9 @@ void runPipelineMonitor(const Platform& platform, const LocalCalendar& calendar,
         out.flush();
         return;
     }
-    draw(*first);
+    // A monitor nobody can see any more (the terminal or the pipe is gone)
+    // stops instead of redrawing into the void forever.
+    if (!draw(*first)) return;
 
     while (keepRefreshing()) {
         platform.sleeper.sleepSeconds(kPipelineRefreshSeconds);
@@ -105,7 +113,7 @@ void runPipelineMonitor(const Platform& platform, const LocalCalendar& calendar,
         // may catch it missing or half-written: skip this refresh silently and
         // keep the last screen.
         if (const std::optional<PipelineSnapshot> snapshot = readSnapshot(platform.fileSystem, path)) {
-            draw(*snapshot);
+            if (!draw(*snapshot)) return;
         }
     }
 }

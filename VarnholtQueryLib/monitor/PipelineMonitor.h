@@ -26,7 +26,10 @@ std::string pipelineStatusPath(const std::string& homeDirectory);
 
 // The exact bytes of one screen for `snapshot`: the erase-screen and
 // cursor-home control sequence (no newline after it), then the lines of the
-// view, each ending in "\n". `now` (seconds since 1970 UTC) gives the clock in
+// view, each ending in "\n". Every text taken from the file is drawn through
+// terminalSafeText, so nothing in the file can steer the terminal; the job
+// label and the bridge method count as empty when nothing is left of them.
+// `now` (seconds since 1970 UTC) gives the clock in
 // the title, in `calendar`'s zone and locale, and the elapsed times, which
 // are `now` minus the snapshot's dates in seconds with one decimal, negative
 // when the recorder's clock is ahead. Pure: no I/O.
@@ -47,7 +50,9 @@ using MonitorContinuation = std::function<bool()>;
 // sleeps kPipelineRefreshSeconds through `platform.sleeper`, reads again and
 // draws a new screen (with `platform.clock`'s now) when the file decodes; a
 // file that is missing, half-written or malformed leaves the previous screen
-// as it is. Flushes `out` after every screen. Writes nothing else anywhere.
+// as it is. Flushes `out` after every screen, and returns as soon as `out`
+// has failed (its reader is gone): the caller reports the lost output.
+// Writes nothing else anywhere.
 void runPipelineMonitor(const Platform& platform, const LocalCalendar& calendar, std::ostream& out,
                         const MonitorContinuation& keepRefreshing);
 

@@ -7,6 +7,7 @@
 #include <iostream>
 
 #include "platform/LocalCalendar.h"
+#include "platform/StandardStreams.h"
 #include "platform/SystemPlatform.h"
 #include "UTF8Text.h"
 
@@ -41,14 +42,32 @@ bool writeString(const std::string& text, std::string& out) {
     return true;
 }
 
-bool writeDouble(double value, std::string& out) {
-    if (!std::isfinite(value)) return false;
+// Whole numbers up to this magnitude are exact in a double, and every
+// reader takes their plain digits back as the same number.
+constexpr double kLargestExactWholeNumber = 9007199254740992.0;  // 2^53
+
+void writeDouble(double value, std::string& out) {
+    // JSON has no infinity or NaN, and one odd value must not cost the
+    // caller the whole answer: null says "no number here".
+    if (!std::isfinite(value)) {
+        out += "null";
+        return;
+    }
+    // Timestamps and counts come as doubles: 1791000000 must not read
+    // "1.791e+09", which is shorter but not what a person or a strict
+    // integer parser expects. The sign of -0 is kept, as before.
+    if (std::trunc(value) == value && std::fabs(value) < kLargestExactWholeNumber) {
+        if (value == 0 && std::signbit(value)) {
+            out += "-0";
+        } else {
+            out += std::to_string(static_cast<std::int64_t>(value));
+        }
+        return;
+    }
+    // Otherwise the shortest text that reads back as the same double.
     char buffer[64];
-    // The shortest text that reads back as the same double; whole values
-    // come out without a fraction ("1775034300").
     const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
     out.append(buffer, result.ptr);
-    return true;
 }
 
 bool writeValue(const JSON& value, int depth, std::string& out) {
@@ -59,7 +78,7 @@ bool writeValue(const JSON& value, int depth, std::string& out) {
         case JSON::value_t::boolean: out += value.get<bool>() ? "true" : "false"; return true;
         case JSON::value_t::number_integer: out += std::to_string(value.get<std::int64_t>()); return true;
         case JSON::value_t::number_unsigned: out += std::to_string(value.get<std::uint64_t>()); return true;
-        case JSON::value_t::number_float: return writeDouble(value.get<double>(), out);
+        case JSON::value_t::number_float: writeDouble(value.get<double>(), out); return true;
         case JSON::value_t::string: return writeString(value.get_ref<const std::string&>(), out);
         case JSON::value_t::array: {
             out += "[\n";
@@ -112,18 +131,26 @@ std::optional<std::string> serializeJSON(const JSON& document) {
     return out;
 }
 
-void writeJSON(const JSON& document, std::ostream& out, std::ostream& err) {
+bool writeJSON(const JSON& document, std::ostream& out, std::ostream& err) {
     const auto text = serializeJSON(document);
     if (!text) {
         err << "Failed to serialize JSON\n";
         err.flush();
-        return;
+        return false;
     }
     out << *text << '\n';
     out.flush();
+    return static_cast<bool>(out);
 }
 
-void writeJSON(const JSON& document) { writeJSON(document, std::cout, std::cerr); }
+bool writeJSON(const JSON& document) { return writeJSON(document, std::cout, std::cerr); }
+
+bool confirmOutputWritten() {
+    const std::optional<std::string> failure = standardOutputFailure();
+    if (failure) std::cerr << "Failed to write to standard output: " << *failure << '\n';
+    std::cerr.flush();
+    return !failure && static_cast<bool>(std::cerr);
+}
 
 JSON makeErrorEnvelope(const std::string& code, const std::string& message, double timestamp) {
     return JSON{
@@ -142,6 +169,7 @@ void outputErrorJSON(const std::string& code, const std::string& message) {
 
 void outputError(const std::string& code, const std::string& message) {
     outputErrorJSON(code, message);
+    confirmOutputWritten();
     std::exit(1);
 }
 

@@ -17,21 +17,33 @@ namespace VarnholtQueryLib {
 //    escaped (\n, \t, ... and \u00XX in lower-case hex for the rest);
 //  - an empty array or object as its bracket, a newline, an empty line, the
 //    indentation of the line that opened it and the closing bracket;
-//  - integers as integers, doubles in their shortest round-trip form with no
-//    ".0" for whole values, booleans as true/false.
+//  - integers as integers; doubles that are whole numbers below 2^53 in
+//    magnitude as plain digits ("1791000000", "-5", "-0"), other doubles in
+//    their shortest round-trip form ("0.33", "1e+16"); a double that is not
+//    finite as null, since JSON has no infinity; booleans as true/false.
 // Documents are nlohmann::json values; the layout is our own.
 using JSON = nlohmann::json;
 
 // The document's text without the trailing newline, or absent when it holds
-// something that cannot be written (invalid UTF-8, a non-finite number, a
-// binary value).
+// something that cannot be written (invalid UTF-8, a binary value).
 std::optional<std::string> serializeJSON(const JSON& document);
 
-// Writes the document and one "\n" to `out`, or "Failed to serialize JSON\n"
-// to `err` when it cannot be serialised. Never changes the exit status.
-void writeJSON(const JSON& document, std::ostream& out, std::ostream& err);
+// Writes the document and one "\n" to `out` and flushes it, or writes
+// "Failed to serialize JSON\n" to `err` when it cannot be serialised.
+// Returns whether the document reached `out` in full. Never changes the
+// exit status.
+bool writeJSON(const JSON& document, std::ostream& out, std::ostream& err);
 // The same on standard output and standard error.
-void writeJSON(const JSON& document);
+bool writeJSON(const JSON& document);
+
+// The last step of every run, for every front end: flushes standard output
+// and standard error and tells whether everything written to them arrived.
+// When standard output lost bytes (closed, full, its reader gone), writes
+// one line on standard error: "Failed to write to standard output: " and the
+// system's reason ("Broken pipe"). A failed standard error (help is written
+// there) has no one left to tell. When this returns false the caller exits
+// with status 1: a lost answer must not look like a successful one.
+bool confirmOutputWritten();
 
 // The error envelope: "ok" false, "api_version" 2, "data" and "meta" null,
 // "error" {code, message, timestamp}, where `timestamp` is the instant in UTC.
@@ -41,7 +53,7 @@ JSON makeErrorEnvelope(const std::string& code, const std::string& message, doub
 // standard error, so that callers read a single stream.
 void outputErrorJSON(const std::string& code, const std::string& message);
 
-// outputErrorJSON, then exit(1). Never returns.
+// outputErrorJSON, confirmOutputWritten, then exit(1). Never returns.
 [[noreturn]] void outputError(const std::string& code, const std::string& message);
 
 }  // namespace VarnholtQueryLib

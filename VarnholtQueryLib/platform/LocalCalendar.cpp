@@ -2,6 +2,7 @@
 
 #include <unicode/calendar.h>
 #include <unicode/datefmt.h>
+#include <unicode/gregocal.h>
 #include <unicode/locid.h>
 #include <unicode/smpdtfmt.h>
 #include <unicode/timezone.h>
@@ -72,9 +73,13 @@ std::optional<int> digits(std::string_view text, size_t position, size_t width) 
     return value;
 }
 
-// "yyyy-MM-ddTHH:mm:ss" plus `offsetSeconds` east of UTC.
+// "yyyy-MM-ddTHH:mm:ss" of the wall clock `offsetSeconds` east of UTC,
+// followed by `zoneSuffix`. The wall-clock time is clamped, not the instant,
+// so that the year keeps its four digits in every zone.
 std::string formatDateTime(double instant, int offsetSeconds, const std::string& zoneSuffix) {
-    const long long seconds = static_cast<long long>(std::floor(instant)) + offsetSeconds;
+    const double wallClock = clampToRepresentableRange(
+        std::floor(clampToRepresentableRange(instant)) + offsetSeconds);
+    const auto seconds = static_cast<long long>(wallClock);
     long long days = seconds / 86400;
     long long secondOfDay = seconds % 86400;
     if (secondOfDay < 0) {
@@ -90,7 +95,72 @@ std::string formatDateTime(double instant, int offsetSeconds, const std::string&
     return buffer + zoneSuffix;
 }
 
+// Makes `calendar` read wall-clock times as the class comment promises and
+// count dates proleptically, like the formatter above.
+void configure(icu::Calendar& calendar) {
+    calendar.setRepeatedWallTimeOption(UCAL_WALLTIME_FIRST);
+    calendar.setSkippedWallTimeOption(UCAL_WALLTIME_NEXT_VALID);
+    // Every calendar of a Gregorian-based locale (the Buddhist one of th_TH
+    // too) is a GregorianCalendar; others have no Julian switch to remove.
+    if (auto* gregorian = dynamic_cast<icu::GregorianCalendar*>(&calendar)) {
+        UErrorCode status = U_ZERO_ERROR;
+        gregorian->setGregorianChange(U_DATE_MIN, status);
+        check(status, "Cannot make the calendar proleptic");
+    }
+}
+
+// The calendar's time as seconds.
+double timeOf(const icu::Calendar& calendar, const char* what) {
+    UErrorCode status = U_ZERO_ERROR;
+    const UDate time = calendar.getTime(status);
+    check(status, what);
+    return time / kMillisPerSecond;
+}
+
+void setToStartOfDay(icu::Calendar& calendar) {
+    calendar.set(UCAL_HOUR_OF_DAY, 0);
+    calendar.set(UCAL_MINUTE, 0);
+    calendar.set(UCAL_SECOND, 0);
+    calendar.set(UCAL_MILLISECOND, 0);
+}
+
+// The wall-clock fields of `text` read with `pattern` as if in UTC, as
+// seconds since 1970; absent unless the whole text matches. UTC has no
+// daylight-saving changes, so a strict parse here judges only the text:
+// what the fields mean in the user's zone is decided afterwards.
+std::optional<double> parseWallClock(std::string_view text, const char* pattern) {
+    UErrorCode status = U_ZERO_ERROR;
+    auto calendar = std::make_unique<icu::GregorianCalendar>(icu::TimeZone::getGMT()->clone(),
+                                                             icu::Locale("en_US_POSIX"), status);
+    check(status, "Cannot create a calendar");
+    configure(*calendar);
+    calendar->setLenient(false);
+    icu::SimpleDateFormat format(icu::UnicodeString(pattern), icu::Locale("en_US_POSIX"), status);
+    check(status, "Cannot create a date parser");
+    format.adoptCalendar(calendar.release());
+    format.setLenient(false);
+    const icu::UnicodeString input =
+        icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), static_cast<int32_t>(text.size())));
+    icu::ParsePosition position(0);
+    const UDate parsed = format.parse(input, position);
+    if (position.getErrorIndex() >= 0 || position.getIndex() != input.length()) {
+        return std::nullopt;
+    }
+    return parsed / kMillisPerSecond;
+}
+
+bool isRepresentable(double instant) {
+    return instant >= kEarliestRepresentableInstant && instant <= kLatestRepresentableInstant;
+}
+
 }  // namespace
+
+double clampToRepresentableRange(double instant) {
+    if (std::isnan(instant)) return kEarliestRepresentableInstant;
+    if (instant < kEarliestRepresentableInstant) return kEarliestRepresentableInstant;
+    if (instant > kLatestRepresentableInstant) return kLatestRepresentableInstant;
+    return instant;
+}
 
 LocalCalendar LocalCalendar::current() {
     std::unique_ptr<icu::TimeZone> zone(icu::TimeZone::createDefault());
@@ -117,30 +187,37 @@ std::unique_ptr<icu::Calendar> LocalCalendar::calendarAt(double instant) const {
     std::unique_ptr<icu::Calendar> calendar(
         icu::Calendar::createInstance(zone_->clone(), *locale_, status));
     check(status, "Cannot create a calendar");
-    calendar->setTime(instant * kMillisPerSecond, status);
+    configure(*calendar);
+    calendar->setTime(clampToRepresentableRange(instant) * kMillisPerSecond, status);
     check(status, "Cannot set the calendar's time");
     return calendar;
 }
 
 double LocalCalendar::startOfDay(double instant) const {
     auto calendar = calendarAt(instant);
-    calendar->set(UCAL_HOUR_OF_DAY, 0);
-    calendar->set(UCAL_MINUTE, 0);
-    calendar->set(UCAL_SECOND, 0);
-    calendar->set(UCAL_MILLISECOND, 0);
+    setToStartOfDay(*calendar);
+    return timeOf(*calendar, "Cannot compute the start of the day");
+}
+
+double LocalCalendar::startOfFollowingDay(double instant) const {
+    auto calendar = calendarAt(instant);
+    // From the start of the day, one calendar day on and back to that day's
+    // start: the day may have begun after midnight, and the next one need
+    // not begin at the same wall-clock time.
+    setToStartOfDay(*calendar);
     UErrorCode status = U_ZERO_ERROR;
-    const UDate start = calendar->getTime(status);
-    check(status, "Cannot compute the start of the day");
-    return start / kMillisPerSecond;
+    calendar->add(UCAL_DATE, 1, status);
+    check(status, "Cannot add a day");
+    setToStartOfDay(*calendar);
+    return timeOf(*calendar, "Cannot compute the start of the next day");
 }
 
 double LocalCalendar::addingDays(double instant, int days) const {
     auto calendar = calendarAt(instant);
     UErrorCode status = U_ZERO_ERROR;
     calendar->add(UCAL_DATE, days, status);
-    const UDate moved = calendar->getTime(status);
     check(status, "Cannot add days");
-    return moved / kMillisPerSecond;
+    return timeOf(*calendar, "Cannot add days");
 }
 
 double LocalCalendar::startOfWeek(double instant) const {
@@ -153,38 +230,34 @@ double LocalCalendar::startOfWeek(double instant) const {
     calendar->set(UCAL_YEAR_WOY, yearForWeekOfYear);
     calendar->set(UCAL_WEEK_OF_YEAR, weekOfYear);
     calendar->set(UCAL_DAY_OF_WEEK, calendar->getFirstDayOfWeek());
-    const UDate start = calendar->getTime(status);
-    check(status, "Cannot compute the start of the week");
-    return start / kMillisPerSecond;
-}
-
-std::optional<double> LocalCalendar::addingTime(double instant, int hours, int minutes,
-                                                int seconds) const {
-    auto calendar = calendarAt(instant);
-    UErrorCode status = U_ZERO_ERROR;
-    calendar->add(UCAL_HOUR_OF_DAY, hours, status);
-    calendar->add(UCAL_MINUTE, minutes, status);
-    calendar->add(UCAL_SECOND, seconds, status);
-    const UDate moved = calendar->getTime(status);
-    if (U_FAILURE(status)) return std::nullopt;
-    return moved / kMillisPerSecond;
+    return timeOf(*calendar, "Cannot compute the start of the week");
 }
 
 std::optional<double> LocalCalendar::parseLocalPattern(std::string_view text,
                                                        const char* pattern) const {
+    const std::optional<double> wallClock = parseWallClock(text, pattern);
+    if (!wallClock || !isRepresentable(*wallClock)) return std::nullopt;
+    long long year = 0;
+    unsigned month = 0, day = 0;
+    const auto seconds = static_cast<long long>(*wallClock);
+    const long long secondOfDay = ((seconds % 86400) + 86400) % 86400;
+    civilFromDays((seconds - secondOfDay) / 86400, year, month, day);
+
+    // Gregorian whatever the locale's own calendar: the fields are Gregorian.
     UErrorCode status = U_ZERO_ERROR;
-    icu::SimpleDateFormat format(icu::UnicodeString(pattern), icu::Locale("en_US_POSIX"), status);
-    check(status, "Cannot create a date parser");
-    format.setTimeZone(*zone_);
-    format.setLenient(false);
-    const icu::UnicodeString input =
-        icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), static_cast<int32_t>(text.size())));
-    icu::ParsePosition position(0);
-    const UDate parsed = format.parse(input, position);
-    if (position.getErrorIndex() >= 0 || position.getIndex() != input.length()) {
-        return std::nullopt;
-    }
-    return parsed / kMillisPerSecond;
+    auto calendar = std::make_unique<icu::GregorianCalendar>(zone_->clone(), *locale_, status);
+    check(status, "Cannot create a calendar");
+    configure(*calendar);
+    calendar->clear();
+    calendar->set(UCAL_EXTENDED_YEAR, static_cast<int32_t>(year));
+    calendar->set(UCAL_MONTH, static_cast<int32_t>(month) - 1);
+    calendar->set(UCAL_DATE, static_cast<int32_t>(day));
+    calendar->set(UCAL_HOUR_OF_DAY, static_cast<int32_t>(secondOfDay / 3600));
+    calendar->set(UCAL_MINUTE, static_cast<int32_t>(secondOfDay / 60 % 60));
+    calendar->set(UCAL_SECOND, static_cast<int32_t>(secondOfDay % 60));
+    const double instant = timeOf(*calendar, "Cannot read a local date");
+    if (!isRepresentable(instant)) return std::nullopt;
+    return instant;
 }
 
 std::string LocalCalendar::localDate(double instant) const {
@@ -194,7 +267,8 @@ std::string LocalCalendar::localDate(double instant) const {
 std::string LocalCalendar::localInternetDateTime(double instant) const {
     int32_t rawOffset = 0, dstOffset = 0;
     UErrorCode status = U_ZERO_ERROR;
-    zone_->getOffset(std::floor(instant) * kMillisPerSecond, false, rawOffset, dstOffset, status);
+    zone_->getOffset(std::floor(clampToRepresentableRange(instant)) * kMillisPerSecond, false,
+                     rawOffset, dstOffset, status);
     check(status, "Cannot read the zone offset");
     const int offsetSeconds = (rawOffset + dstOffset) / 1000;
     if (offsetSeconds == 0) return formatDateTime(instant, 0, "Z");
@@ -211,7 +285,7 @@ std::string LocalCalendar::shortLocalTime(double instant) const {
     if (!format) return formatDateTime(instant, 0, "").substr(11, 5);
     format->setTimeZone(*zone_);
     icu::UnicodeString text;
-    format->format(instant * kMillisPerSecond, text);
+    format->format(clampToRepresentableRange(instant) * kMillisPerSecond, text);
     return utf8(text);
 }
 
@@ -247,8 +321,10 @@ std::optional<double> parseInternetDateTime(std::string_view text) {
     }
     const long long days =
         daysFromCivil(*year, static_cast<unsigned>(*month), static_cast<unsigned>(*day));
-    return static_cast<double>(days * 86400 + *hour * 3600LL + *minute * 60LL + *second -
-                               offsetSeconds);
+    const auto instant = static_cast<double>(days * 86400 + *hour * 3600LL + *minute * 60LL +
+                                             *second - offsetSeconds);
+    if (!isRepresentable(instant)) return std::nullopt;
+    return instant;
 }
 
 }  // namespace VarnholtQueryLib

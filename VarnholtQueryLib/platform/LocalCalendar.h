@@ -15,9 +15,40 @@ U_NAMESPACE_END
 
 namespace VarnholtQueryLib {
 
+// Instants are seconds since 1970-01-01 UTC as doubles, the recorder's unit,
+// and any double may arrive: the database holds what the recorder (or
+// anything else) wrote, and a duration such as "1e16h" reaches far beyond
+// any calendar. The tool writes instants as ISO 8601 internet date-times,
+// whose year has exactly four digits, so the instants it can write are
+// 0000-01-01T00:00:00Z to 9999-12-31T23:59:59Z. That is the representable
+// range, for the texts and for the calendar alike (ICU's own limit, about
+// 5.8 million years either way, lies far outside it):
+//  - a text of an instant outside it names the nearer end of the range; a
+//    NaN, which is no instant at all, names the earliest;
+//  - calendar operations take an instant outside it as the nearer end, so
+//    no arithmetic or cast ever leaves the range a double and ICU can hold;
+//  - parsing accepts only texts whose instant lies inside it, so every
+//    instant read from the command line is echoed exactly.
+// Dates are proleptic Gregorian throughout, as ISO 8601 counts them: the
+// calendar does not switch to the Julian calendar before 1582, so a date
+// typed, computed and written agree at any year.
+inline constexpr double kEarliestRepresentableInstant = -62167219200.0;  // 0000-01-01T00:00:00Z
+inline constexpr double kLatestRepresentableInstant = 253402300799.0;    // 9999-12-31T23:59:59Z
+
+// `instant` moved into the representable range as described above.
+double clampToRepresentableRange(double instant);
+
 // The user's calendar: a time zone and a locale, with the calendar arithmetic
-// and the local date texts the tool needs. Instants are seconds since
-// 1970-01-01 UTC as doubles, the recorder's unit.
+// and the local date texts the tool needs.
+//
+// A local wall-clock time means the first instant at which the zone's
+// clocks show it. When the clocks go back and show it twice (Havana, 1
+// November 2026: 01:00 falls back to 00:00, so that day has two midnights),
+// that is the earlier of the two, so a day starts at its first midnight.
+// When the clocks jump over it (Beirut, 27 March 2022: 00:00 jumps to
+// 01:00), it is the first instant after the jump, so that day starts at
+// 01:00; a time in the gap thus still orders like the wall clock, before
+// every later time of the day.
 //
 // current() follows the process environment the way the rest of the desktop
 // does (TZ or the system zone; LC_ALL / LC_MESSAGES / LANG for the locale,
@@ -38,27 +69,35 @@ public:
     // The zone's identifier, e.g. "Europe/Berlin".
     std::string timeZoneIdentifier() const;
 
-    // Local midnight of the day containing `instant`.
+    // The first instant of the local day containing `instant`: its midnight,
+    // the first one when midnight happens twice, the end of the jump when
+    // the clocks skip midnight.
     double startOfDay(double instant) const;
-    // `instant` moved by whole calendar days, keeping the wall-clock time, so a
-    // day across a daylight-saving change lasts 23 or 25 hours.
+    // The first instant of the local day after the one containing `instant`,
+    // where that day ends. A day lasts 23 or 25 hours across a
+    // daylight-saving change.
+    double startOfFollowingDay(double instant) const;
+    // `instant` moved by whole calendar days, keeping the wall-clock time
+    // (read as above when that time is repeated or skipped on the new day).
     double addingDays(double instant, int days) const;
-    // Midnight of the first day of the week containing `instant`, the first
-    // weekday being the locale's (Sunday in en_US, Monday in de_DE).
+    // The first instant of the first day of the week containing `instant`,
+    // the first weekday being the locale's (Sunday in en_US, Monday in
+    // de_DE).
     double startOfWeek(double instant) const;
-    // `instant` plus hours, minutes and seconds by calendar addition; absent
-    // when the calendar cannot represent the result.
-    std::optional<double> addingTime(double instant, int hours, int minutes, int seconds) const;
 
     // Reads `text` with a fixed ICU pattern ("yyyy-MM-dd'T'HH:mm:ss",
-    // "yyyy-MM-dd") in the en_US_POSIX locale and this zone, strictly: the
-    // whole text must match. Absent when it does not.
+    // "yyyy-MM-dd") in the en_US_POSIX locale, strictly: the whole text must
+    // match and every field be in range. The wall-clock time it names is
+    // read in this zone as described above (a bare date gives the start of
+    // that day). Absent when the text does not match or its instant is not
+    // representable.
     std::optional<double> parseLocalPattern(std::string_view text, const char* pattern) const;
 
     // "yyyy-MM-dd" of the local day of `instant` (en_US_POSIX digits).
     std::string localDate(double instant) const;
     // ISO 8601 internet date-time in this zone with its offset ("+01:00",
-    // "-05:30"; "Z" for a zero offset), whole seconds.
+    // "-05:30"; "Z" for a zero offset), whole seconds. Its wall-clock part
+    // stays within years 0000 to 9999 like every text the tool writes.
     std::string localInternetDateTime(double instant) const;
     // The locale's short time of day, date omitted ("3:04 PM", "15:04").
     std::string shortLocalTime(double instant) const;
@@ -71,12 +110,14 @@ private:
 };
 
 // ISO 8601 internet date-time in UTC with "Z", whole seconds (the fraction is
-// dropped toward the past): 2026-04-01T09:30:00Z.
+// dropped toward the past): 2026-04-01T09:30:00Z. Outside the representable
+// range, the nearer end: 1e300 gives 9999-12-31T23:59:59Z.
 std::string formatUTCInternetDateTime(double instant);
 
 // Parses an ISO 8601 internet date-time: yyyy-MM-ddTHH:mm:ss followed by "Z"
 // or a "+hh:mm"/"-hh:mm" offset, no fractional seconds, every field in range.
-// Absent for anything else.
+// Absent for anything else, and when the instant it names is not
+// representable (9999-12-31T23:00:00-05:00 is already year 10000 in UTC).
 std::optional<double> parseInternetDateTime(std::string_view text);
 
 }  // namespace VarnholtQueryLib

@@ -27,6 +27,9 @@ protected:
 struct FileAttributes {
     std::optional<std::int64_t> sizeBytes;
     std::optional<double> modifiedAt;  // seconds since 1970 UTC
+    // False for a directory, FIFO, socket or device: something a reader
+    // could block on or fail to read, never one of the recorder's files.
+    bool isRegularFile = true;
 };
 
 // The file system as far as this tool reads it.
@@ -35,7 +38,9 @@ public:
     virtual ~FileSystemPort() = default;
     // Absent when the attributes cannot be read (no file, no permission).
     virtual std::optional<FileAttributes> attributes(const std::string& path) const = 0;
-    // The whole file as bytes; absent when it cannot be read.
+    // The whole file as bytes; absent when it cannot be read for any reason,
+    // including when it is not a regular file (a FIFO would block the read
+    // forever, a directory fails it). Never throws.
     virtual std::optional<std::string> readFile(const std::string& path) const = 0;
 
 protected:

@@ -9,12 +9,31 @@
 #include <cerrno>
 #include <cstring>
 #include <ctime>
-#include <fstream>
-#include <iterator>
+#include <exception>
 
 extern char** environ;
 
 namespace VarnholtQueryLib {
+
+namespace {
+
+// Everything left to read on `descriptor`; absent on a read error.
+std::optional<std::string> readToEnd(int descriptor) {
+    std::string content;
+    char buffer[65536];
+    for (;;) {
+        const ssize_t count = ::read(descriptor, buffer, sizeof buffer);
+        if (count > 0) {
+            content.append(buffer, static_cast<size_t>(count));
+        } else if (count == 0) {
+            return content;
+        } else if (errno != EINTR) {
+            return std::nullopt;
+        }
+    }
+}
+
+}  // namespace
 
 double SystemClock::now() const {
     struct timespec now {};
@@ -29,14 +48,27 @@ std::optional<FileAttributes> SystemFileSystem::attributes(const std::string& pa
     attributes.sizeBytes = static_cast<std::int64_t>(info.st_size);
     attributes.modifiedAt =
         static_cast<double>(info.st_mtim.tv_sec) + static_cast<double>(info.st_mtim.tv_nsec) / 1e9;
+    attributes.isRegularFile = S_ISREG(info.st_mode);
     return attributes;
 }
 
 std::optional<std::string> SystemFileSystem::readFile(const std::string& path) const {
-    std::ifstream file(path, std::ios::binary);
-    if (!file) return std::nullopt;
-    std::string content((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-    if (file.bad()) return std::nullopt;
+    // O_NONBLOCK because opening a FIFO for reading waits for a writer, which
+    // may never come; the kind of file is judged on the open descriptor, so
+    // nothing can be swapped in between the check and the read.
+    const int descriptor = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
+    if (descriptor < 0) return std::nullopt;
+    std::optional<std::string> content;
+    struct stat info {};
+    if (::fstat(descriptor, &info) == 0 && S_ISREG(info.st_mode)) {
+        try {
+            content = readToEnd(descriptor);
+        } catch (const std::exception&) {
+            // Too large to hold: as unreadable as any other failure.
+            content.reset();
+        }
+    }
+    ::close(descriptor);
     return content;
 }
 

@@ -93,24 +93,39 @@ StatusData StatusUseCase::execute() const {
 
     if (tailLogPort_ != nullptr) {
         const std::string logs = homeDirectory_ + "/.varnholt/logs/";
-        data.tailLogRecorder = tailLogPort_->tailLog(logs + "recorder.log", kTailLineCount);
-        data.tailLogBridge =
-            tailLogPort_->tailLog(logs + "mlx-bridge-recorder-vlm.log", kTailLineCount);
-        data.tailLogBridgeErrors =
-            tailLogPort_->tailLog(logs + "mlx-bridge-recorder-vlm-stdout.log", kTailLineCount);
+        data.tailLogRecorder = tailOfLog(logs + "recorder.log");
+        data.tailLogBridge = tailOfLog(logs + "mlx-bridge-recorder-vlm.log");
+        data.tailLogBridgeErrors = tailOfLog(logs + "mlx-bridge-recorder-vlm-stdout.log");
     }
 
     StatusData::BridgeHealth health;
-    if (const auto report = BridgeFailureReport::read(fileSystem_, homeDirectory_)) {
+    health.status = "healthy";
+    // Whatever is at the report's path (a directory, a FIFO, a file that
+    // cannot be read), only a valid report makes the bridge degraded: the
+    // status of everything else must not hang on, or fail with, this file.
+    std::optional<BridgeFailureReport> report;
+    try {
+        report = BridgeFailureReport::read(fileSystem_, homeDirectory_);
+    } catch (...) {
+        report.reset();
+    }
+    if (report) {
         health.status = "degraded";
         health.lastErrorReason = report->reason;
         health.reportTimestamp = report->timestamp;
         health.reportPath = BridgeFailureReport::reportPath(homeDirectory_);
-    } else {
-        health.status = "healthy";
     }
     data.bridgeHealth = health;
     return data;
+}
+
+std::string StatusUseCase::tailOfLog(const std::string& path) const {
+    // tail would wait forever on a FIFO (or fail on a directory), so only a
+    // regular file is tailed. A missing log is still handed to tail, which
+    // says so on standard error and gives the same empty text.
+    const std::optional<FileAttributes> attributes = fileSystem_.attributes(path);
+    if (attributes && !attributes->isRegularFile) return "";
+    return tailLogPort_->tailLog(path, kTailLineCount);
 }
 
 }  // namespace VarnholtQueryLib

@@ -25,8 +25,11 @@ struct StatusDiagnosis {
 //
 // It never fails as a whole: each source that cannot be read degrades to a
 // neutral value on its own (a missing database to size 0 and not active, a
-// failing metrics query to absent metrics and diagnosis, a missing or
-// malformed failure report to "healthy").
+// failing metrics query to absent metrics and diagnosis, a missing,
+// unreadable or malformed failure report, or anything at its path that is
+// not a regular file, to "healthy"). Nothing it reads can make it wait: a
+// log path that holds something other than a regular file (a FIFO, a
+// directory) gives an empty tail without running tail.
 //
 // Both ports are optional (nullptr = absent) and borrowed; `support-context`
 // builds it without a tail port. All references must outlive the use case.
@@ -51,6 +54,10 @@ public:
     static constexpr std::int64_t kTailLineCount = 20;
 
 private:
+    // The last lines of the log at `path` through the tail port, or "" when
+    // `path` exists but is not a regular file. REQUIRES: a tail port.
+    std::string tailOfLog(const std::string& path) const;
+
     OperationalStatusQueryPort* operationalQuery_;  // may be null
     const TailLogPort* tailLogPort_;                // may be null
     const FileSystemPort& fileSystem_;

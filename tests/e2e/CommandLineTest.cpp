@@ -342,3 +342,135 @@ TEST(CommandLineTest, IllFormedTextInTheDatabaseStillGivesAnAnswer) {
               std::string::npos)
         << result.standardOutput;
 }
+
+namespace {
+
+// A run whose frozen clock is `utcTime` ("YYYY-MM-DD hh:mm:ss" in UTC), in `zone`.
+InvocationOptions frozenAt(const std::string& zone, const std::string& utcTime) {
+    InvocationOptions options = frozen(zone);
+    options.frozenTime = utcTime;
+    return options;
+}
+
+std::string escapedSlashes(const std::string& text) {
+    return std::regex_replace(text, std::regex("/"), "\\/");
+}
+
+}  // namespace
+
+TEST(CommandLineTest, DurationUnitsAreCharactersNotBytes) {
+    TemporaryHome home;
+    createDatabase(home);
+    expectFailure(home.run({"recent", "--since", "5\u00e9"}, frozen()), "INVALID_TIME_RANGE",
+                  "Unknown duration unit '\u00e9'. Use m, h, d, or w.");
+    expectFailure(home.run({"recent", "--since", "2\uff48"}, frozen()), "INVALID_TIME_RANGE",
+                  "Unknown duration unit '\uff48'. Use m, h, d, or w.");
+    expectFailure(home.run({"recent", "--since", "5h\u0301"}, frozen()), "INVALID_TIME_RANGE",
+                  "Unknown duration unit 'h\u0301'. Use m, h, d, or w.");
+    // One character, however many bytes: too short to be a duration.
+    expectFailure(home.run({"recent", "--since", "\u00e9"}, frozen()), "INVALID_TIME_RANGE",
+                  "Invalid duration format '\u00e9'. Use e.g. 2h, 30m, 1d, 1w");
+    expectFailure(home.run({"entities", "--since", "h\u0301"}, frozen()), "INVALID_TIME_RANGE",
+                  "Invalid duration format 'h\u0301'. Use e.g. 2h, 30m, 1d, 1w");
+}
+
+TEST(CommandLineTest, DurationsOfInfiniteSecondsAreInvalidValues) {
+    TemporaryHome home;
+    createDatabase(home);
+    for (const std::string text : {"infh", "1e400h", "1e308w"}) {
+        expectFailure(home.run({"recent", "--since", text}, frozen()), "INVALID_TIME_RANGE",
+                      "Invalid duration value in '" + text + "'. Numeric prefix required.");
+        expectFailure(home.run({"search", "invoice", "--since", text}, frozen()), "INVALID_TIME_RANGE",
+                      "Invalid duration value in '" + text + "'. Numeric prefix required.");
+    }
+}
+
+// Far beyond year 9999 and beyond 2^63 seconds: the start is written as the
+// earliest instant a four-digit year can name.
+TEST(CommandLineTest, AHugeButFiniteDurationStartsAtTheEarliestWritableInstant) {
+    TemporaryHome home;
+    createDatabase(home);
+    const ProcessResult result = home.run({"recent", "--since", "1e16h"}, frozen());
+    EXPECT_EQ(result.exitStatus, 0);
+    EXPECT_EQ(result.standardError, "");
+    EXPECT_EQ(timelineQuery(result), "0000-01-01T00:00:00Z recent 2026-04-01T10:00:00Z");
+}
+
+// Havana, Sunday 1 November 2026: at 01:00 CDT the clocks fall back to 00:00
+// CST, so midnight happens twice (04:00Z and 05:00Z). The day starts at the
+// first and lasts 25 hours.
+TEST(CommandLineTest, ADayWithTwoMidnightsStartsAtTheFirst) {
+    TemporaryHome home;
+    createDatabase(home);
+    const InvocationOptions noon = frozenAt("America/Havana", "2026-11-01 17:00:00");
+    EXPECT_EQ(timelineQuery(home.run({"today"}, noon)), "2026-11-01T04:00:00Z today 2026-11-02T05:00:00Z");
+    // At 00:30 CDT, between the two midnights, today has already begun.
+    EXPECT_EQ(timelineQuery(home.run({"today"}, frozenAt("America/Havana", "2026-11-01 04:30:00"))),
+              "2026-11-01T04:00:00Z today 2026-11-02T05:00:00Z");
+    EXPECT_EQ(timelineQuery(home.run({"yesterday"}, noon)),
+              "2026-10-31T04:00:00Z yesterday 2026-11-01T04:00:00Z");
+    EXPECT_EQ(timelineQuery(home.run({"yesterday"}, frozenAt("America/Havana", "2026-11-02 15:00:00"))),
+              "2026-11-01T04:00:00Z yesterday 2026-11-02T05:00:00Z");
+    // A Sunday, the first weekday in en_US.
+    EXPECT_EQ(timelineQuery(home.run({"this-week"}, noon)),
+              "2026-11-01T04:00:00Z this-week 2026-11-01T17:00:00Z");
+    EXPECT_EQ(timelineQuery(home.run({"range", "--from", "2026-11-01", "--to", "2026-11-01"}, noon)),
+              "2026-11-01T04:00:00Z range 2026-11-02T05:00:00Z");
+    EXPECT_EQ(timelineQuery(home.run({"range", "--from", "2026-11-01T00:30:00", "--to", "2026-11-01T01:00:00"},
+                                     noon)),
+              "2026-11-01T04:30:00Z range 2026-11-01T06:00:00Z");
+}
+
+TEST(CommandLineTest, LastActiveDayFindsWorkBetweenTwoMidnights) {
+    TemporaryHome home;
+    createDatabase(home);
+    sqlite3* handle = VarnholtSampleData::openWritableDatabase(home.databasePath());
+    // 00:30 CDT, before the clocks fall back.
+    VarnholtSampleData::execWritable(
+        handle,
+        "INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at) VALUES "
+        "('BETWEEN-MIDNIGHTS', 'visual', 1793507400, 'Closing the month', '[]', 'x')");
+    sqlite3_close(handle);
+    const ProcessResult result =
+        home.run({"last-active-day"}, frozenAt("America/Havana", "2026-11-03 12:00:00"));
+    EXPECT_EQ(result.exitStatus, 0);
+    EXPECT_EQ(timelineQuery(result), "2026-11-01T04:00:00Z last-active-day 2026-11-02T05:00:00Z");
+    EXPECT_NE(result.standardOutput.find("\"observation_id\" : \"BETWEEN-MIDNIGHTS\""), std::string::npos)
+        << result.standardOutput;
+}
+
+// Beirut, Sunday 27 March 2022: at 00:00 the clocks jump to 01:00, so the day
+// has no midnight; it starts at 01:00 EEST (22:00Z the day before) and lasts
+// 23 hours.
+TEST(CommandLineTest, ADayWithoutMidnightStartsWhenTheClocksJumpPastIt) {
+    TemporaryHome home;
+    createDatabase(home);
+    const InvocationOptions morning = frozenAt("Asia/Beirut", "2022-03-27 10:00:00");
+    EXPECT_EQ(timelineQuery(home.run({"today"}, morning)), "2022-03-26T22:00:00Z today 2022-03-27T21:00:00Z");
+    EXPECT_EQ(timelineQuery(home.run({"yesterday"}, frozenAt("Asia/Beirut", "2022-03-28 09:00:00"))),
+              "2022-03-26T22:00:00Z yesterday 2022-03-27T21:00:00Z");
+    EXPECT_EQ(timelineQuery(home.run({"this-week"}, morning)),
+              "2022-03-26T22:00:00Z this-week 2022-03-27T10:00:00Z");
+    EXPECT_EQ(timelineQuery(home.run({"range", "--from", "2022-03-27", "--to", "2022-03-27"}, morning)),
+              "2022-03-26T22:00:00Z range 2022-03-27T21:00:00Z");
+    // 00:30 never showed on a clock that day: it means the end of the jump.
+    EXPECT_EQ(timelineQuery(home.run({"range", "--from", "2022-03-27T00:30:00", "--to", "2022-03-27T02:00:00"},
+                                     morning)),
+              "2022-03-26T22:00:00Z range 2022-03-26T23:00:00Z");
+}
+
+// The password database may give the home with trailing slashes; the
+// database path still has one slash between home and ".varnholt".
+TEST(CommandLineTest, AHomeWithTrailingSlashesGivesOneSlashInTheDatabasePath) {
+    TemporaryHome home;
+    for (const std::string suffix : {"/", "///"}) {
+        home.setPasswordDatabaseHome(home.path() + suffix);
+        expectFailure(home.run({"today"}, frozen()), "DB_NOT_FOUND",
+                      "Database not found at " + escapedSlashes(home.databasePath()));
+    }
+    if (std::filesystem::exists("/.varnholt")) GTEST_SKIP() << "/.varnholt exists on this machine";
+    // A home of "/" itself: the recorder's folder is /.varnholt.
+    home.setPasswordDatabaseHome("/");
+    expectFailure(home.run({"status"}, frozen()), "DB_NOT_FOUND",
+                  "Database not found at \\/.varnholt\\/varnholt.db");
+}

@@ -164,6 +164,12 @@ std::string healthyReportHead(const TemporaryHome& home) {
            "  Capture and analysis are both running normally.\n";
 }
 
+// The three tail sections of the human report when every tail is empty.
+const std::string kEmptyTails =
+    "\n=== Tail of recorder.log ===\n\n\n"
+    "\n=== Tail of mlx-bridge-recorder-vlm.log ===\n\n\n"
+    "\n=== Tail of mlx-bridge-recorder-vlm-stdout.log ===\n\n\n";
+
 void writeLogs(const TemporaryHome& home) {
     home.writeFile(".varnholt/logs/recorder.log",
                    "2026-04-01 09:59:09 capture: frame F3 stored\n"
@@ -239,9 +245,7 @@ TEST(StatusCommandTest, TerminalReportShowsMissingLogsAsEmptyTails) {
     EXPECT_EQ(exitStatus, 0);
     EXPECT_NE(output.find("tail: cannot open"), std::string::npos);
     EXPECT_EQ(withoutTailComplaints(output), healthyReportHead(home) +
-                                                 "\n=== Tail of recorder.log ===\n\n\n"
-                                                 "\n=== Tail of mlx-bridge-recorder-vlm.log ===\n\n\n"
-                                                 "\n=== Tail of mlx-bridge-recorder-vlm-stdout.log ===\n\n\n");
+                                                 kEmptyTails);
 }
 
 TEST(StatusCommandTest, JSONFlagWinsOnATerminal) {
@@ -341,4 +345,61 @@ TEST(StatusCommandTest, MissingDatabaseOnATerminalIsStillTheEnvelope) {
     EXPECT_EQ(exitStatus, 1);
     EXPECT_NE(output.find("\"code\" : \"DB_NOT_FOUND\""), std::string::npos);
     EXPECT_EQ(output.find("=== Varnholt Status ==="), std::string::npos);
+}
+
+// Whatever sits at the failure report's path, only a valid report makes the
+// bridge degraded; nothing there may hang or fail the status.
+TEST(StatusCommandTest, AFIFOOrDirectoryAtTheReportPathIsAHealthyBridge) {
+    TemporaryHome home;
+    createDatabase(home, kHealthyRecorder, kFrozenNow - 30.0);
+    writeLogs(home);
+    const std::string report = home.varnholtDirectory() + "/last-bridge-error.json";
+    InvocationOptions options = frozenIn("UTC");
+    options.timeout = std::chrono::seconds(20);
+
+    ASSERT_EQ(mkfifo(report.c_str(), 0600), 0);
+    const ProcessResult withFIFO = home.run({"status"}, options);
+    EXPECT_EQ(withFIFO.exitStatus, 0);
+    EXPECT_EQ(withFIFO.standardOutput, healthyDocument(home, /*degraded=*/false));
+    EXPECT_EQ(withFIFO.standardError, "");
+
+    std::filesystem::remove(report);
+    std::filesystem::create_directory(report);
+    const ProcessResult withDirectory = home.run({"status"}, options);
+    EXPECT_EQ(withDirectory.exitStatus, 0);
+    EXPECT_EQ(withDirectory.standardOutput, healthyDocument(home, /*degraded=*/false));
+    EXPECT_EQ(withDirectory.standardError, "");
+}
+
+TEST(StatusCommandTest, LogPathsHoldingAFIFOOrADirectoryShowEmptyTails) {
+    TemporaryHome home;
+    createDatabase(home, kHealthyRecorder, kFrozenNow - 30.0);
+    writeLogs(home);
+    std::filesystem::remove(home.path() + "/.varnholt/logs/recorder.log");
+    ASSERT_EQ(mkfifo((home.path() + "/.varnholt/logs/recorder.log").c_str(), 0600), 0);
+    std::filesystem::remove(home.path() + "/.varnholt/logs/mlx-bridge-recorder-vlm.log");
+    std::filesystem::create_directory(home.path() + "/.varnholt/logs/mlx-bridge-recorder-vlm.log");
+    int exitStatus = -1;
+    const std::string output = runOnTerminal(home, {"status"}, frozenIn("UTC"), &exitStatus);
+    EXPECT_EQ(exitStatus, 0);
+    EXPECT_EQ(output, healthyReportHead(home) + kEmptyTails);
+}
+
+// The password database may give the home with a trailing slash; every path
+// built from it still has one slash between home and ".varnholt".
+TEST(StatusCommandTest, AHomeWithATrailingSlashGivesTheSamePaths) {
+    TemporaryHome home;
+    createDatabase(home, kHealthyRecorder, kFrozenNow - 30.0);
+    writeLogs(home);
+    home.writeFile(".varnholt/last-bridge-error.json", kFailureReport);
+    const std::string expected = healthyDocument(home, /*degraded=*/true);
+    for (const std::string suffix : {"/", "//"}) {
+        home.setPasswordDatabaseHome(home.path() + suffix);
+        const ProcessResult result = home.run({"status"}, frozenIn("UTC"));
+        EXPECT_EQ(result.exitStatus, 0);
+        EXPECT_EQ(result.standardOutput, expected) << suffix;
+    }
+    int exitStatus = -1;
+    const std::string report = runOnTerminal(home, {"status"}, frozenIn("UTC"), &exitStatus);
+    EXPECT_EQ(report.substr(0, healthyReportHead(home).size()), healthyReportHead(home));
 }

@@ -261,3 +261,69 @@ TEST(SupportContextCommandTest, MissingDatabaseIsAnError) {
     EXPECT_EQ(result.standardError, "");
     EXPECT_FALSE(std::filesystem::exists(home.databasePath()));
 }
+
+TEST(SupportContextCommandTest, AFIFOOrDirectoryAtTheReportPathIsAHealthyBridge) {
+    TemporaryHome home;
+    createDatabase(home, kRecentWork, kFrozenNow - 5.0);
+    InvocationOptions options = frozenIn("UTC");
+    options.timeout = std::chrono::seconds(20);
+    const ProcessResult withoutReport = home.run({"support-context"}, options);
+    ASSERT_EQ(withoutReport.exitStatus, 0);
+    EXPECT_EQ(withoutReport.standardOutput.find("bridge_health"), std::string::npos);
+
+    const std::string report = home.varnholtDirectory() + "/last-bridge-error.json";
+    ASSERT_EQ(mkfifo(report.c_str(), 0600), 0);
+    const ProcessResult withFIFO = home.run({"support-context"}, options);
+    EXPECT_EQ(withFIFO.exitStatus, 0);
+    EXPECT_EQ(withFIFO.standardOutput, withoutReport.standardOutput);
+    EXPECT_EQ(withFIFO.standardError, "");
+
+    std::filesystem::remove(report);
+    std::filesystem::create_directory(report);
+    const ProcessResult withDirectory = home.run({"support-context"}, options);
+    EXPECT_EQ(withDirectory.exitStatus, 0);
+    EXPECT_EQ(withDirectory.standardOutput, withoutReport.standardOutput);
+    EXPECT_EQ(withDirectory.standardError, "");
+}
+
+// The answer is pasted into support requests: no address, credential or
+// token of the user's may travel with it. Neighbours that differ only in
+// what is masked read the same and take one place.
+TEST(SupportContextCommandTest, DescriptionsAreRedacted) {
+    TemporaryHome home;
+    createDatabase(home, R"SQL(
+INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at) VALUES
+  ('O1', 'visual', 1775037500.0, 'Mailing the build log to ada@example.com', '["Mail"]', 'x'),
+  ('O2', 'visual', 1775037400.0, 'Mailing the build log to bob@example.org', '["Mail"]', 'x'),
+  ('O3', 'visual', 1775037300.0, 'Exporting API_KEY=sk-live-4242 in the shell', '["Terminal"]', 'x'),
+  ('O4', 'visual', 1775037200.0, 'Comparing 0123456789abcdef0123456789abcdef with the cache', '[]', 'x');
+)SQL", kFrozenNow - 5.0);
+    const ProcessResult result = home.run({"support-context"}, frozenIn("UTC"));
+    EXPECT_EQ(result.exitStatus, 0);
+    const std::string expected =
+        "    \"recent_observations\" : [\n"
+        "      {\n"
+        "        \"applications\" : [\n"
+        "          \"Mail\"\n"
+        "        ],\n"
+        "        \"timestamp\" : \"2026-04-01T09:58:20Z\",\n"
+        "        \"vlm_description\" : \"Mailing the build log to [EMAIL]\"\n"
+        "      },\n"
+        "      {\n"
+        "        \"applications\" : [\n"
+        "          \"Terminal\"\n"
+        "        ],\n"
+        "        \"timestamp\" : \"2026-04-01T09:55:00Z\",\n"
+        "        \"vlm_description\" : \"Exporting API_KEY: [REDACTED] in the shell\"\n"
+        "      },\n"
+        "      {\n"
+        "        \"applications\" : [\n"
+        "\n"
+        "        ],\n"
+        "        \"timestamp\" : \"2026-04-01T09:53:20Z\",\n"
+        "        \"vlm_description\" : \"Comparing [TOKEN] with the cache\"\n"
+        "      }\n"
+        "    ],\n";
+    EXPECT_NE(result.standardOutput.find(expected), std::string::npos) << result.standardOutput;
+    EXPECT_EQ(result.standardOutput.find("example"), std::string::npos);
+}

@@ -627,3 +627,19 @@ TEST_F(TimelineCommandTest, TheDatabaseFileIsLeftAsItWas) {
     EXPECT_EQ(workWeek.run({"recent", "--since", "1w"}, in("UTC")).exitStatus, 0);
     EXPECT_EQ(fileBytes(workWeek.databasePath()), before);
 }
+
+// A whole number of seconds is written in plain digits, whatever its
+// trailing zeros: 1791000000, not 1.791e+09.
+TEST(TimelineNumbersTest, WholeSecondsAreWrittenInPlainDigits) {
+    TemporaryHome home;
+    createDatabase(home, R"SQL(
+        INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at) VALUES
+            ('ROUND', 'visual', 1791000000.0, 'Shipping the release', '[]', 'x');
+    )SQL");
+    const ProcessResult result = home.run({"range", "--from", "2026-10-03", "--to", "2026-10-03"}, in("UTC"));
+    EXPECT_EQ(result.exitStatus, 0);
+    EXPECT_NE(result.standardOutput.find("          \"timestamp\" : 1791000000,\n"
+                                         "          \"timestamp_iso\" : \"2026-10-03T04:00:00Z\",\n"),
+              std::string::npos)
+        << result.standardOutput;
+}

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 #include <csignal>
 #include <filesystem>
 #include <string>
@@ -141,6 +143,84 @@ TEST(TopCommandTest, RedrawsFromTheFileUntilInterrupted) {
     // Nothing but whole screens reached the terminal: no error text, no
     // half-drawn screen.
     EXPECT_TRUE(consistsOfScreens(top.output(), {first, rewritten, back})) << top.output();
+}
+
+std::string noStatusLines(const std::string& path) {
+    return "No pipeline status found. Is the recorder running?\n"
+           "Expected: " + path + "\n";
+}
+
+// A FIFO would block the read until a writer comes; a directory fails it.
+TEST(TopCommandTest, AFIFOOrDirectoryAtTheStatusPathIsLikeNoFile) {
+    TemporaryHome home;
+    const std::string path = home.varnholtDirectory() + "/pipeline-status.json";
+    InvocationOptions options;
+    options.timeout = 20s;
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    const ProcessResult withFIFO = home.run({"top"}, options);
+    EXPECT_EQ(withFIFO.exitStatus, 0);
+    EXPECT_EQ(withFIFO.standardOutput, noStatusLines(path));
+    EXPECT_EQ(withFIFO.standardError, "");
+
+    std::filesystem::remove(path);
+    std::filesystem::create_directory(path);
+    const ProcessResult withDirectory = home.run({"top"}, options);
+    EXPECT_EQ(withDirectory.exitStatus, 0);
+    EXPECT_EQ(withDirectory.standardOutput, noStatusLines(path));
+    EXPECT_EQ(withDirectory.standardError, "");
+}
+
+// A directory replacing the file while the monitor runs skips refreshes, as
+// a missing file does, and the file's return is drawn.
+TEST(TopCommandTest, ADirectoryAtTheStatusPathLaterSkipsRefreshes) {
+    TemporaryHome home;
+    home.writeFile(kStatusFile, statusFile(3, "xpc"));
+    PseudoTerminalProcess top(home, {"top"}, frozenGermanClock());
+    ASSERT_TRUE(top.waitForOutput(expectedScreen(3, "xpc"), 3s)) << top.output();
+
+    const std::string path = home.path() + "/" + kStatusFile;
+    std::filesystem::remove(path);
+    std::filesystem::create_directory(path);
+    top.readFor(300ms);
+    const std::size_t drawnBefore = top.output().size();
+    top.readFor(4500ms);
+    EXPECT_EQ(top.output().size(), drawnBefore) << top.output().substr(drawnBefore);
+
+    std::filesystem::remove(path);
+    home.writeFile(kStatusFile, statusFile(11, "launchd"));
+    ASSERT_TRUE(top.waitForOutput(expectedScreen(11, "launchd"), 4500ms)) << top.output();
+    top.sendSignal(SIGINT);
+    EXPECT_EQ(top.waitForExit(3s), 128 + SIGINT);
+}
+
+// Labels come from a file anyone could have written: none of them may steer
+// the terminal, and no debris of an escape sequence may be left on screen.
+TEST(TopCommandTest, ControlCharactersInTheLabelsAreNotDrawn) {
+    TemporaryHome home;
+    std::string file = statusFile(3, "\\u001b]0;owned\\u0007xpc");
+    file.replace(file.find("\"recording\""), 11, "\"\\u001b[2J\\u001b[31mrecording\\u001b[0m\"");
+    file.replace(file.find("\"describing\""), 12, "\"describ\\u009b1;1Hing\\r\\n\"");
+    file.replace(file.find("\"balanced\""), 10, "\"bal\\u007fanced\\u001bc\"");
+    home.writeFile(kStatusFile, file);
+    PseudoTerminalProcess top(home, {"top"}, frozenGermanClock());
+    const std::string screen = expectedScreen(3, "xpc");
+    ASSERT_TRUE(top.waitForOutput(screen, 3s)) << top.output();
+    top.sendSignal(SIGINT);
+    EXPECT_EQ(top.waitForExit(3s), 128 + SIGINT);
+    EXPECT_TRUE(consistsOfScreens(top.output(), {screen})) << top.output();
+}
+
+// The password database may give the home with a trailing slash, or "/".
+TEST(TopCommandTest, TheExpectedPathHasOneSlashAfterTheHome) {
+    TemporaryHome home;
+    home.setPasswordDatabaseHome(home.path() + "/");
+    EXPECT_EQ(home.run({"top"}).standardOutput,
+              noStatusLines(home.path() + "/.varnholt/pipeline-status.json"));
+    if (std::filesystem::exists("/.varnholt")) GTEST_SKIP() << "/.varnholt exists on this machine";
+    home.setPasswordDatabaseHome("/");
+    const ProcessResult root = home.run({"top"});
+    EXPECT_EQ(root.exitStatus, 0);
+    EXPECT_EQ(root.standardOutput, noStatusLines("/.varnholt/pipeline-status.json"));
 }
 
 }  // namespace

@@ -10,12 +10,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
-#include <thread>
+#include <utility>
 
 namespace VarnholtTestSupport {
 
@@ -41,30 +42,18 @@ std::string utcEpochSeconds(const std::string& utcText) {
     return std::to_string(static_cast<long long>(timegm(&fields)));
 }
 
-std::string readAll(int fd) {
-    std::string text;
-    char buffer[8192];
-    for (;;) {
-        const ssize_t count = read(fd, buffer, sizeof buffer);
-        if (count > 0) {
-            text.append(buffer, static_cast<size_t>(count));
-        } else if (count < 0 && errno == EINTR) {
-            continue;
-        } else {
-            return text;
-        }
-    }
-}
-
 }  // namespace
 
 TemporaryHome::TemporaryHome() {
-    const std::string user = "tester";
     passwdFile_ = directory_.file(".nss/passwd");
     groupFile_ = directory_.file(".nss/group");
-    writeText(passwdFile_, user + ":x:" + std::to_string(getuid()) + ":" + std::to_string(getgid()) +
-                               ":Test User:" + directory_.path() + ":/bin/sh\n");
-    writeText(groupFile_, user + ":x:" + std::to_string(getgid()) + ":\n");
+    setPasswordDatabaseHome(directory_.path());
+    writeText(groupFile_, "tester:x:" + std::to_string(getgid()) + ":\n");
+}
+
+void TemporaryHome::setPasswordDatabaseHome(const std::string& home) const {
+    writeText(passwdFile_, "tester:x:" + std::to_string(getuid()) + ":" + std::to_string(getgid()) +
+                               ":Test User:" + home + ":/bin/sh\n");
 }
 
 std::string TemporaryHome::varnholtDirectory() const {
@@ -117,18 +106,105 @@ ProcessResult TemporaryHome::run(const std::vector<std::string>& arguments,
     return runProgram(VARNHOLT_QUERY_BINARY, arguments, options);
 }
 
+namespace {
+
+// Gives the child's descriptor `target` what `kind` asks for. For a pipe,
+// returns the read end the parent keeps; otherwise -1.
+int arrangeStream(posix_spawn_file_actions_t& actions, int target, StreamTarget kind,
+                  std::vector<int>& closeAfterSpawn) {
+    switch (kind) {
+        case StreamTarget::pipe: {
+            int ends[2];
+            if (pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("pipe failed");
+            posix_spawn_file_actions_adddup2(&actions, ends[1], target);
+            closeAfterSpawn.push_back(ends[1]);
+            return ends[0];
+        }
+        case StreamTarget::closed:
+            posix_spawn_file_actions_addclose(&actions, target);
+            return -1;
+        case StreamTarget::fullDevice:
+            posix_spawn_file_actions_addopen(&actions, target, "/dev/full", O_WRONLY, 0);
+            return -1;
+        case StreamTarget::brokenPipe: {
+            int ends[2];
+            if (pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("pipe failed");
+            close(ends[0]);  // no reader, ever
+            posix_spawn_file_actions_adddup2(&actions, ends[1], target);
+            closeAfterSpawn.push_back(ends[1]);
+            return -1;
+        }
+    }
+    return -1;
+}
+
+// Reads the given descriptors (-1 = none) to their ends. With a deadline,
+// kills the child's process group once it passes and reads on to the end.
+void readOutputs(int outFd, int errFd, pid_t group, std::string& out, std::string& err,
+                 std::optional<std::chrono::steady_clock::time_point> deadline) {
+    bool killed = false;
+    std::vector<std::pair<int, std::string*>> open;
+    if (outFd >= 0) open.emplace_back(outFd, &out);
+    if (errFd >= 0) open.emplace_back(errFd, &err);
+    while (!open.empty()) {
+        std::vector<pollfd> descriptors;
+        for (const auto& [fd, text] : open) descriptors.push_back({fd, POLLIN, 0});
+        int waitMillis = -1;
+        if (deadline && !killed) {
+            const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+                *deadline - std::chrono::steady_clock::now());
+            waitMillis = static_cast<int>(std::max<long long>(0, left.count()));
+        }
+        const int ready = poll(descriptors.data(), descriptors.size(), waitMillis);
+        if (ready < 0 && errno == EINTR) continue;
+        if (ready == 0) {
+            kill(-group, SIGKILL);
+            killed = true;
+            continue;
+        }
+        for (std::size_t i = descriptors.size(); i-- > 0;) {
+            if (descriptors[i].revents == 0) continue;
+            char buffer[8192];
+            const ssize_t count = read(descriptors[i].fd, buffer, sizeof buffer);
+            if (count > 0) {
+                open[i].second->append(buffer, static_cast<size_t>(count));
+            } else if (count == 0 || errno != EINTR) {
+                close(descriptors[i].fd);
+                open.erase(open.begin() + static_cast<std::ptrdiff_t>(i));
+            }
+        }
+    }
+}
+
+}  // namespace
+
 ProcessResult TemporaryHome::runProgram(const std::string& program,
                                         const std::vector<std::string>& arguments,
                                         const InvocationOptions& options) const {
-    int outPipe[2], errPipe[2];
-    if (pipe2(outPipe, O_CLOEXEC) != 0 || pipe2(errPipe, O_CLOEXEC) != 0) {
-        throw std::runtime_error("pipe failed");
-    }
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, outPipe[1], STDOUT_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, errPipe[1], STDERR_FILENO);
+    std::vector<int> closeAfterSpawn;
+    const int outFd = arrangeStream(actions, STDOUT_FILENO, options.standardOutput, closeAfterSpawn);
+    const int errFd = arrangeStream(actions, STDERR_FILENO, options.standardError, closeAfterSpawn);
     posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+
+    // Its own process group, so that a timeout ends whatever it started too.
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_setpgroup(&attributes, 0);
+    short flags = POSIX_SPAWN_SETPGROUP;
+    // SIGPIPE: ignored when the test asks for a broken pipe (an ignored
+    // signal stays ignored across exec), the default otherwise.
+    const bool ignoreBrokenPipe = options.standardOutput == StreamTarget::brokenPipe ||
+                                  options.standardError == StreamTarget::brokenPipe;
+    sigset_t defaults;
+    sigemptyset(&defaults);
+    if (!ignoreBrokenPipe) {
+        sigaddset(&defaults, SIGPIPE);
+        posix_spawnattr_setsigdefault(&attributes, &defaults);
+        flags |= POSIX_SPAWN_SETSIGDEF;
+    }
+    posix_spawnattr_setflags(&attributes, flags);
 
     std::vector<std::string> argv = {program};
     argv.insert(argv.end(), arguments.begin(), arguments.end());
@@ -137,23 +213,22 @@ ProcessResult TemporaryHome::runProgram(const std::string& program,
     auto envPointers = nullTerminated(envp);
 
     pid_t child = 0;
-    const int spawned = posix_spawn(&child, program.c_str(), &actions, nullptr,
+    const sighandler_t previousBrokenPipe = ignoreBrokenPipe ? signal(SIGPIPE, SIG_IGN) : SIG_DFL;
+    const int spawned = posix_spawn(&child, program.c_str(), &actions, &attributes,
                                     argvPointers.data(), envPointers.data());
+    if (ignoreBrokenPipe) signal(SIGPIPE, previousBrokenPipe);
     posix_spawn_file_actions_destroy(&actions);
-    close(outPipe[1]);
-    close(errPipe[1]);
+    posix_spawnattr_destroy(&attributes);
+    for (const int fd : closeAfterSpawn) close(fd);
     if (spawned != 0) {
-        close(outPipe[0]);
-        close(errPipe[0]);
+        if (outFd >= 0) close(outFd);
+        if (errFd >= 0) close(errFd);
         throw std::runtime_error("Cannot start " + program);
     }
-    // Drain standard error on a second thread so neither pipe can fill up.
     ProcessResult result;
-    std::thread errorReader([&] { result.standardError = readAll(errPipe[0]); });
-    result.standardOutput = readAll(outPipe[0]);
-    errorReader.join();
-    close(outPipe[0]);
-    close(errPipe[0]);
+    std::optional<std::chrono::steady_clock::time_point> deadline;
+    if (options.timeout) deadline = std::chrono::steady_clock::now() + *options.timeout;
+    readOutputs(outFd, errFd, child, result.standardOutput, result.standardError, deadline);
     int status = 0;
     while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
     }

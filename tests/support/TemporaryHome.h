@@ -16,6 +16,14 @@ struct ProcessResult {
     std::string standardError;
 };
 
+// Where one of the child's output streams goes.
+enum class StreamTarget {
+    pipe,         // read by the test and returned in ProcessResult
+    closed,       // the descriptor is closed when the child starts
+    fullDevice,   // /dev/full: every write fails with ENOSPC
+    brokenPipe,   // a pipe whose reader is gone, with SIGPIPE ignored (EPIPE)
+};
+
 // The environment of one run. The child gets only these variables (plus the
 // nss_wrapper and faketime ones), so the developer's environment never leaks
 // into a test.
@@ -31,6 +39,12 @@ struct InvocationOptions {
     std::optional<std::string> clockFile;
     // Extra "NAME=value" entries.
     std::vector<std::string> extraEnvironment;
+    StreamTarget standardOutput = StreamTarget::pipe;
+    StreamTarget standardError = StreamTarget::pipe;
+    // When set, a run still going after this long is killed with everything
+    // it started (exit status 128 + SIGKILL), so that a hang fails the test
+    // instead of blocking it.
+    std::optional<std::chrono::milliseconds> timeout;
 };
 
 // A temporary directory registered as the current user's home through
@@ -48,6 +62,9 @@ public:
     std::string databasePath() const;
     // Writes `content` to <home>/relative, creating parent directories.
     void writeFile(const std::string& relative, const std::string& content) const;
+    // Makes the password database report `home` as the user's home instead
+    // of path(), e.g. path() + "/" or "/".
+    void setPasswordDatabaseHome(const std::string& home) const;
 
     // Runs the built varnholt-query with `arguments` under this home, waits
     // for it, and returns what it printed.

@@ -15,6 +15,18 @@ constexpr double kBerlinMarch29Midnight = 1774738800;   // spring forward: 23-ho
 constexpr double kBerlinMarch30Midnight = 1774821600;
 constexpr double kBerlinOctober25Midnight = 1792879200;  // fall back: 25-hour day
 constexpr double kBerlinOctober26Midnight = 1792969200;
+// Havana, Sunday 1 November 2026: 01:00 CDT falls back to 00:00 CST, so the
+// day has two midnights.
+constexpr double kHavanaOctober31Midnight = 1793419200;  // 2026-10-31T04:00:00Z
+constexpr double kHavanaFirstMidnight = 1793505600;      // 2026-11-01T04:00:00Z
+constexpr double kHavanaSecondMidnight = 1793509200;     // 2026-11-01T05:00:00Z
+constexpr double kHavanaNovember1Noon = 1793552400;
+constexpr double kHavanaNovember2Midnight = 1793595600;  // 2026-11-02T05:00:00Z
+// Beirut, Sunday 27 March 2022: 00:00 jumps to 01:00, so the day starts at
+// 01:00 EEST and lasts 23 hours.
+constexpr double kBeirutMarch27Start = 1648332000;     // 2022-03-26T22:00:00Z
+constexpr double kBeirutMarch27Noon = 1648375200;
+constexpr double kBeirutMarch28Midnight = 1648414800;  // 2022-03-27T21:00:00Z
 
 std::string messageOf(const std::function<void()>& action) {
     try {
@@ -30,6 +42,8 @@ class TimePresetsTest : public ::testing::Test {
 protected:
     LocalCalendar berlin{"Europe/Berlin", "de_DE"};
     LocalCalendar utcUS{"UTC", "en_US"};
+    LocalCalendar havana{"America/Havana", "en_US"};
+    LocalCalendar beirut{"Asia/Beirut", "en_US"};
 };
 
 }  // namespace
@@ -128,6 +142,106 @@ TEST_F(TimePresetsTest, DurationErrors) {
               "Invalid duration value in '0x'. Numeric prefix required.");
     EXPECT_EQ(messageOf([&] { TimePresets::recent("5x", now); }),
               "Unknown duration unit 'x'. Use m, h, d, or w.");
+}
+
+TEST_F(TimePresetsTest, DurationUnitsAreCharactersNotBytes) {
+    const double now = kWednesdayApril1At10UTC;
+    EXPECT_EQ(messageOf([&] { TimePresets::recent("5\u00e9", now); }),
+              "Unknown duration unit '\u00e9'. Use m, h, d, or w.");
+    EXPECT_EQ(messageOf([&] { TimePresets::recent("2\uff48", now); }),  // fullwidth h
+              "Unknown duration unit '\uff48'. Use m, h, d, or w.");
+    // "h" with a combining acute accent is one character, and not "h".
+    EXPECT_EQ(messageOf([&] { TimePresets::recent("5h\u0301", now); }),
+              "Unknown duration unit 'h\u0301'. Use m, h, d, or w.");
+    EXPECT_EQ(messageOf([&] { TimePresets::recent("2\U0001F600", now); }),
+              "Unknown duration unit '\U0001F600'. Use m, h, d, or w.");
+    // The value is everything before that character.
+    EXPECT_EQ(messageOf([&] { TimePresets::recent("\u00e9h", now); }),
+              "Invalid duration value in '\u00e9h'. Numeric prefix required.");
+}
+
+TEST_F(TimePresetsTest, FewerThanTwoCharactersIsAFormatErrorWhateverTheBytes) {
+    const double now = kWednesdayApril1At10UTC;
+    EXPECT_EQ(messageOf([&] { TimePresets::recent("\u00e9", now); }),
+              "Invalid duration format '\u00e9'. Use e.g. 2h, 30m, 1d, 1w");
+    EXPECT_EQ(messageOf([&] { TimePresets::recent("h\u0301", now); }),
+              "Invalid duration format 'h\u0301'. Use e.g. 2h, 30m, 1d, 1w");
+    EXPECT_EQ(messageOf([&] { TimePresets::recent("\U0001F1E9\U0001F1EA", now); }),  // one flag
+              "Invalid duration format '\U0001F1E9\U0001F1EA'. Use e.g. 2h, 30m, 1d, 1w");
+}
+
+TEST_F(TimePresetsTest, ADurationOfInfiniteSecondsIsAnInvalidValue) {
+    const double now = kWednesdayApril1At10UTC;
+    for (const char* text : {"infh", "1e400h", "1e308w", "1e306h", "nanh"}) {
+        EXPECT_EQ(messageOf([&] { TimePresets::recent(text, now); }),
+                  std::string("Invalid duration value in '") + text + "'. Numeric prefix required.");
+    }
+    // Huge but finite spans are durations; only their text is clamped.
+    EXPECT_EQ(TimePresets::recent("1e16h", now).from, now - 3.6e19);
+}
+
+TEST_F(TimePresetsTest, ADayWithTwoMidnightsStartsAtTheFirst) {
+    const TimeRange today = TimePresets::today(havana, kHavanaNovember1Noon);
+    EXPECT_EQ(today.from, kHavanaFirstMidnight);
+    EXPECT_EQ(today.to, kHavanaNovember2Midnight);
+    EXPECT_EQ(today.to - today.from, 25 * 3600);
+    // Between the two midnights, today has already begun.
+    EXPECT_EQ(TimePresets::today(havana, kHavanaFirstMidnight + 1800).from, kHavanaFirstMidnight);
+    const TimeRange yesterday = TimePresets::yesterday(havana, kHavanaNovember2Midnight + 3600);
+    EXPECT_EQ(yesterday.from, kHavanaFirstMidnight);
+    EXPECT_EQ(yesterday.to, kHavanaNovember2Midnight);
+    const TimeRange dayBefore = TimePresets::yesterday(havana, kHavanaNovember1Noon);
+    EXPECT_EQ(dayBefore.from, kHavanaOctober31Midnight);
+    EXPECT_EQ(dayBefore.to, kHavanaFirstMidnight);
+    // 1 November 2026 is a Sunday, the first weekday in en_US.
+    EXPECT_EQ(TimePresets::thisWeek(havana, kHavanaNovember1Noon).from, kHavanaFirstMidnight);
+    // An observation between the two midnights lies in its own day.
+    const TimeRange last = TimePresets::lastActiveDay(havana, kHavanaFirstMidnight + 1800);
+    EXPECT_EQ(last.from, kHavanaFirstMidnight);
+    EXPECT_EQ(last.to, kHavanaNovember2Midnight);
+    const TimeRange dates = TimePresets::range(havana, "2026-11-01", "2026-11-01");
+    EXPECT_EQ(dates.from, kHavanaFirstMidnight);
+    EXPECT_EQ(dates.to, kHavanaNovember2Midnight);
+    EXPECT_EQ(TimePresets::range(havana, "2026-11-01T00:30:00", "2026-11-01T01:00:00").from,
+              kHavanaFirstMidnight + 1800);
+    EXPECT_LT(kHavanaFirstMidnight, kHavanaSecondMidnight);
+}
+
+TEST_F(TimePresetsTest, ADayWithoutMidnightStartsWhenTheClocksJumpPastIt) {
+    const TimeRange today = TimePresets::today(beirut, kBeirutMarch27Noon);
+    EXPECT_EQ(today.from, kBeirutMarch27Start);
+    EXPECT_EQ(today.to, kBeirutMarch28Midnight);
+    EXPECT_EQ(today.to - today.from, 23 * 3600);
+    const TimeRange yesterday = TimePresets::yesterday(beirut, kBeirutMarch28Midnight + 9 * 3600);
+    EXPECT_EQ(yesterday.from, kBeirutMarch27Start);
+    EXPECT_EQ(yesterday.to, kBeirutMarch28Midnight);
+    EXPECT_EQ(TimePresets::thisWeek(beirut, kBeirutMarch27Noon).from, kBeirutMarch27Start);
+    const TimeRange last = TimePresets::lastActiveDay(beirut, kBeirutMarch27Start);
+    EXPECT_EQ(last.from, kBeirutMarch27Start);
+    EXPECT_EQ(last.to, kBeirutMarch28Midnight);
+    const TimeRange dates = TimePresets::range(beirut, "2022-03-27", "2022-03-27");
+    EXPECT_EQ(dates.from, kBeirutMarch27Start);
+    EXPECT_EQ(dates.to, kBeirutMarch28Midnight);
+}
+
+TEST_F(TimePresetsTest, SearchEndOfDayIsTheLastSecondOfAShortOrLongDay) {
+    // 23 hours in Berlin: the day ends at 23:59:59 CEST, not an hour later.
+    EXPECT_EQ(TimePresets::parseSearchDateArgument(berlin, "2026-03-29", "--to", true),
+              kBerlinMarch30Midnight - 1);
+    // 25 hours in Havana: the day ends at 23:59:59 CST, not an hour earlier.
+    EXPECT_EQ(TimePresets::parseSearchDateArgument(havana, "2026-11-01", "--to", true),
+              kHavanaNovember2Midnight - 1);
+    EXPECT_EQ(TimePresets::parseSearchDateArgument(beirut, "2022-03-27", "--to", true),
+              kBeirutMarch28Midnight - 1);
+    EXPECT_EQ(TimePresets::parseSearchDateArgument(beirut, "2022-03-27", "--from", false),
+              kBeirutMarch27Start);
+}
+
+TEST_F(TimePresetsTest, DatesOutsideTheRepresentableYearsCannotBeParsed) {
+    EXPECT_EQ(messageOf([&] { TimePresets::range(utcUS, "10000-01-01", "10000-01-02"); }),
+              "Cannot parse --from date '10000-01-01'. Use ISO 8601 or yyyy-MM-dd format.");
+    EXPECT_EQ(messageOf([&] { TimePresets::range(utcUS, "2026-04-01", "9999-12-31T23:00:00-05:00"); }),
+              "Cannot parse --to date '9999-12-31T23:00:00-05:00'. Use ISO 8601 or yyyy-MM-dd format.");
 }
 
 TEST_F(TimePresetsTest, RangeOfOneDateCoversThatWholeDay) {

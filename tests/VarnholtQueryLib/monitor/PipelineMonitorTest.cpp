@@ -219,6 +219,35 @@ TEST_F(PipelineMonitorTest, DecimalSeparatorIsAlwaysAPeriod) {
     EXPECT_NE(screen.find("143.8%   RAM  Bridge: 6.5 GB   Recorder: 1.2 GB\n"), std::string::npos);
 }
 
+// Labels come from a file anyone could have written: nothing in them may
+// reach the terminal as a command, and no debris of one may be left.
+TEST_F(PipelineMonitorTest, ControlCharactersInTheFilesTextsAreNotDrawn) {
+    PipelineSnapshot snapshot = busySnapshot();
+    snapshot.capture.state = "\x1b[2J\x1b[31mrecording\x1b[0m";
+    snapshot.capture.reason = "screen\tlocked\r\n\x07";
+    snapshot.analysis.phase = "\x1b]0;pwned\x07" "describing";
+    snapshot.queue.currentJobLabel = "\x1b[1;1H\x1b[K";  // nothing left: idle
+    snapshot.queue.energyMode = "low\xc2\x9b" "31mpower\x7f";
+    snapshot.bridge.state = "re\x1bPq#0;2;0;0;0\x1b\\ady\x1b";
+    snapshot.bridge.method = "\x1b(B\x1b" "7";  // nothing left: no dash
+    const std::string expected = kClear + germanTitle() +
+                                 "\n"
+                                 "  CPU  Bridge: 143.8%   RAM  Bridge: 6.5 GB   Recorder: 1.2 GB\n"
+                                 "\n"
+                                 "  Capture:   recording (screenlocked)\n"
+                                 "  Analysis:  describing\n"
+                                 "  Job:       idle\n"
+                                 "  Queue:     4 pending (1 realtime, 3 normal)\n"
+                                 "  Bridge:    ready\n"
+                                 "             for 90.0s\n"
+                                 "  Energy:    lowpower\n"
+                                 "  GLiNER:    active for 12.0s\n"
+                                 "  Backfill:  120 attempted, 97 enriched\n"
+                                 "\n"
+                                 "  Press Ctrl+C to exit\n";
+    EXPECT_EQ(render(snapshot), expected);
+}
+
 TEST_F(PipelineMonitorTest, StatusPathIsBelowTheHomeDirectory) {
     EXPECT_EQ(pipelineStatusPath(kHome), kStatusPath);
 }
@@ -377,6 +406,30 @@ TEST_F(PipelineMonitorLoopTest, DeletedOrBrokenFileSkipsRefreshesUntilItIsBack) 
     EXPECT_EQ(written[4], screenOf(busySnapshot(), kNow + 8));
     EXPECT_EQ(sleeper_.waits_, (std::vector<unsigned>{2, 2, 2, 2}));
     EXPECT_EQ(fileSystem_.reads_.size(), 5u);
+}
+
+TEST_F(PipelineMonitorLoopTest, AMonitorWhoseScreenCannotBeWrittenStops) {
+    writeStatus(quietSnapshot());
+    // Like a terminal that hung up, or a pipe whose reader is gone.
+    struct RefusingBuffer : std::streambuf {
+        int_type overflow(int_type) override { return traits_type::eof(); }
+    } refusing;
+    std::ostream out(&refusing);
+    int asked = 0;
+    runPipelineMonitor(platform_, calendar_, out, [&] { return ++asked < 4; });
+    EXPECT_EQ(asked, 0);
+    EXPECT_TRUE(sleeper_.waits_.empty());
+    EXPECT_FALSE(out.good());
+}
+
+TEST_F(PipelineMonitorLoopTest, AMonitorStopsWhenALaterScreenCannotBeWritten) {
+    writeStatus(quietSnapshot());
+    std::ostringstream out;
+    int asked = 0;
+    sleeper_.onSleep_ = [&] { out.setstate(std::ios::badbit); };
+    runPipelineMonitor(platform_, calendar_, out, [&] { return ++asked < 4; });
+    EXPECT_EQ(asked, 1);
+    EXPECT_EQ(sleeper_.waits_, std::vector<unsigned>{2});
 }
 
 }  // namespace

@@ -92,9 +92,44 @@ TEST(JSONWriterTest, NumbersKeepTheirKind) {
     EXPECT_EQ(serialized(JSON(false)), "false");
 }
 
+TEST(JSONWriterTest, WholeNumbersBelowTwoToThe53AreWrittenInPlainDigits) {
+    EXPECT_EQ(serialized(JSON(1791000000.0)), "1791000000");
+    EXPECT_EQ(serialized(JSON(1e12)), "1000000000000");
+    EXPECT_EQ(serialized(JSON(-1791000000.0)), "-1791000000");
+    EXPECT_EQ(serialized(JSON(-1e12)), "-1000000000000");
+    EXPECT_EQ(serialized(JSON(100.0)), "100");
+    EXPECT_EQ(serialized(JSON(9007199254740991.0)), "9007199254740991");
+    EXPECT_EQ(serialized(JSON(-9007199254740991.0)), "-9007199254740991");
+    // The sign of zero stays as it was.
+    EXPECT_EQ(serialized(JSON(-0.0)), "-0");
+}
+
+TEST(JSONWriterTest, OtherDoublesKeepTheirShortestRoundTripForm) {
+    EXPECT_EQ(serialized(JSON(9007199254740992.0)), "9007199254740992");
+    EXPECT_EQ(serialized(JSON(1e16)), "1e+16");
+    EXPECT_EQ(serialized(JSON(-1e16)), "-1e+16");
+    EXPECT_EQ(serialized(JSON(1e300)), "1e+300");
+    EXPECT_EQ(serialized(JSON(1791000000.5)), "1791000000.5");
+    EXPECT_EQ(serialized(JSON(-0.5)), "-0.5");
+    EXPECT_EQ(serialized(JSON(1.5e-7)), "1.5e-07");
+}
+
+TEST(JSONWriterTest, NumbersThatAreNotFiniteAreNull) {
+    const JSON document = {{"infinite", std::numeric_limits<double>::infinity()},
+                           {"negative", -std::numeric_limits<double>::infinity()},
+                           {"nan", std::nan("")},
+                           {"timestamp", 1775034300.0}};
+    EXPECT_EQ(serialized(document),
+              "{\n"
+              "  \"infinite\" : null,\n"
+              "  \"nan\" : null,\n"
+              "  \"negative\" : null,\n"
+              "  \"timestamp\" : 1775034300\n"
+              "}");
+    EXPECT_EQ(serialized(JSON::array({std::numeric_limits<double>::infinity()})), "[\n  null\n]");
+}
+
 TEST(JSONWriterTest, UnwritableValuesFail) {
-    EXPECT_FALSE(serializeJSON(JSON(std::nan(""))).has_value());
-    EXPECT_FALSE(serializeJSON(JSON(std::numeric_limits<double>::infinity())).has_value());
     EXPECT_FALSE(serializeJSON(JSON::binary({1, 2})).has_value());
     EXPECT_FALSE(serializeJSON(JSON{{"text", std::string("bad \xff byte")}}).has_value());
     EXPECT_FALSE(serializeJSON(JSON(std::string("\xc0\xaf"))).has_value());        // overlong "/"
@@ -105,14 +140,25 @@ TEST(JSONWriterTest, UnwritableValuesFail) {
 
 TEST(JSONWriterTest, WriteAddsOneNewlineOrReportsFailure) {
     std::ostringstream out, err;
-    writeJSON(JSON{{"a", 1}}, out, err);
+    EXPECT_TRUE(writeJSON(JSON{{"a", 1}}, out, err));
     EXPECT_EQ(out.str(), "{\n  \"a\" : 1\n}\n");
     EXPECT_EQ(err.str(), "");
 
     std::ostringstream out2, err2;
-    writeJSON(JSON{{"a", std::string("\xff")}}, out2, err2);
+    EXPECT_FALSE(writeJSON(JSON{{"a", std::string("\xff")}}, out2, err2));
     EXPECT_EQ(out2.str(), "");
     EXPECT_EQ(err2.str(), "Failed to serialize JSON\n");
+}
+
+TEST(JSONWriterTest, WriteTellsWhenTheDocumentDidNotArrive) {
+    // A stream whose every write fails, like standard output on a full disk.
+    struct RefusingBuffer : std::streambuf {
+        int_type overflow(int_type) override { return traits_type::eof(); }
+    } refusing;
+    std::ostream out(&refusing);
+    std::ostringstream err;
+    EXPECT_FALSE(writeJSON(JSON{{"a", 1}}, out, err));
+    EXPECT_EQ(err.str(), "");
 }
 
 TEST(JSONWriterTest, ErrorEnvelope) {

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <limits>
+
 using namespace VarnholtQueryLib;
 
 TEST(LocalCalendarTest, UTCInternetDateTimeDropsTheFraction) {
@@ -71,4 +74,129 @@ TEST(LocalCalendarTest, AddingDaysKeepsWallClockAcrossDaylightSaving) {
     const LocalCalendar berlin("Europe/Berlin", "en_US");
     EXPECT_EQ(berlin.addingDays(1774738800, 1), 1774821600);  // 23 hours later
     EXPECT_EQ(berlin.startOfDay(1774821600 - 1), 1774738800);
+}
+
+namespace {
+
+// Instants computed independently of this code (IANA zone data via date(1)).
+// Havana, Sunday 1 November 2026: at 01:00 CDT the clocks fall back to 00:00
+// CST, so the day has two midnights.
+constexpr double kHavanaFirstMidnight = 1793505600;   // 2026-11-01T04:00:00Z
+constexpr double kHavanaSecondMidnight = 1793509200;  // 2026-11-01T05:00:00Z
+constexpr double kHavanaNovember1Noon = 1793552400;   // 2026-11-01T17:00:00Z
+constexpr double kHavanaNovember2Midnight = 1793595600;
+constexpr double kHavanaOctober31Midnight = 1793419200;
+// Beirut, Sunday 27 March 2022: at 00:00 the clocks jump to 01:00, so the day
+// has no midnight and starts at 01:00 EEST.
+constexpr double kBeirutMarch26Midnight = 1648245600;  // 2022-03-25T22:00:00Z
+constexpr double kBeirutMarch27Start = 1648332000;     // 2022-03-26T22:00:00Z
+constexpr double kBeirutMarch27Noon = 1648375200;      // 2022-03-27T10:00:00Z (13:00 local)
+constexpr double kBeirutMarch28Midnight = 1648414800;  // 2022-03-27T21:00:00Z
+
+const char* const kDateTimePattern = "yyyy-MM-dd'T'HH:mm:ss";
+
+}  // namespace
+
+TEST(LocalCalendarTest, InstantsBeyondTheRepresentableRangeAreWrittenAsItsNearerEnd) {
+    EXPECT_EQ(formatUTCInternetDateTime(253402300799), "9999-12-31T23:59:59Z");
+    EXPECT_EQ(formatUTCInternetDateTime(253402300799.9), "9999-12-31T23:59:59Z");
+    EXPECT_EQ(formatUTCInternetDateTime(253402300800), "9999-12-31T23:59:59Z");
+    EXPECT_EQ(formatUTCInternetDateTime(1e12), "9999-12-31T23:59:59Z");
+    EXPECT_EQ(formatUTCInternetDateTime(9.3e18), "9999-12-31T23:59:59Z");  // beyond 2^63 seconds
+    EXPECT_EQ(formatUTCInternetDateTime(1e300), "9999-12-31T23:59:59Z");
+    EXPECT_EQ(formatUTCInternetDateTime(std::numeric_limits<double>::infinity()), "9999-12-31T23:59:59Z");
+    EXPECT_EQ(formatUTCInternetDateTime(-62167219200), "0000-01-01T00:00:00Z");
+    EXPECT_EQ(formatUTCInternetDateTime(-62167219200.5), "0000-01-01T00:00:00Z");
+    EXPECT_EQ(formatUTCInternetDateTime(-3.6e19), "0000-01-01T00:00:00Z");  // --since 1e16h
+    EXPECT_EQ(formatUTCInternetDateTime(-1e300), "0000-01-01T00:00:00Z");
+    EXPECT_EQ(formatUTCInternetDateTime(-std::numeric_limits<double>::infinity()), "0000-01-01T00:00:00Z");
+    EXPECT_EQ(formatUTCInternetDateTime(std::nan("")), "0000-01-01T00:00:00Z");
+}
+
+TEST(LocalCalendarTest, LocalTextsKeepFourDigitYears) {
+    const LocalCalendar tokyo("Asia/Tokyo", "ja_JP");
+    EXPECT_EQ(tokyo.localInternetDateTime(1e300), "9999-12-31T23:59:59+09:00");
+    EXPECT_EQ(tokyo.localInternetDateTime(253402300799), "9999-12-31T23:59:59+09:00");
+    EXPECT_EQ(tokyo.localDate(1e300), "9999-12-31");
+    const LocalCalendar utc("UTC", "en_US");
+    EXPECT_EQ(utc.localInternetDateTime(-1e300), "0000-01-01T00:00:00Z");
+    EXPECT_EQ(utc.localDate(std::nan("")), "0000-01-01");
+}
+
+TEST(LocalCalendarTest, CalendarArithmeticTakesAnOutOfRangeInstantAsTheNearerEnd) {
+    const LocalCalendar utc("UTC", "en_US");
+    EXPECT_EQ(utc.startOfDay(1e300), 253402214400);  // 9999-12-31T00:00:00Z
+    EXPECT_EQ(utc.startOfFollowingDay(1e300), 253402300800);
+    EXPECT_EQ(utc.startOfDay(-1e300), -62167219200);
+    EXPECT_EQ(utc.startOfDay(std::nan("")), -62167219200);
+    EXPECT_EQ(utc.addingDays(std::numeric_limits<double>::infinity(), -1), 253402214399);
+    EXPECT_EQ(clampToRepresentableRange(1775037600.5), 1775037600.5);
+    EXPECT_EQ(clampToRepresentableRange(9.3e18), kLatestRepresentableInstant);
+    EXPECT_EQ(clampToRepresentableRange(-9.3e18), kEarliestRepresentableInstant);
+}
+
+TEST(LocalCalendarTest, OnlyRepresentableInstantsAreParsed) {
+    EXPECT_EQ(parseInternetDateTime("9999-12-31T23:59:59Z"), 253402300799);
+    EXPECT_EQ(parseInternetDateTime("0000-01-01T00:00:00Z"), -62167219200);
+    EXPECT_FALSE(parseInternetDateTime("9999-12-31T23:00:00-05:00").has_value());  // 10000 in UTC
+    EXPECT_FALSE(parseInternetDateTime("0000-01-01T00:30:00+01:00").has_value());  // -0001 in UTC
+    const LocalCalendar utc("UTC", "en_US");
+    EXPECT_EQ(utc.parseLocalPattern("9999-12-31", "yyyy-MM-dd"), 253402214400);
+    EXPECT_FALSE(utc.parseLocalPattern("10000-01-01", "yyyy-MM-dd").has_value());
+    const LocalCalendar newYork("America/New_York", "en_US");
+    EXPECT_FALSE(newYork.parseLocalPattern("9999-12-31T23:00:00", kDateTimePattern).has_value());
+}
+
+TEST(LocalCalendarTest, DatesAreProlepticGregorianBefore1582) {
+    // A Julian calendar would read 1000-01-01 as the Gregorian 1000-01-06,
+    // and has no 10 October 1582 at all.
+    const LocalCalendar utc("UTC", "en_US");
+    EXPECT_EQ(utc.parseLocalPattern("1000-01-01", "yyyy-MM-dd"), -30610224000);
+    EXPECT_EQ(formatUTCInternetDateTime(-30610224000), "1000-01-01T00:00:00Z");
+    EXPECT_EQ(utc.parseLocalPattern("1582-10-10", "yyyy-MM-dd"), -12219724800);
+    EXPECT_EQ(utc.startOfDay(-30610224000 + 3600), -30610224000);
+    EXPECT_EQ(utc.startOfFollowingDay(-30610224000), -30610224000 + 86400);
+}
+
+TEST(LocalCalendarTest, ADayWithTwoMidnightsStartsAtTheFirst) {
+    const LocalCalendar havana("America/Havana", "en_US");
+    EXPECT_EQ(havana.startOfDay(kHavanaNovember1Noon), kHavanaFirstMidnight);
+    EXPECT_EQ(havana.startOfDay(kHavanaFirstMidnight + 1800), kHavanaFirstMidnight);
+    EXPECT_EQ(havana.startOfDay(kHavanaSecondMidnight + 1800), kHavanaFirstMidnight);
+    EXPECT_EQ(havana.startOfFollowingDay(kHavanaNovember1Noon), kHavanaNovember2Midnight);
+    EXPECT_EQ(havana.startOfFollowingDay(kHavanaOctober31Midnight + 3600), kHavanaFirstMidnight);
+    // 31 October 00:30 plus one day is the first 00:30 of 1 November.
+    EXPECT_EQ(havana.addingDays(kHavanaOctober31Midnight + 1800, 1), kHavanaFirstMidnight + 1800);
+}
+
+TEST(LocalCalendarTest, ARepeatedWallClockTimeIsReadAsItsFirstOccurrence) {
+    const LocalCalendar havana("America/Havana", "en_US");
+    EXPECT_EQ(havana.parseLocalPattern("2026-11-01", "yyyy-MM-dd"), kHavanaFirstMidnight);
+    EXPECT_EQ(havana.parseLocalPattern("2026-11-01T00:30:00", kDateTimePattern), kHavanaFirstMidnight + 1800);
+    // 01:00 happens once, an hour after the second midnight.
+    EXPECT_EQ(havana.parseLocalPattern("2026-11-01T01:00:00", kDateTimePattern), kHavanaSecondMidnight + 3600);
+}
+
+TEST(LocalCalendarTest, ADayWithoutMidnightStartsWhenTheClocksJumpPastIt) {
+    const LocalCalendar beirut("Asia/Beirut", "en_US");
+    EXPECT_EQ(beirut.startOfDay(kBeirutMarch27Noon), kBeirutMarch27Start);
+    EXPECT_EQ(beirut.startOfFollowingDay(kBeirutMarch27Noon), kBeirutMarch28Midnight);
+    EXPECT_EQ(beirut.startOfFollowingDay(kBeirutMarch26Midnight + 3600), kBeirutMarch27Start);
+    EXPECT_EQ(beirut.addingDays(kBeirutMarch26Midnight + 1800, 1), kBeirutMarch27Start);
+    const LocalCalendar santiago("America/Santiago", "es_CL");
+    EXPECT_EQ(santiago.startOfDay(1662868800 + 3600), 1662868800);  // 2022-09-11 01:00 -03
+    EXPECT_EQ(santiago.startOfFollowingDay(1662868800), 1662951600);
+}
+
+TEST(LocalCalendarTest, ASkippedWallClockTimeIsReadAsTheEndOfTheJump) {
+    const LocalCalendar beirut("Asia/Beirut", "en_US");
+    EXPECT_EQ(beirut.parseLocalPattern("2022-03-27", "yyyy-MM-dd"), kBeirutMarch27Start);
+    EXPECT_EQ(beirut.parseLocalPattern("2022-03-27T00:30:00", kDateTimePattern), kBeirutMarch27Start);
+    EXPECT_EQ(beirut.parseLocalPattern("2022-03-27T01:00:00", kDateTimePattern), kBeirutMarch27Start);
+    EXPECT_EQ(beirut.parseLocalPattern("2022-03-27T01:30:00", kDateTimePattern), kBeirutMarch27Start + 1800);
+    const LocalCalendar berlin("Europe/Berlin", "en_US");
+    // 02:30 on 29 March 2026 does not exist in Berlin; 03:00 CEST does.
+    EXPECT_EQ(berlin.parseLocalPattern("2026-03-29T02:30:00", kDateTimePattern), 1774746000);
+    const LocalCalendar santiago("America/Santiago", "es_CL");
+    EXPECT_EQ(santiago.parseLocalPattern("2022-09-11", "yyyy-MM-dd"), 1662868800);
 }

@@ -1,10 +1,15 @@
 #include "status/StatusResponse.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <iostream>
+#include <limits>
 #include <sstream>
 
 #include "platform/LocalCalendar.h"
+#include "platform/StandardStreams.h"
 
 using namespace VarnholtQueryLib;
 
@@ -325,4 +330,53 @@ TEST(StatusResponseTest, DiagnosisNeedsBothCodeAndMessage) {
     StatusData data = bareStatus();
     data.diagnosis = "IDLE";
     EXPECT_EQ(human(data).find("=== Diagnosis ==="), std::string::npos);
+}
+
+// Times far outside any calendar (a recorder's clock gone wrong, a REAL column
+// holding 1e300) are written as the nearest instant a four-digit year can
+// name, in both renderings.
+TEST(StatusResponseTest, TimesBeyondYear9999AreWrittenAsItsLastSecond) {
+    StatusData data = bareStatus();
+    OperationalMetrics metrics;
+    metrics.lastFrameTimestamp = 1e300;
+    metrics.lastObservationTimestamp = -1e300;
+    metrics.firstObservationAt = std::numeric_limits<std::int64_t>::min();
+    metrics.lastObservationAt = std::numeric_limits<std::int64_t>::max();
+    data.operationalMetrics = metrics;
+    data.lastDbModified = 9.3e18;
+    const LocalCalendar calendar("UTC", "en_US");
+    const JSON document = makeStatusResponse(data, calendar);
+    EXPECT_EQ(document["data"]["operational"]["last_frame_at"], "9999-12-31T23:59:59Z");
+    EXPECT_EQ(document["data"]["operational"]["last_observation_at"], "0000-01-01T00:00:00Z");
+    EXPECT_EQ(document["data"]["database"]["first_observation_at"], "0000-01-01T00:00:00Z");
+    EXPECT_EQ(document["data"]["database"]["last_observation_at"], "9999-12-31T23:59:59Z");
+    EXPECT_EQ(document["data"]["last_db_modified"], "9999-12-31T23:59:59Z");
+    const std::string report = human(data);
+    EXPECT_NE(report.find("  First observation: 0000-01-01T00:00:00Z\n"
+                          "  Last observation: 9999-12-31T23:59:59Z\n"),
+              std::string::npos)
+        << report;
+    EXPECT_NE(report.find("  Last frame:        9999-12-31T23:59:59Z\n"
+                          "  Last observation:  0000-01-01T00:00:00Z\n"),
+              std::string::npos)
+        << report;
+}
+
+// The report on a terminal that went away: the front end's final check
+// finds the lost bytes and names the reason once.
+TEST(StatusResponseTest, AHumanReportThatCannotBeWrittenIsReportedAsLost) {
+    const int full = open("/dev/full", O_WRONLY);
+    ASSERT_GE(full, 0);
+    DescriptorOutputBuffer unwritable(full);
+    std::ostringstream errors;
+    std::streambuf* const standardOutput = std::cout.rdbuf(&unwritable);
+    std::streambuf* const standardError = std::cerr.rdbuf(errors.rdbuf());
+    printHumanStatus(fullStatus(), std::cout);
+    const bool written = confirmOutputWritten();
+    std::cout.rdbuf(standardOutput);
+    std::cerr.rdbuf(standardError);
+    std::cout.clear();
+    close(full);
+    EXPECT_FALSE(written);
+    EXPECT_EQ(errors.str(), "Failed to write to standard output: No space left on device\n");
 }

@@ -2,9 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 #include <filesystem>
 #include <fstream>
+#include <ios>
 #include <map>
+#include <set>
 #include <utility>
 #include <vector>
 
@@ -38,6 +42,8 @@ class FakeFileSystem final : public FileSystemPort {
 public:
     std::map<std::string, FileAttributes> attributesByPath;
     std::map<std::string, std::string> contentsByPath;
+    // Paths whose read throws, as a careless file reader does on a directory.
+    std::set<std::string> throwingPaths;
 
     std::optional<FileAttributes> attributes(const std::string& path) const override {
         const auto found = attributesByPath.find(path);
@@ -45,6 +51,9 @@ public:
         return found->second;
     }
     std::optional<std::string> readFile(const std::string& path) const override {
+        if (throwingPaths.count(path) != 0) {
+            throw std::ios_base::failure("basic_filebuf::underflow error reading the file");
+        }
         const auto found = contentsByPath.find(path);
         if (found == contentsByPath.end()) return std::nullopt;
         return found->second;
@@ -179,6 +188,13 @@ protected:
         const StatusUseCase useCase(&query, tails, fileSystem, clock, kHome);
         return useCase.execute();
     }
+    // The use case over the real file system and tail, without metrics.
+    StatusData executeOnTheSystem(const std::string& home) const {
+        const SystemProcess processes;
+        const SystemFileSystem files;
+        const FSTailTailLogPort tails(processes);
+        return StatusUseCase(nullptr, &tails, files, clock, home).execute();
+    }
     void databaseModifiedAt(double instant, std::int64_t size = 4096) {
         fileSystem.attributesByPath[kDatabase] = FileAttributes{size, instant};
     }
@@ -289,11 +305,7 @@ TEST_F(StatusUseCaseExecuteTest, MissingLogFileGivesAnEmptyTailWithTheRealTail) 
     VarnholtTestSupport::TemporaryDirectory home;
     std::filesystem::create_directories(home.file(".varnholt/logs"));
     std::ofstream(home.file(".varnholt/logs/recorder.log")) << "one\ntwo\n";
-    const SystemProcess processes;
-    const SystemFileSystem files;
-    const FSTailTailLogPort tails(processes);
-    const StatusUseCase useCase(nullptr, &tails, files, clock, home.path());
-    const StatusData data = useCase.execute();
+    const StatusData data = executeOnTheSystem(home.path());
     EXPECT_EQ(data.tailLogRecorder, "one\ntwo\n");
     EXPECT_EQ(data.tailLogBridge, "");
     EXPECT_EQ(data.tailLogBridgeErrors, "");
@@ -336,4 +348,48 @@ TEST_F(StatusUseCaseExecuteTest, ReportWithExtraKeysIsStillDegraded) {
 TEST_F(StatusUseCaseExecuteTest, MalformedReportIsHealthy) {
     fileSystem.contentsByPath[kReport] = "{\"reason\": ";
     EXPECT_EQ(run(std::nullopt, nullptr).bridgeHealth->status, "healthy");
+}
+
+TEST_F(StatusUseCaseExecuteTest, AReportThatCannotBeReadAtAllStillLeavesTheBridgeHealthy) {
+    fileSystem.throwingPaths.insert(kReport);
+    databaseModifiedAt(kNow - 10.0);
+    const StatusData data = run(metrics(1, 1, 1, 0, 1), nullptr);
+    EXPECT_EQ(*data.bridgeHealth, (StatusData::BridgeHealth{"healthy", std::nullopt, std::nullopt,
+                                                            std::nullopt}));
+    EXPECT_EQ(data.diagnosis, "HEALTHY");
+}
+
+TEST_F(StatusUseCaseExecuteTest, ALogPathHoldingNoRegularFileIsNotTailed) {
+    FileAttributes fifo;
+    fifo.isRegularFile = false;
+    fileSystem.attributesByPath["/home/tester/.varnholt/logs/mlx-bridge-recorder-vlm.log"] = fifo;
+    fileSystem.attributesByPath["/home/tester/.varnholt/logs/recorder.log"] = FileAttributes{10, kNow};
+    RecordingTailLogPort tails;
+    const StatusData data = run(std::nullopt, &tails);
+    const std::vector<std::pair<std::string, std::int64_t>> expected = {
+        {"/home/tester/.varnholt/logs/recorder.log", 20},
+        {"/home/tester/.varnholt/logs/mlx-bridge-recorder-vlm-stdout.log", 20},
+    };
+    EXPECT_EQ(tails.requests, expected);
+    EXPECT_EQ(data.tailLogRecorder, "tail of /home/tester/.varnholt/logs/recorder.log");
+    EXPECT_EQ(data.tailLogBridge, "");
+}
+
+// A FIFO would block a reader (and tail) until a writer comes, which may be
+// never; a directory fails the read. Neither may stop or fail the status.
+TEST_F(StatusUseCaseExecuteTest, FIFOsAndDirectoriesAmongTheSideFilesNeitherHangNorFail) {
+    VarnholtTestSupport::TemporaryDirectory home;
+    std::filesystem::create_directories(home.file(".varnholt/logs/mlx-bridge-recorder-vlm.log"));
+    ASSERT_EQ(mkfifo(home.file(".varnholt/logs/recorder.log").c_str(), 0600), 0);
+    ASSERT_EQ(mkfifo(home.file(".varnholt/last-bridge-error.json").c_str(), 0600), 0);
+    std::ofstream(home.file(".varnholt/logs/mlx-bridge-recorder-vlm-stdout.log")) << "ready\n";
+    const StatusData data = executeOnTheSystem(home.path());
+    EXPECT_EQ(data.tailLogRecorder, "");
+    EXPECT_EQ(data.tailLogBridge, "");
+    EXPECT_EQ(data.tailLogBridgeErrors, "ready\n");
+    EXPECT_EQ(data.bridgeHealth->status, "healthy");
+
+    std::filesystem::remove(home.file(".varnholt/last-bridge-error.json"));
+    std::filesystem::create_directories(home.file(".varnholt/last-bridge-error.json"));
+    EXPECT_EQ(executeOnTheSystem(home.path()).bridgeHealth->status, "healthy");
 }
