@@ -10,6 +10,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <limits>
 #include <stdexcept>
 
 namespace VarnholtQueryLib {
@@ -73,13 +74,25 @@ std::optional<int> digits(std::string_view text, size_t position, size_t width) 
     return value;
 }
 
+// Whole seconds of `instant`, toward the past, held in 64 bits: the nearer
+// end of that range for an instant beyond it, the earliest for a NaN.
+long long wholeSeconds(double instant) {
+    constexpr double kTwoToThe63 = 9223372036854775808.0;
+    if (std::isnan(instant)) return std::numeric_limits<long long>::min();
+    const double floored = std::floor(instant);
+    if (floored >= kTwoToThe63) return std::numeric_limits<long long>::max();
+    if (floored < -kTwoToThe63) return std::numeric_limits<long long>::min();
+    return static_cast<long long>(floored);
+}
+
 // "yyyy-MM-ddTHH:mm:ss" of the wall clock `offsetSeconds` east of UTC,
-// followed by `zoneSuffix`. The wall-clock time is clamped, not the instant,
-// so that the year keeps its four digits in every zone.
+// followed by `zoneSuffix`. The wall clock stays within 64-bit seconds too.
 std::string formatDateTime(double instant, int offsetSeconds, const std::string& zoneSuffix) {
-    const double wallClock = clampToRepresentableRange(
-        std::floor(clampToRepresentableRange(instant)) + offsetSeconds);
-    const auto seconds = static_cast<long long>(wallClock);
+    long long seconds = 0;
+    if (__builtin_add_overflow(wholeSeconds(instant), static_cast<long long>(offsetSeconds), &seconds)) {
+        seconds = offsetSeconds < 0 ? std::numeric_limits<long long>::min()
+                                    : std::numeric_limits<long long>::max();
+    }
     long long days = seconds / 86400;
     long long secondOfDay = seconds % 86400;
     if (secondOfDay < 0) {
@@ -149,16 +162,12 @@ std::optional<double> parseWallClock(std::string_view text, const char* pattern)
     return parsed / kMillisPerSecond;
 }
 
-bool isRepresentable(double instant) {
-    return instant >= kEarliestRepresentableInstant && instant <= kLatestRepresentableInstant;
-}
-
 }  // namespace
 
-double clampToRepresentableRange(double instant) {
-    if (std::isnan(instant)) return kEarliestRepresentableInstant;
-    if (instant < kEarliestRepresentableInstant) return kEarliestRepresentableInstant;
-    if (instant > kLatestRepresentableInstant) return kLatestRepresentableInstant;
+double clampToCalendarRange(double instant) {
+    if (std::isnan(instant)) return kEarliestCalendarInstant;
+    if (instant < kEarliestCalendarInstant) return kEarliestCalendarInstant;
+    if (instant > kLatestCalendarInstant) return kLatestCalendarInstant;
     return instant;
 }
 
@@ -188,7 +197,7 @@ std::unique_ptr<icu::Calendar> LocalCalendar::calendarAt(double instant) const {
         icu::Calendar::createInstance(zone_->clone(), *locale_, status));
     check(status, "Cannot create a calendar");
     configure(*calendar);
-    calendar->setTime(clampToRepresentableRange(instant) * kMillisPerSecond, status);
+    calendar->setTime(clampToCalendarRange(instant) * kMillisPerSecond, status);
     check(status, "Cannot set the calendar's time");
     return calendar;
 }
@@ -236,7 +245,7 @@ double LocalCalendar::startOfWeek(double instant) const {
 std::optional<double> LocalCalendar::parseLocalPattern(std::string_view text,
                                                        const char* pattern) const {
     const std::optional<double> wallClock = parseWallClock(text, pattern);
-    if (!wallClock || !isRepresentable(*wallClock)) return std::nullopt;
+    if (!wallClock) return std::nullopt;
     long long year = 0;
     unsigned month = 0, day = 0;
     const auto seconds = static_cast<long long>(*wallClock);
@@ -255,19 +264,19 @@ std::optional<double> LocalCalendar::parseLocalPattern(std::string_view text,
     calendar->set(UCAL_HOUR_OF_DAY, static_cast<int32_t>(secondOfDay / 3600));
     calendar->set(UCAL_MINUTE, static_cast<int32_t>(secondOfDay / 60 % 60));
     calendar->set(UCAL_SECOND, static_cast<int32_t>(secondOfDay % 60));
-    const double instant = timeOf(*calendar, "Cannot read a local date");
-    if (!isRepresentable(instant)) return std::nullopt;
-    return instant;
+    return timeOf(*calendar, "Cannot read a local date");
 }
 
 std::string LocalCalendar::localDate(double instant) const {
-    return localInternetDateTime(instant).substr(0, 10);
+    // The date part runs to the "T": a year may have more than four digits.
+    const std::string dateTime = localInternetDateTime(instant);
+    return dateTime.substr(0, dateTime.find('T'));
 }
 
 std::string LocalCalendar::localInternetDateTime(double instant) const {
     int32_t rawOffset = 0, dstOffset = 0;
     UErrorCode status = U_ZERO_ERROR;
-    zone_->getOffset(std::floor(clampToRepresentableRange(instant)) * kMillisPerSecond, false,
+    zone_->getOffset(std::floor(clampToCalendarRange(instant)) * kMillisPerSecond, false,
                      rawOffset, dstOffset, status);
     check(status, "Cannot read the zone offset");
     const int offsetSeconds = (rawOffset + dstOffset) / 1000;
@@ -285,7 +294,7 @@ std::string LocalCalendar::shortLocalTime(double instant) const {
     if (!format) return formatDateTime(instant, 0, "").substr(11, 5);
     format->setTimeZone(*zone_);
     icu::UnicodeString text;
-    format->format(clampToRepresentableRange(instant) * kMillisPerSecond, text);
+    format->format(clampToCalendarRange(instant) * kMillisPerSecond, text);
     return utf8(text);
 }
 
@@ -321,10 +330,8 @@ std::optional<double> parseInternetDateTime(std::string_view text) {
     }
     const long long days =
         daysFromCivil(*year, static_cast<unsigned>(*month), static_cast<unsigned>(*day));
-    const auto instant = static_cast<double>(days * 86400 + *hour * 3600LL + *minute * 60LL +
-                                             *second - offsetSeconds);
-    if (!isRepresentable(instant)) return std::nullopt;
-    return instant;
+    return static_cast<double>(days * 86400 + *hour * 3600LL + *minute * 60LL + *second -
+                               offsetSeconds);
 }
 
 }  // namespace VarnholtQueryLib

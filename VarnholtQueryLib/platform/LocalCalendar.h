@@ -16,27 +16,25 @@ U_NAMESPACE_END
 namespace VarnholtQueryLib {
 
 // Instants are seconds since 1970-01-01 UTC as doubles, the recorder's unit,
-// and any double may arrive: the database holds what the recorder (or
-// anything else) wrote, and a duration such as "1e16h" reaches far beyond
-// any calendar. The tool writes instants as ISO 8601 internet date-times,
-// whose year has exactly four digits, so the instants it can write are
-// 0000-01-01T00:00:00Z to 9999-12-31T23:59:59Z. That is the representable
-// range, for the texts and for the calendar alike (ICU's own limit, about
-// 5.8 million years either way, lies far outside it):
-//  - a text of an instant outside it names the nearer end of the range; a
-//    NaN, which is no instant at all, names the earliest;
-//  - calendar operations take an instant outside it as the nearer end, so
-//    no arithmetic or cast ever leaves the range a double and ICU can hold;
-//  - parsing accepts only texts whose instant lies inside it, so every
-//    instant read from the command line is echoed exactly.
+// and any double may arrive: the database holds whatever was written to it,
+// and a duration such as "1e16h" reaches far beyond any calendar. Two ranges
+// bound what can be done with an instant; one outside a range is taken as
+// the nearer end of it (a NaN, which is no instant at all, as the earlier):
+//  - texts are made from whole seconds held in 64 bits, so every instant
+//    from -2^63 s up to (not including) 2^63 s is written exactly, years of
+//    more than four digits included ("318857-05-20T17:46:40Z"), and one
+//    beyond is written as the first or last of those seconds: 1e300 gives
+//    292277026596-12-04T15:30:07Z, -1e300 -292277022657-01-27T08:29:52Z;
+//  - calendar arithmetic runs in ICU, which holds about 5.8 million years
+//    either side of 1970 and pins anything beyond to its own ends.
 // Dates are proleptic Gregorian throughout, as ISO 8601 counts them: the
 // calendar does not switch to the Julian calendar before 1582, so a date
 // typed, computed and written agree at any year.
-inline constexpr double kEarliestRepresentableInstant = -62167219200.0;  // 0000-01-01T00:00:00Z
-inline constexpr double kLatestRepresentableInstant = 253402300799.0;    // 9999-12-31T23:59:59Z
+inline constexpr double kEarliestCalendarInstant = -184303902528000.0;  // ICU's first second
+inline constexpr double kLatestCalendarInstant = 183882168921600.0;     // ICU's last second
 
-// `instant` moved into the representable range as described above.
-double clampToRepresentableRange(double instant);
+// `instant` moved into the calendar's range as described above.
+double clampToCalendarRange(double instant);
 
 // The user's calendar: a time zone and a locale, with the calendar arithmetic
 // and the local date texts the tool needs.
@@ -89,15 +87,13 @@ public:
     // "yyyy-MM-dd") in the en_US_POSIX locale, strictly: the whole text must
     // match and every field be in range. The wall-clock time it names is
     // read in this zone as described above (a bare date gives the start of
-    // that day). Absent when the text does not match or its instant is not
-    // representable.
+    // that day). Absent when the text does not match.
     std::optional<double> parseLocalPattern(std::string_view text, const char* pattern) const;
 
     // "yyyy-MM-dd" of the local day of `instant` (en_US_POSIX digits).
     std::string localDate(double instant) const;
     // ISO 8601 internet date-time in this zone with its offset ("+01:00",
-    // "-05:30"; "Z" for a zero offset), whole seconds. Its wall-clock part
-    // stays within years 0000 to 9999 like every text the tool writes.
+    // "-05:30"; "Z" for a zero offset), whole seconds.
     std::string localInternetDateTime(double instant) const;
     // The locale's short time of day, date omitted ("3:04 PM", "15:04").
     std::string shortLocalTime(double instant) const;
@@ -110,14 +106,13 @@ private:
 };
 
 // ISO 8601 internet date-time in UTC with "Z", whole seconds (the fraction is
-// dropped toward the past): 2026-04-01T09:30:00Z. Outside the representable
-// range, the nearer end: 1e300 gives 9999-12-31T23:59:59Z.
+// dropped toward the past): 2026-04-01T09:30:00Z. Beyond 64-bit seconds, the
+// nearer end of them, as described above.
 std::string formatUTCInternetDateTime(double instant);
 
 // Parses an ISO 8601 internet date-time: yyyy-MM-ddTHH:mm:ss followed by "Z"
 // or a "+hh:mm"/"-hh:mm" offset, no fractional seconds, every field in range.
-// Absent for anything else, and when the instant it names is not
-// representable (9999-12-31T23:00:00-05:00 is already year 10000 in UTC).
+// Absent for anything else.
 std::optional<double> parseInternetDateTime(std::string_view text);
 
 }  // namespace VarnholtQueryLib

@@ -97,54 +97,63 @@ const char* const kDateTimePattern = "yyyy-MM-dd'T'HH:mm:ss";
 
 }  // namespace
 
-TEST(LocalCalendarTest, InstantsBeyondTheRepresentableRangeAreWrittenAsItsNearerEnd) {
-    EXPECT_EQ(formatUTCInternetDateTime(253402300799), "9999-12-31T23:59:59Z");
+// Years of more than four digits are written as they are; only instants
+// beyond 64-bit seconds, which no arithmetic could hold, are written as the
+// nearer end of that range.
+TEST(LocalCalendarTest, InstantsBeyond64BitSecondsAreWrittenAsTheNearerEnd) {
     EXPECT_EQ(formatUTCInternetDateTime(253402300799.9), "9999-12-31T23:59:59Z");
-    EXPECT_EQ(formatUTCInternetDateTime(253402300800), "9999-12-31T23:59:59Z");
-    EXPECT_EQ(formatUTCInternetDateTime(1e12), "9999-12-31T23:59:59Z");
-    EXPECT_EQ(formatUTCInternetDateTime(9.3e18), "9999-12-31T23:59:59Z");  // beyond 2^63 seconds
-    EXPECT_EQ(formatUTCInternetDateTime(1e300), "9999-12-31T23:59:59Z");
-    EXPECT_EQ(formatUTCInternetDateTime(std::numeric_limits<double>::infinity()), "9999-12-31T23:59:59Z");
-    EXPECT_EQ(formatUTCInternetDateTime(-62167219200), "0000-01-01T00:00:00Z");
-    EXPECT_EQ(formatUTCInternetDateTime(-62167219200.5), "0000-01-01T00:00:00Z");
-    EXPECT_EQ(formatUTCInternetDateTime(-3.6e19), "0000-01-01T00:00:00Z");  // --since 1e16h
-    EXPECT_EQ(formatUTCInternetDateTime(-1e300), "0000-01-01T00:00:00Z");
-    EXPECT_EQ(formatUTCInternetDateTime(-std::numeric_limits<double>::infinity()), "0000-01-01T00:00:00Z");
-    EXPECT_EQ(formatUTCInternetDateTime(std::nan("")), "0000-01-01T00:00:00Z");
+    EXPECT_EQ(formatUTCInternetDateTime(253402300800), "10000-01-01T00:00:00Z");
+    EXPECT_EQ(formatUTCInternetDateTime(1e12), "33658-09-27T01:46:40Z");
+    EXPECT_EQ(formatUTCInternetDateTime(-62167219201), "-001-12-31T23:59:59Z");
+    EXPECT_EQ(formatUTCInternetDateTime(9223372036854774784.0), "292277026596-12-04T15:13:04Z");
+    EXPECT_EQ(formatUTCInternetDateTime(9.3e18), "292277026596-12-04T15:30:07Z");
+    EXPECT_EQ(formatUTCInternetDateTime(1e300), "292277026596-12-04T15:30:07Z");
+    EXPECT_EQ(formatUTCInternetDateTime(std::numeric_limits<double>::infinity()),
+              "292277026596-12-04T15:30:07Z");
+    EXPECT_EQ(formatUTCInternetDateTime(-9223372036854775808.0), "-292277022657-01-27T08:29:52Z");
+    EXPECT_EQ(formatUTCInternetDateTime(-3.6e19), "-292277022657-01-27T08:29:52Z");  // --since 1e16h
+    EXPECT_EQ(formatUTCInternetDateTime(-1e300), "-292277022657-01-27T08:29:52Z");
+    EXPECT_EQ(formatUTCInternetDateTime(-std::numeric_limits<double>::infinity()),
+              "-292277022657-01-27T08:29:52Z");
+    EXPECT_EQ(formatUTCInternetDateTime(std::nan("")), "-292277022657-01-27T08:29:52Z");
 }
 
-TEST(LocalCalendarTest, LocalTextsKeepFourDigitYears) {
+TEST(LocalCalendarTest, LocalTextsStayWithin64BitSecondsAfterTheOffset) {
     const LocalCalendar tokyo("Asia/Tokyo", "ja_JP");
-    EXPECT_EQ(tokyo.localInternetDateTime(1e300), "9999-12-31T23:59:59+09:00");
-    EXPECT_EQ(tokyo.localInternetDateTime(253402300799), "9999-12-31T23:59:59+09:00");
-    EXPECT_EQ(tokyo.localDate(1e300), "9999-12-31");
-    const LocalCalendar utc("UTC", "en_US");
-    EXPECT_EQ(utc.localInternetDateTime(-1e300), "0000-01-01T00:00:00Z");
-    EXPECT_EQ(utc.localDate(std::nan("")), "0000-01-01");
+    EXPECT_EQ(tokyo.localInternetDateTime(1e12), "33658-09-27T10:46:40+09:00");
+    EXPECT_EQ(tokyo.localInternetDateTime(1e300), "292277026596-12-04T15:30:07+09:00");
+    EXPECT_EQ(tokyo.localDate(1e300), "292277026596-12-04");
+    const LocalCalendar newYork("America/New_York", "en_US");
+    // At the calendar's first instant New York keeps local mean time, 4:56:02
+    // behind UTC; the wall clock cannot go below the first 64-bit second.
+    EXPECT_EQ(newYork.localInternetDateTime(-1e300), "-292277022657-01-27T08:29:52-04:56");
+    EXPECT_EQ(newYork.localDate(1e12), "33658-09-26");
 }
 
+// ICU's calendar holds about 5.8 million years either side of 1970 and pins
+// anything beyond to its ends; NaN and the infinities go there too.
 TEST(LocalCalendarTest, CalendarArithmeticTakesAnOutOfRangeInstantAsTheNearerEnd) {
     const LocalCalendar utc("UTC", "en_US");
-    EXPECT_EQ(utc.startOfDay(1e300), 253402214400);  // 9999-12-31T00:00:00Z
-    EXPECT_EQ(utc.startOfFollowingDay(1e300), 253402300800);
-    EXPECT_EQ(utc.startOfDay(-1e300), -62167219200);
-    EXPECT_EQ(utc.startOfDay(std::nan("")), -62167219200);
-    EXPECT_EQ(utc.addingDays(std::numeric_limits<double>::infinity(), -1), 253402214399);
-    EXPECT_EQ(clampToRepresentableRange(1775037600.5), 1775037600.5);
-    EXPECT_EQ(clampToRepresentableRange(9.3e18), kLatestRepresentableInstant);
-    EXPECT_EQ(clampToRepresentableRange(-9.3e18), kEarliestRepresentableInstant);
+    EXPECT_EQ(formatUTCInternetDateTime(utc.startOfDay(1e300)), "5828963-12-20T00:00:00Z");
+    EXPECT_EQ(utc.startOfDay(1e300), kLatestCalendarInstant);
+    EXPECT_EQ(utc.startOfDay(std::numeric_limits<double>::infinity()), kLatestCalendarInstant);
+    EXPECT_EQ(utc.startOfDay(-1e300), kEarliestCalendarInstant);
+    EXPECT_EQ(utc.startOfDay(std::nan("")), kEarliestCalendarInstant);
+    EXPECT_EQ(utc.startOfDay(1e12), 999999993600);  // far years are still real days
+    EXPECT_EQ(clampToCalendarRange(1775037600.5), 1775037600.5);
+    EXPECT_EQ(clampToCalendarRange(9.3e18), kLatestCalendarInstant);
+    EXPECT_EQ(clampToCalendarRange(-9.3e18), kEarliestCalendarInstant);
 }
 
-TEST(LocalCalendarTest, OnlyRepresentableInstantsAreParsed) {
+TEST(LocalCalendarTest, DatesOfAnyYearAreParsed) {
     EXPECT_EQ(parseInternetDateTime("9999-12-31T23:59:59Z"), 253402300799);
     EXPECT_EQ(parseInternetDateTime("0000-01-01T00:00:00Z"), -62167219200);
-    EXPECT_FALSE(parseInternetDateTime("9999-12-31T23:00:00-05:00").has_value());  // 10000 in UTC
-    EXPECT_FALSE(parseInternetDateTime("0000-01-01T00:30:00+01:00").has_value());  // -0001 in UTC
+    EXPECT_EQ(parseInternetDateTime("9999-12-31T23:00:00-05:00"), 253402315200);  // 10000 in UTC
     const LocalCalendar utc("UTC", "en_US");
     EXPECT_EQ(utc.parseLocalPattern("9999-12-31", "yyyy-MM-dd"), 253402214400);
-    EXPECT_FALSE(utc.parseLocalPattern("10000-01-01", "yyyy-MM-dd").has_value());
+    EXPECT_EQ(utc.parseLocalPattern("10000-01-01", "yyyy-MM-dd"), 253402300800);
     const LocalCalendar newYork("America/New_York", "en_US");
-    EXPECT_FALSE(newYork.parseLocalPattern("9999-12-31T23:00:00", kDateTimePattern).has_value());
+    EXPECT_EQ(newYork.parseLocalPattern("9999-12-31T23:00:00", kDateTimePattern), 253402315200);
 }
 
 TEST(LocalCalendarTest, DatesAreProlepticGregorianBefore1582) {

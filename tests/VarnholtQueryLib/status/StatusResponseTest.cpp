@@ -333,9 +333,9 @@ TEST(StatusResponseTest, DiagnosisNeedsBothCodeAndMessage) {
 }
 
 // Times far outside any calendar (a recorder's clock gone wrong, a REAL column
-// holding 1e300) are written as the nearest instant a four-digit year can
-// name, in both renderings.
-TEST(StatusResponseTest, TimesBeyondYear9999AreWrittenAsItsLastSecond) {
+// holding 1e300) are written as the nearest 64-bit second, in both
+// renderings; far but holdable years are written as they are.
+TEST(StatusResponseTest, TimesBeyond64BitSecondsAreWrittenAsTheNearestOne) {
     StatusData data = bareStatus();
     OperationalMetrics metrics;
     metrics.lastFrameTimestamp = 1e300;
@@ -343,21 +343,21 @@ TEST(StatusResponseTest, TimesBeyondYear9999AreWrittenAsItsLastSecond) {
     metrics.firstObservationAt = std::numeric_limits<std::int64_t>::min();
     metrics.lastObservationAt = std::numeric_limits<std::int64_t>::max();
     data.operationalMetrics = metrics;
-    data.lastDbModified = 9.3e18;
+    data.lastDbModified = 1e12;
     const LocalCalendar calendar("UTC", "en_US");
     const JSON document = makeStatusResponse(data, calendar);
-    EXPECT_EQ(document["data"]["operational"]["last_frame_at"], "9999-12-31T23:59:59Z");
-    EXPECT_EQ(document["data"]["operational"]["last_observation_at"], "0000-01-01T00:00:00Z");
-    EXPECT_EQ(document["data"]["database"]["first_observation_at"], "0000-01-01T00:00:00Z");
-    EXPECT_EQ(document["data"]["database"]["last_observation_at"], "9999-12-31T23:59:59Z");
-    EXPECT_EQ(document["data"]["last_db_modified"], "9999-12-31T23:59:59Z");
+    EXPECT_EQ(document["data"]["operational"]["last_frame_at"], "292277026596-12-04T15:30:07Z");
+    EXPECT_EQ(document["data"]["operational"]["last_observation_at"], "-292277022657-01-27T08:29:52Z");
+    EXPECT_EQ(document["data"]["database"]["first_observation_at"], "-292277022657-01-27T08:29:52Z");
+    EXPECT_EQ(document["data"]["database"]["last_observation_at"], "292277026596-12-04T15:30:07Z");
+    EXPECT_EQ(document["data"]["last_db_modified"], "33658-09-27T01:46:40Z");
     const std::string report = human(data);
-    EXPECT_NE(report.find("  First observation: 0000-01-01T00:00:00Z\n"
-                          "  Last observation: 9999-12-31T23:59:59Z\n"),
+    EXPECT_NE(report.find("  First observation: -292277022657-01-27T08:29:52Z\n"
+                          "  Last observation: 292277026596-12-04T15:30:07Z\n"),
               std::string::npos)
         << report;
-    EXPECT_NE(report.find("  Last frame:        9999-12-31T23:59:59Z\n"
-                          "  Last observation:  0000-01-01T00:00:00Z\n"),
+    EXPECT_NE(report.find("  Last frame:        292277026596-12-04T15:30:07Z\n"
+                          "  Last observation:  -292277022657-01-27T08:29:52Z\n"),
               std::string::npos)
         << report;
 }
