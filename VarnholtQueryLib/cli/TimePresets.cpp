@@ -78,12 +78,13 @@ CLIError unparsableDate(const std::string& text, const std::string& label) {
 }  // namespace
 
 TimeRange today(const LocalCalendar& calendar, double now) {
-    return {calendar.startOfDay(now), calendar.startOfFollowingDay(now), "today"};
+    const double start = calendar.startOfDay(now);
+    return {start, calendar.addingDays(start, 1), "today"};
 }
 
 TimeRange yesterday(const LocalCalendar& calendar, double now) {
     const double start = calendar.startOfDay(calendar.addingDays(now, -1));
-    return {start, calendar.startOfFollowingDay(start), "yesterday"};
+    return {start, calendar.addingDays(start, 1), "yesterday"};
 }
 
 TimeRange thisWeek(const LocalCalendar& calendar, double now) {
@@ -91,8 +92,8 @@ TimeRange thisWeek(const LocalCalendar& calendar, double now) {
 }
 
 TimeRange lastActiveDay(const LocalCalendar& calendar, double lastTimestamp) {
-    return {calendar.startOfDay(lastTimestamp), calendar.startOfFollowingDay(lastTimestamp),
-            "last-active-day"};
+    const double start = calendar.startOfDay(lastTimestamp);
+    return {start, calendar.addingDays(start, 1), "last-active-day"};
 }
 
 TimeRange recent(const std::string& since, double now) {
@@ -124,9 +125,9 @@ TimeRange range(const LocalCalendar& calendar, const std::string& fromText,
                 const std::string& toText) {
     const ParsedDate from = parseDateInput(calendar, fromText, "--from");
     const ParsedDate to = parseDateInput(calendar, toText, "--to");
-    // A bare end date includes its whole day: the range ends where the next
-    // day starts.
-    const double end = to.dateOnly ? calendar.startOfFollowingDay(to.instant) : to.instant;
+    // A bare end date includes its whole day: the range ends one calendar day
+    // after that day's start.
+    const double end = to.dateOnly ? calendar.addingDays(to.instant, 1) : to.instant;
     if (!(from.instant < end)) {
         throw CLIError::invalidTimeRange("--from must be before --to");
     }
@@ -154,11 +155,12 @@ double parseSearchDateArgument(const LocalCalendar& calendar, const std::string&
                                const std::string& label, bool isEndOfDay) {
     const ParsedDate parsed = parseSearchDateInput(calendar, text, label);
     if (!isEndOfDay || !parsed.dateOnly) return parsed.instant;
-    // The day's last whole second: 23:59:59 on an ordinary day, and still
-    // the last second of the day when a daylight-saving change makes it 23
-    // or 25 hours long (midnight + 23:59:59 of elapsed time would end an
-    // hour late or early).
-    return calendar.startOfFollowingDay(parsed.instant) - 1.0;
+    // 23:59:59 after the day's start by calendar addition of hours, minutes
+    // and seconds, which count elapsed time: on a day of 23 or 25 hours the
+    // end lies an hour after or before the wall clock's 23:59:59.
+    const auto endOfDay = calendar.addingTime(parsed.instant, 23, 59, 59);
+    if (!endOfDay) throw unparsableDate(text, label);
+    return *endOfDay;
 }
 
 }  // namespace VarnholtQueryLib::TimePresets

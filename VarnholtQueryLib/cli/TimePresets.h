@@ -50,9 +50,9 @@ ParsedDate parseDateInput(const LocalCalendar& calendar, const std::string& text
                           const std::string& label);
 ParsedDate parseSearchDateInput(const LocalCalendar& calendar, const std::string& text,
                                 const std::string& label);
-// parseSearchDateInput, and with `isEndOfDay` a bare date means the last
-// whole second of that day (23:59:59, also on a day of 23 or 25 hours)
-// instead of its start.
+// parseSearchDateInput, and with `isEndOfDay` a bare date means its start
+// plus 23 hours, 59 minutes and 59 seconds (elapsed time, so 00:59:59 of the
+// next day after a 23-hour day) instead of its start.
 double parseSearchDateArgument(const LocalCalendar& calendar, const std::string& text,
                                const std::string& label, bool isEndOfDay);
 

@@ -208,19 +208,6 @@ double LocalCalendar::startOfDay(double instant) const {
     return timeOf(*calendar, "Cannot compute the start of the day");
 }
 
-double LocalCalendar::startOfFollowingDay(double instant) const {
-    auto calendar = calendarAt(instant);
-    // From the start of the day, one calendar day on and back to that day's
-    // start: the day may have begun after midnight, and the next one need
-    // not begin at the same wall-clock time.
-    setToStartOfDay(*calendar);
-    UErrorCode status = U_ZERO_ERROR;
-    calendar->add(UCAL_DATE, 1, status);
-    check(status, "Cannot add a day");
-    setToStartOfDay(*calendar);
-    return timeOf(*calendar, "Cannot compute the start of the next day");
-}
-
 double LocalCalendar::addingDays(double instant, int days) const {
     auto calendar = calendarAt(instant);
     UErrorCode status = U_ZERO_ERROR;
@@ -240,6 +227,18 @@ double LocalCalendar::startOfWeek(double instant) const {
     calendar->set(UCAL_WEEK_OF_YEAR, weekOfYear);
     calendar->set(UCAL_DAY_OF_WEEK, calendar->getFirstDayOfWeek());
     return timeOf(*calendar, "Cannot compute the start of the week");
+}
+
+std::optional<double> LocalCalendar::addingTime(double instant, int hours, int minutes,
+                                                int seconds) const {
+    auto calendar = calendarAt(instant);
+    UErrorCode status = U_ZERO_ERROR;
+    calendar->add(UCAL_HOUR_OF_DAY, hours, status);
+    calendar->add(UCAL_MINUTE, minutes, status);
+    calendar->add(UCAL_SECOND, seconds, status);
+    const UDate moved = calendar->getTime(status);
+    if (U_FAILURE(status)) return std::nullopt;
+    return moved / kMillisPerSecond;
 }
 
 std::optional<double> LocalCalendar::parseLocalPattern(std::string_view text,

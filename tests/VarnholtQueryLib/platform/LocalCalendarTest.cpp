@@ -164,7 +164,7 @@ TEST(LocalCalendarTest, DatesAreProlepticGregorianBefore1582) {
     EXPECT_EQ(formatUTCInternetDateTime(-30610224000), "1000-01-01T00:00:00Z");
     EXPECT_EQ(utc.parseLocalPattern("1582-10-10", "yyyy-MM-dd"), -12219724800);
     EXPECT_EQ(utc.startOfDay(-30610224000 + 3600), -30610224000);
-    EXPECT_EQ(utc.startOfFollowingDay(-30610224000), -30610224000 + 86400);
+    EXPECT_EQ(utc.addingDays(-30610224000, 1), -30610224000 + 86400);
 }
 
 TEST(LocalCalendarTest, ADayWithTwoMidnightsStartsAtTheFirst) {
@@ -172,10 +172,20 @@ TEST(LocalCalendarTest, ADayWithTwoMidnightsStartsAtTheFirst) {
     EXPECT_EQ(havana.startOfDay(kHavanaNovember1Noon), kHavanaFirstMidnight);
     EXPECT_EQ(havana.startOfDay(kHavanaFirstMidnight + 1800), kHavanaFirstMidnight);
     EXPECT_EQ(havana.startOfDay(kHavanaSecondMidnight + 1800), kHavanaFirstMidnight);
-    EXPECT_EQ(havana.startOfFollowingDay(kHavanaNovember1Noon), kHavanaNovember2Midnight);
-    EXPECT_EQ(havana.startOfFollowingDay(kHavanaOctober31Midnight + 3600), kHavanaFirstMidnight);
+    EXPECT_EQ(havana.addingDays(kHavanaFirstMidnight, 1), kHavanaNovember2Midnight);
+    EXPECT_EQ(havana.addingDays(kHavanaOctober31Midnight, 1), kHavanaFirstMidnight);
     // 31 October 00:30 plus one day is the first 00:30 of 1 November.
     EXPECT_EQ(havana.addingDays(kHavanaOctober31Midnight + 1800, 1), kHavanaFirstMidnight + 1800);
+}
+
+// Hours, minutes and seconds count elapsed time, whatever the wall clock
+// does meanwhile.
+TEST(LocalCalendarTest, AddingTimeCountsElapsedSeconds) {
+    const LocalCalendar berlin("Europe/Berlin", "de_DE");
+    constexpr double kBerlinMarch29Midnight = 1774738800;  // 2026-03-28T23:00:00Z, a 23-hour day
+    EXPECT_EQ(berlin.addingTime(kBerlinMarch29Midnight, 23, 59, 59), kBerlinMarch29Midnight + 86399);
+    const LocalCalendar havana("America/Havana", "en_US");
+    EXPECT_EQ(havana.addingTime(kHavanaFirstMidnight, 23, 59, 59), kHavanaFirstMidnight + 86399);
 }
 
 TEST(LocalCalendarTest, ARepeatedWallClockTimeIsReadAsItsFirstOccurrence) {
@@ -189,12 +199,13 @@ TEST(LocalCalendarTest, ARepeatedWallClockTimeIsReadAsItsFirstOccurrence) {
 TEST(LocalCalendarTest, ADayWithoutMidnightStartsWhenTheClocksJumpPastIt) {
     const LocalCalendar beirut("Asia/Beirut", "en_US");
     EXPECT_EQ(beirut.startOfDay(kBeirutMarch27Noon), kBeirutMarch27Start);
-    EXPECT_EQ(beirut.startOfFollowingDay(kBeirutMarch27Noon), kBeirutMarch28Midnight);
-    EXPECT_EQ(beirut.startOfFollowingDay(kBeirutMarch26Midnight + 3600), kBeirutMarch27Start);
+    // A calendar day later keeps the wall clock: 01:00 the next day.
+    EXPECT_EQ(beirut.addingDays(kBeirutMarch27Start, 1), kBeirutMarch28Midnight + 3600);
+    EXPECT_EQ(beirut.addingDays(kBeirutMarch26Midnight, 1), kBeirutMarch27Start);
     EXPECT_EQ(beirut.addingDays(kBeirutMarch26Midnight + 1800, 1), kBeirutMarch27Start);
     const LocalCalendar santiago("America/Santiago", "es_CL");
     EXPECT_EQ(santiago.startOfDay(1662868800 + 3600), 1662868800);  // 2022-09-11 01:00 -03
-    EXPECT_EQ(santiago.startOfFollowingDay(1662868800), 1662951600);
+    EXPECT_EQ(santiago.addingDays(1662868800, 1), 1662955200);  // 2022-09-12 01:00 -03
 }
 
 TEST(LocalCalendarTest, ASkippedWallClockTimeIsReadAsTheEndOfTheJump) {
