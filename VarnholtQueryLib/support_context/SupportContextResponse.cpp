@@ -1,6 +1,7 @@
 #include "support_context/SupportContextResponse.h"
 
 #include "platform/LocalCalendar.h"
+#include "search/PIIFilter.h"
 #include "status/StatusResponse.h"
 
 namespace VarnholtQueryLib {
@@ -11,7 +12,10 @@ JSON makeSupportContextResponse(const SupportContextSnapshot& context, const Sta
     for (const SupportContextObservation& observation : context.observations) {
         JSON entry = JSON::object();
         entry["timestamp"] = formatUTCInternetDateTime(observation.timestamp);
-        entry["vlm_description"] = observation.vlmDescription;
+        // The answer is pasted into support requests: the same filter as
+        // the search and timeline answers, applied where they apply it, to
+        // the text that is printed.
+        entry["vlm_description"] = PIIFilter::redact(observation.vlmDescription);
         entry["applications"] = observation.applications;
         observations.push_back(std::move(entry));
     }

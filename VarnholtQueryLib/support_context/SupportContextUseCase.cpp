@@ -5,8 +5,6 @@
 #include <unicode/uchar.h>
 #include <unicode/utf8.h>
 
-#include "search/PIIFilter.h"
-
 namespace VarnholtQueryLib {
 
 namespace {
@@ -63,17 +61,11 @@ SupportContextSnapshot SupportContextUseCase::execute(std::int64_t windowSeconds
     snapshot.windowSeconds = windowSeconds;
     std::optional<std::string> previousKept;
     for (const SupportContextObservation& row : rows) {
-        const std::string trimmed = trimmedDescription(row.vlmDescription);
+        std::string trimmed = trimmedDescription(row.vlmDescription);
         if (trimmed.empty()) continue;
-        // Redacted before the comparison: the reader sees only the redacted
-        // text, so two descriptions that differ in nothing but a masked
-        // address or token are one activity to them, and must take one of
-        // the few places, not two identical-looking ones. The answer then
-        // also stays the same when only a secret changes (a rotating token).
-        std::string redacted = PIIFilter::redact(trimmed);
-        if (previousKept && *previousKept == redacted) continue;
-        previousKept = redacted;
-        snapshot.observations.push_back({row.timestamp, std::move(redacted), row.applications});
+        if (previousKept && *previousKept == trimmed) continue;
+        previousKept = trimmed;
+        snapshot.observations.push_back({row.timestamp, std::move(trimmed), row.applications});
         // An equality test on purpose: a limit of 0 or below never stops the
         // walk.
         if (static_cast<std::int64_t>(snapshot.observations.size()) == limit) break;

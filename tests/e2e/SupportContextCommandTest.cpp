@@ -287,8 +287,8 @@ TEST(SupportContextCommandTest, AFIFOOrDirectoryAtTheReportPathIsAHealthyBridge)
 }
 
 // The answer is pasted into support requests: no address, credential or
-// token of the user's may travel with it. Neighbours that differ only in
-// what is masked read the same and take one place.
+// token of the user's may travel with it. Redaction changes only what is
+// printed: neighbours that differed before it are still two entries.
 TEST(SupportContextCommandTest, DescriptionsAreRedacted) {
     TemporaryHome home;
     createDatabase(home, R"SQL(
@@ -307,6 +307,13 @@ INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at
         "          \"Mail\"\n"
         "        ],\n"
         "        \"timestamp\" : \"2026-04-01T09:58:20Z\",\n"
+        "        \"vlm_description\" : \"Mailing the build log to [EMAIL]\"\n"
+        "      },\n"
+        "      {\n"
+        "        \"applications\" : [\n"
+        "          \"Mail\"\n"
+        "        ],\n"
+        "        \"timestamp\" : \"2026-04-01T09:56:40Z\",\n"
         "        \"vlm_description\" : \"Mailing the build log to [EMAIL]\"\n"
         "      },\n"
         "      {\n"

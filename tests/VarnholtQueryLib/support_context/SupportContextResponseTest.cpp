@@ -137,3 +137,21 @@ TEST(SupportContextResponseTest, OperationalBlockIsTheSameAsInTheStatusResponse)
     const JSON document = makeSupportContextResponse({kNow, 7200, {}}, status, calendar);
     EXPECT_EQ(document["data"]["status"]["operational"], makeOperationalJSON(status));
 }
+
+// The document is pasted into support requests: the same redaction as the
+// search and timeline answers, on the printed text only.
+TEST(SupportContextResponseTest, DescriptionsAreRedacted) {
+    const SupportContextSnapshot context{
+        kNow,
+        7200,
+        {{1775037500.0, "Mailing ada@example.com the password: hunter2", {}},
+         {1775037400.0, "Pasting token 0123456789abcdef0123456789abcdef into the shell", {}},
+         {1775037300.0, "Reading the design notes", {}}}};
+    const LocalCalendar calendar("UTC", "en_US");
+    const JSON document = makeSupportContextResponse(context, statusWithMetrics(), calendar);
+    const JSON& observations = document["data"]["recent_observations"];
+    ASSERT_EQ(observations.size(), 3u);
+    EXPECT_EQ(observations[0]["vlm_description"], "Mailing [EMAIL] the password: [REDACTED]");
+    EXPECT_EQ(observations[1]["vlm_description"], "Pasting token [TOKEN] into the shell");
+    EXPECT_EQ(observations[2]["vlm_description"], "Reading the design notes");
+}
