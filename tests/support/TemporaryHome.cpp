@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <ctime>
 #include <filesystem>
@@ -21,6 +22,8 @@ namespace {
 
 constexpr const char* kNssWrapper = "libnss_wrapper.so";
 constexpr const char* kFakeTime = "/usr/lib/x86_64-linux-gnu/faketime/libfaketime.so.1";
+constexpr const char* kSetpriv = "/usr/bin/setpriv";
+constexpr const char* kEnv = "/usr/bin/env";
 
 void writeText(const std::string& path, const std::string& content) {
     std::filesystem::create_directories(std::filesystem::path(path).parent_path());
@@ -73,9 +76,13 @@ TemporaryHome::TemporaryHome() {
     const std::string user = "tester";
     passwdFile_ = directory_.file(".nss/passwd");
     groupFile_ = directory_.file(".nss/group");
+    const std::string unprivileged = std::to_string(kUnprivilegedUserId);
     writeText(passwdFile_, user + ":x:" + std::to_string(getuid()) + ":" + std::to_string(getgid()) +
-                               ":Test User:" + directory_.path() + ":/bin/sh\n");
-    writeText(groupFile_, user + ":x:" + std::to_string(getgid()) + ":\n");
+                               ":Test User:" + directory_.path() + ":/bin/sh\n" +
+                               "unprivileged:x:" + unprivileged + ":" + unprivileged +
+                               ":Unprivileged Test User:" + directory_.path() + ":/bin/sh\n");
+    writeText(groupFile_, user + ":x:" + std::to_string(getgid()) + ":\n" + "unprivileged:x:" +
+                              unprivileged + ":\n");
 }
 
 std::string TemporaryHome::varnholtDirectory() const {
@@ -136,13 +143,25 @@ ProcessResult TemporaryHome::runProgram(const std::string& program,
     posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
 
     std::vector<std::string> argv = {program};
-    argv.insert(argv.end(), arguments.begin(), arguments.end());
     std::vector<std::string> envp = environment(options);
+    if (options.unprivileged) {
+        // setpriv itself runs without the preloads (libfaketime would share
+        // its clock with the child through a semaphore the unprivileged child
+        // may not open); env sets them for the program alone.
+        const auto preload = std::find_if(envp.begin(), envp.end(), [](const std::string& entry) {
+            return entry.rfind("LD_PRELOAD=", 0) == 0;
+        });
+        const std::string user = std::to_string(kUnprivilegedUserId);
+        argv = {kSetpriv, "--reuid=" + user, "--regid=" + user, "--clear-groups", "--", kEnv,
+                *preload, program};
+        envp.erase(preload);
+    }
+    argv.insert(argv.end(), arguments.begin(), arguments.end());
     auto argvPointers = pointers(argv);
     auto envPointers = pointers(envp);
 
     pid_t child = 0;
-    const int spawned = posix_spawn(&child, program.c_str(), &actions, nullptr,
+    const int spawned = posix_spawn(&child, argv.front().c_str(), &actions, nullptr,
                                     argvPointers.data(), envPointers.data());
     posix_spawn_file_actions_destroy(&actions);
     close(outPipe[1]);

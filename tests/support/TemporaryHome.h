@@ -27,6 +27,10 @@ struct InvocationOptions {
     std::optional<std::string> frozenTime;
     // Extra "NAME=value" entries.
     std::vector<std::string> extraEnvironment;
+    // Runs the program as TemporaryHome::kUnprivilegedUserId rather than as
+    // ourselves (through setpriv, so the test must run as root), for checks
+    // that file permissions would otherwise not stop.
+    bool unprivileged = false;
 };
 
 // A temporary directory registered as the current user's home through
@@ -35,6 +39,10 @@ struct InvocationOptions {
 // $HOME is set to a path that does not exist, to catch code that reads it.
 class TemporaryHome {
 public:
+    // The user an unprivileged run runs as; the password database lists it
+    // with this home too.
+    static constexpr unsigned kUnprivilegedUserId = 65534;
+
     TemporaryHome();
 
     const std::string& path() const { return directory_.path(); }
