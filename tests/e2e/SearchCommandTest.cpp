@@ -447,8 +447,13 @@ TEST_F(SearchCommandTest, UnparsableDate) {
               "INVALID_TIME_RANGE: Cannot parse --from date 'April'. Use ISO 8601 or yyyy-MM-dd format.");
 }
 
-TEST_F(SearchCommandTest, FTS5SyntaxErrorIsReportedWithSQLitesMessage) {
-    EXPECT_EQ(failure(search({"invoice \"unbalanced"})), "UNKNOWN_ERROR: unterminated string");
+TEST_F(SearchCommandTest, AnUnbalancedQuoteIsSearchedLiterally) {
+    // "invoice" OR "unbalanced": the invoice rows, ranked as for "invoice".
+    EXPECT_EQ(idsOf(document(search({"invoice \"unbalanced"}))), (std::vector<std::string>{"O-B", "O-A", "O-C"}));
+}
+
+TEST_F(SearchCommandTest, AnFTS5ErrorWithNoWordsLeftIsReportedWithSQLitesMessage) {
+    EXPECT_EQ(failure(search({"\""})), "UNKNOWN_ERROR: unterminated string");
 }
 
 TEST_F(SearchCommandTest, MissingDatabase) {
@@ -457,6 +462,173 @@ TEST_F(SearchCommandTest, MissingDatabase) {
     options.frozenTime = "2026-04-01 10:00:00";
     const ProcessResult result = emptyHome.run({"search", "invoice"}, options);
     EXPECT_EQ(failure(result), "DB_NOT_FOUND: Database not found at " + emptyHome.databasePath());
+}
+
+// Descriptions with ordinary words that FTS5 reads as syntax when typed
+// bare, and one as long as a pasted log.
+constexpr const char* kOrdinaryWordsFixture = R"SQL(
+INSERT INTO observations (id, frame_id, type, timestamp, image_path, vlm_description, apps, created_at) VALUES
+  ('O-NODE', NULL, 'visual', 1775033400.0, NULL, 'Upgrading node.js to 22 in the Dockerfile',
+   '["Terminal"]', '2026-04-01T09:00:03Z'),
+  ('O-TYPE', NULL, 'visual', 1775033460.5, NULL, 'Debugging TypeError: x is undefined in checkout.js',
+   '["Google Chrome"]', '2026-04-01T09:01:03Z'),
+  ('O-LOG', NULL, 'visual', 1775033520.0, NULL,
+   replace(hex(zeroblob(524288)), '0', 'x') || ' overflowing log', '["Terminal"]', '2026-04-01T09:02:03Z');
+)SQL";
+
+class SearchCommandLiteralTest : public SearchCommandTest {
+protected:
+    void SetUp() override {
+        SearchCommandTest::SetUp();
+        sqlite3* handle = VarnholtSampleData::openWritableDatabase(home_.databasePath());
+        try {
+            VarnholtSampleData::execWritable(handle, kOrdinaryWordsFixture);
+        } catch (...) {
+            sqlite3_close(handle);
+            throw;
+        }
+        sqlite3_close(handle);
+    }
+};
+
+TEST_F(SearchCommandLiteralTest, DottedNameIsSearchedLiterally) {
+    const ProcessResult result = search({"node.js"});
+    EXPECT_EQ(result.exitStatus, 0);
+    EXPECT_EQ(result.standardError, "");
+    EXPECT_EQ(withClockReplaced(result.standardOutput),
+              R"({
+  "api_version" : 2,
+  "data" : {
+    "results" : [
+      {
+        "applications" : [
+          "Terminal"
+        ],
+        "entities" : [
+
+        ],
+        "observation_id" : "O-NODE",
+        "timestamp" : 1775033400,
+        "timestamp_iso" : "2026-04-01T08:50:00Z",
+        "vlm_description" : "Upgrading node.js to 22 in the Dockerfile"
+      }
+    ]
+  },
+  "error" : null,
+  "meta" : {
+    "current_date" : "<date>",
+    "current_datetime" : "<datetime>",
+    "has_more" : false,
+    "query" : {
+      "app_filter" : null,
+      "from" : "2026-03-31T10:00:00Z",
+      "keyword" : "node.js",
+      "latest_only" : false,
+      "limit" : 50,
+      "to" : null
+    },
+    "returned_results" : 1,
+    "timezone" : "Europe\/Berlin"
+  },
+  "ok" : true
+}
+)");
+}
+
+TEST_F(SearchCommandLiteralTest, ErrorMessageIsSearchedWordByWord) {
+    const ProcessResult result = search({"TypeError: x"});
+    EXPECT_EQ(result.exitStatus, 0);
+    EXPECT_EQ(result.standardError, "");
+    EXPECT_EQ(withClockReplaced(result.standardOutput),
+              R"({
+  "api_version" : 2,
+  "data" : {
+    "results" : [
+      {
+        "applications" : [
+          "Google Chrome"
+        ],
+        "entities" : [
+
+        ],
+        "observation_id" : "O-TYPE",
+        "timestamp" : 1775033460.5,
+        "timestamp_iso" : "2026-04-01T08:51:00Z",
+        "vlm_description" : "Debugging TypeError: x is undefined in checkout.js"
+      }
+    ]
+  },
+  "error" : null,
+  "meta" : {
+    "current_date" : "<date>",
+    "current_datetime" : "<datetime>",
+    "has_more" : false,
+    "query" : {
+      "app_filter" : null,
+      "from" : "2026-03-31T10:00:00Z",
+      "keyword" : "TypeError: x",
+      "latest_only" : false,
+      "limit" : 50,
+      "to" : null
+    },
+    "returned_results" : 1,
+    "timezone" : "Europe\/Berlin"
+  },
+  "ok" : true
+}
+)");
+}
+
+TEST_F(SearchCommandLiteralTest, TheOtherOrdinaryWordsAnswer) {
+    for (const char* keyword : {"feature-flag", "C++", "it's", "localhost:3000"}) {
+        const json printed = document(search({keyword}));
+        EXPECT_EQ(printed["ok"], true) << keyword;
+        EXPECT_TRUE(printed["data"]["results"].empty()) << keyword;
+    }
+}
+
+TEST_F(SearchCommandLiteralTest, AMegabyteDescriptionIsRedactedWhole) {
+    const ProcessResult result = search({"overflowing"});
+    EXPECT_EQ(result.exitStatus, 0);
+    EXPECT_EQ(result.standardError, "");
+    EXPECT_EQ(withClockReplaced(result.standardOutput),
+              R"({
+  "api_version" : 2,
+  "data" : {
+    "results" : [
+      {
+        "applications" : [
+          "Terminal"
+        ],
+        "entities" : [
+
+        ],
+        "observation_id" : "O-LOG",
+        "timestamp" : 1775033520,
+        "timestamp_iso" : "2026-04-01T08:52:00Z",
+        "vlm_description" : "[TOKEN] overflowing log"
+      }
+    ]
+  },
+  "error" : null,
+  "meta" : {
+    "current_date" : "<date>",
+    "current_datetime" : "<datetime>",
+    "has_more" : false,
+    "query" : {
+      "app_filter" : null,
+      "from" : "2026-03-31T10:00:00Z",
+      "keyword" : "overflowing",
+      "latest_only" : false,
+      "limit" : 50,
+      "to" : null
+    },
+    "returned_results" : 1,
+    "timezone" : "Europe\/Berlin"
+  },
+  "ok" : true
+}
+)");
 }
 
 }  // namespace
