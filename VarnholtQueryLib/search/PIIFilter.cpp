@@ -82,6 +82,21 @@ std::size_t endOfRun(std::string_view text, std::size_t position, Class inClass)
     return position;
 }
 
+// Walks `text` from left to right and calls `atRun(start, end)` for each run
+// of `inClass` bytes, from where the walk stands to where the run ends;
+// `atRun` returns where the walk goes on (at least `end`).
+template <typename Class, typename AtRun>
+void forEachRun(std::string_view text, Class inClass, AtRun atRun) {
+    std::size_t position = 0;
+    while (position < text.size()) {
+        if (inClass(text[position])) {
+            position = atRun(position, endOfRun(text, position, inClass));
+        } else {
+            ++position;
+        }
+    }
+}
+
 // --- 1. E-mail addresses ---------------------------------------------------
 
 // Where an address whose domain starts at `domainStart` ends, or kNone. The
@@ -102,26 +117,17 @@ std::size_t endOfEmailDomain(std::string_view text, std::size_t domainStart) {
 
 std::string maskEmailAddresses(std::string_view text) {
     Rewrite rewrite(text);
-    std::size_t position = 0;
-    while (position < text.size()) {
-        if (!isEmailLocalCharacter(text[position])) {
-            ++position;
-            continue;
-        }
-        // "@" is no local-part character, so from every start inside this run
-        // the local part can only end where the run ends: the whole run
-        // matches or no part of it does, and its start is the leftmost match.
-        const std::size_t at = endOfRun(text, position, isEmailLocalCharacter);
-        if (at < text.size() && text[at] == '@') {
-            const std::size_t end = endOfEmailDomain(text, at + 1);
-            if (end != kNone) {
-                rewrite.replace(position, end, "[EMAIL]");
-                position = end;
-                continue;
-            }
-        }
-        position = at;
-    }
+    // "@" is no local-part character, so from every start inside a run of
+    // local-part characters the local part can only end where the run ends:
+    // the whole run matches or no part of it does, and its start is the
+    // leftmost match.
+    forEachRun(text, isEmailLocalCharacter, [&](std::size_t start, std::size_t at) {
+        if (at >= text.size() || text[at] != '@') return at;
+        const std::size_t end = endOfEmailDomain(text, at + 1);
+        if (end == kNone) return at;
+        rewrite.replace(start, end, "[EMAIL]");
+        return end;
+    });
     return rewrite.finish();
 }
 
@@ -279,43 +285,28 @@ constexpr std::array<std::string_view, 3> kPasswordLabels = {"password", "passwd
 // match, and a maximal run matches whole or not at all.
 std::string maskHexTokens(std::string_view text) {
     Rewrite rewrite(text);
-    std::size_t position = 0;
-    while (position < text.size()) {
-        if (!isAsciiAlphanumeric(text[position])) {
-            ++position;
-            continue;
+    forEachRun(text, isAsciiAlphanumeric, [&](std::size_t start, std::size_t end) {
+        if (end - start >= 32 && endOfRun(text, start, isHexDigit) == end) {
+            rewrite.replace(start, end, "[TOKEN]");
         }
-        const std::size_t end = endOfRun(text, position, isAsciiAlphanumeric);
-        if (end - position >= 32 && endOfRun(text, position, isHexDigit) == end) {
-            rewrite.replace(position, end, "[TOKEN]");
-        }
-        position = end;
-    }
+        return end;
+    });
     return rewrite.finish();
 }
 
 std::string maskBase64Tokens(std::string_view text) {
     Rewrite rewrite(text);
-    std::size_t position = 0;
-    while (position < text.size()) {
-        if (!isBase64Character(text[position])) {
-            ++position;
-            continue;
-        }
-        const std::size_t runEnd = endOfRun(text, position, isBase64Character);
+    forEachRun(text, isBase64Character, [&](std::size_t start, std::size_t runEnd) {
         // Up to two padding signs, and then neither a run character nor a
         // third padding sign.
         std::size_t end = runEnd;
         while (end < text.size() && end - runEnd < 2 && text[end] == '=') ++end;
         const bool freeStanding =
             end >= text.size() || (!isBase64Character(text[end]) && text[end] != '=');
-        if (runEnd - position >= 40 && freeStanding) {
-            rewrite.replace(position, end, "[TOKEN]");
-            position = end;
-        } else {
-            position = runEnd;
-        }
-    }
+        if (runEnd - start < 40 || !freeStanding) return runEnd;
+        rewrite.replace(start, end, "[TOKEN]");
+        return end;
+    });
     return rewrite.finish();
 }
 
