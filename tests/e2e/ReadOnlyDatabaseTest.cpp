@@ -16,6 +16,8 @@
 #include <string>
 #include <vector>
 
+#include "ErrorEnvelope.h"
+#include "FixtureDatabase.h"
 #include "RecorderSchema.h"
 #include "SQLiteShellProcess.h"
 #include "TemporaryHome.h"
@@ -83,20 +85,6 @@ std::string journalModeBytes(const std::optional<std::string>& database) {
            std::to_string(static_cast<int>((*database)[19]));
 }
 
-std::string errorEnvelope(const std::string& code, const std::string& message) {
-    return "{\n"
-           "  \"api_version\" : 2,\n"
-           "  \"data\" : null,\n"
-           "  \"error\" : {\n"
-           "    \"code\" : \"" + code + "\",\n"
-           "    \"message\" : \"" + message + "\",\n"
-           "    \"timestamp\" : \"2026-04-01T10:00:00Z\"\n"
-           "  },\n"
-           "  \"meta\" : null,\n"
-           "  \"ok\" : false\n"
-           "}\n";
-}
-
 std::string commandLine(const std::vector<std::string>& words) {
     std::string line;
     for (const auto& word : words) line += (line.empty() ? "" : " ") + word;
@@ -115,15 +103,7 @@ class ReadOnlyDatabaseTest : public ::testing::Test {
 protected:
     void SetUp() override {
         home_.varnholtDirectory();
-        sqlite3* handle = VarnholtSampleData::openWritableDatabase(path());
-        try {
-            VarnholtSampleData::createRecorderSchema(handle);
-            VarnholtSampleData::execWritable(handle, kFixture);
-        } catch (...) {
-            sqlite3_close(handle);
-            throw;
-        }
-        sqlite3_close(handle);
+        createFixtureDatabase(path(), kFixture);
     }
 
     std::string path() const { return home_.databasePath(); }
@@ -275,9 +255,7 @@ TEST_F(ReadOnlyDatabaseTest, TheLogOfAConnectedAndThenKilledRecorderIsLeftAlone)
 }
 
 TEST_F(ReadOnlyDatabaseTest, ARollbackJournalDatabaseKeepsItsJournalMode) {
-    sqlite3* handle = VarnholtSampleData::openWritableDatabase(path());
-    VarnholtSampleData::execWritable(handle, "PRAGMA journal_mode = DELETE;");
-    sqlite3_close(handle);
+    writeToDatabase(path(), "PRAGMA journal_mode = DELETE;");
     ASSERT_EQ(journalModeBytes(files().database), "1/1");
     expectEveryCommandAnswersAndWritesNothing(frozen());
     EXPECT_EQ(journalModeBytes(files().database), "1/1");

@@ -3,14 +3,13 @@
 // from the database never stops the process; each command answers.
 
 #include <gtest/gtest.h>
-#include <sqlite3.h>
 
 #include <string>
 #include <vector>
 
 #include <nlohmann/json.hpp>
 
-#include "RecorderSchema.h"
+#include "FixtureDatabase.h"
 #include "TemporaryHome.h"
 
 using namespace VarnholtTestSupport;
@@ -34,22 +33,12 @@ class RecorderDataTest : public ::testing::Test {
 protected:
     void SetUp() override {
         home_.varnholtDirectory();
-        sqlite3* handle = VarnholtSampleData::openWritableDatabase(home_.databasePath());
-        try {
-            VarnholtSampleData::createRecorderSchema(handle);
-            // The recorder declares entity kinds NOT NULL; older databases
-            // did not.
-            VarnholtSampleData::execWritable(handle, R"SQL(
+        // The recorder declares entity kinds NOT NULL; older databases did not.
+        createFixtureDatabase(home_.databasePath(), std::string(R"SQL(
 DROP TABLE observation_entities;
 CREATE TABLE observation_entities (entity_id TEXT PRIMARY KEY, observation_id TEXT,
     entity_kind TEXT, entity_value TEXT, confidence REAL, created_at REAL);
-)SQL");
-            VarnholtSampleData::execWritable(handle, kFixture);
-        } catch (...) {
-            sqlite3_close(handle);
-            throw;
-        }
-        sqlite3_close(handle);
+)SQL") + kFixture);
     }
 
     ProcessResult run(const std::vector<std::string>& arguments) const {

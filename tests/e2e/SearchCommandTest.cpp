@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "FixtureDatabase.h"
 #include "RecorderSchema.h"
 #include "TemporaryHome.h"
 
@@ -480,14 +481,50 @@ class SearchCommandLiteralTest : public SearchCommandTest {
 protected:
     void SetUp() override {
         SearchCommandTest::SetUp();
-        sqlite3* handle = VarnholtSampleData::openWritableDatabase(home_.databasePath());
-        try {
-            VarnholtSampleData::execWritable(handle, kOrdinaryWordsFixture);
-        } catch (...) {
-            sqlite3_close(handle);
-            throw;
-        }
-        sqlite3_close(handle);
+        writeToDatabase(home_.databasePath(), kOrdinaryWordsFixture);
+    }
+
+    // A default search's answer (the last day, ranked, at most 50) holding
+    // one observation of this fixture, which has no entities.
+    static std::string oneResultAnswer(const std::string& application, const std::string& id,
+                                       const std::string& timestamp, const std::string& timestampIso,
+                                       const std::string& description, const std::string& keyword) {
+        return "{\n"
+               "  \"api_version\" : 2,\n"
+               "  \"data\" : {\n"
+               "    \"results\" : [\n"
+               "      {\n"
+               "        \"applications\" : [\n"
+               "          \"" + application + "\"\n"
+               "        ],\n"
+               "        \"entities\" : [\n"
+               "\n"
+               "        ],\n"
+               "        \"observation_id\" : \"" + id + "\",\n"
+               "        \"timestamp\" : " + timestamp + ",\n"
+               "        \"timestamp_iso\" : \"" + timestampIso + "\",\n"
+               "        \"vlm_description\" : \"" + description + "\"\n"
+               "      }\n"
+               "    ]\n"
+               "  },\n"
+               "  \"error\" : null,\n"
+               "  \"meta\" : {\n"
+               "    \"current_date\" : \"<date>\",\n"
+               "    \"current_datetime\" : \"<datetime>\",\n"
+               "    \"has_more\" : false,\n"
+               "    \"query\" : {\n"
+               "      \"app_filter\" : null,\n"
+               "      \"from\" : \"2026-03-31T10:00:00Z\",\n"
+               "      \"keyword\" : \"" + keyword + "\",\n"
+               "      \"latest_only\" : false,\n"
+               "      \"limit\" : 50,\n"
+               "      \"to\" : null\n"
+               "    },\n"
+               "    \"returned_results\" : 1,\n"
+               "    \"timezone\" : \"Europe\\/Berlin\"\n"
+               "  },\n"
+               "  \"ok\" : true\n"
+               "}\n";
     }
 };
 
@@ -496,43 +533,8 @@ TEST_F(SearchCommandLiteralTest, DottedNameIsSearchedLiterally) {
     EXPECT_EQ(result.exitStatus, 0);
     EXPECT_EQ(result.standardError, "");
     EXPECT_EQ(withClockReplaced(result.standardOutput),
-              R"({
-  "api_version" : 2,
-  "data" : {
-    "results" : [
-      {
-        "applications" : [
-          "Terminal"
-        ],
-        "entities" : [
-
-        ],
-        "observation_id" : "O-NODE",
-        "timestamp" : 1775033400,
-        "timestamp_iso" : "2026-04-01T08:50:00Z",
-        "vlm_description" : "Upgrading node.js to 22 in the Dockerfile"
-      }
-    ]
-  },
-  "error" : null,
-  "meta" : {
-    "current_date" : "<date>",
-    "current_datetime" : "<datetime>",
-    "has_more" : false,
-    "query" : {
-      "app_filter" : null,
-      "from" : "2026-03-31T10:00:00Z",
-      "keyword" : "node.js",
-      "latest_only" : false,
-      "limit" : 50,
-      "to" : null
-    },
-    "returned_results" : 1,
-    "timezone" : "Europe\/Berlin"
-  },
-  "ok" : true
-}
-)");
+              oneResultAnswer("Terminal", "O-NODE", "1775033400", "2026-04-01T08:50:00Z",
+                              "Upgrading node.js to 22 in the Dockerfile", "node.js"));
 }
 
 TEST_F(SearchCommandLiteralTest, ErrorMessageIsSearchedWordByWord) {
@@ -540,43 +542,8 @@ TEST_F(SearchCommandLiteralTest, ErrorMessageIsSearchedWordByWord) {
     EXPECT_EQ(result.exitStatus, 0);
     EXPECT_EQ(result.standardError, "");
     EXPECT_EQ(withClockReplaced(result.standardOutput),
-              R"({
-  "api_version" : 2,
-  "data" : {
-    "results" : [
-      {
-        "applications" : [
-          "Google Chrome"
-        ],
-        "entities" : [
-
-        ],
-        "observation_id" : "O-TYPE",
-        "timestamp" : 1775033460.5,
-        "timestamp_iso" : "2026-04-01T08:51:00Z",
-        "vlm_description" : "Debugging TypeError: x is undefined in checkout.js"
-      }
-    ]
-  },
-  "error" : null,
-  "meta" : {
-    "current_date" : "<date>",
-    "current_datetime" : "<datetime>",
-    "has_more" : false,
-    "query" : {
-      "app_filter" : null,
-      "from" : "2026-03-31T10:00:00Z",
-      "keyword" : "TypeError: x",
-      "latest_only" : false,
-      "limit" : 50,
-      "to" : null
-    },
-    "returned_results" : 1,
-    "timezone" : "Europe\/Berlin"
-  },
-  "ok" : true
-}
-)");
+              oneResultAnswer("Google Chrome", "O-TYPE", "1775033460.5", "2026-04-01T08:51:00Z",
+                              "Debugging TypeError: x is undefined in checkout.js", "TypeError: x"));
 }
 
 TEST_F(SearchCommandLiteralTest, TheOtherOrdinaryWordsAnswer) {
@@ -592,43 +559,8 @@ TEST_F(SearchCommandLiteralTest, AMegabyteDescriptionIsRedactedWhole) {
     EXPECT_EQ(result.exitStatus, 0);
     EXPECT_EQ(result.standardError, "");
     EXPECT_EQ(withClockReplaced(result.standardOutput),
-              R"({
-  "api_version" : 2,
-  "data" : {
-    "results" : [
-      {
-        "applications" : [
-          "Terminal"
-        ],
-        "entities" : [
-
-        ],
-        "observation_id" : "O-LOG",
-        "timestamp" : 1775033520,
-        "timestamp_iso" : "2026-04-01T08:52:00Z",
-        "vlm_description" : "[TOKEN] overflowing log"
-      }
-    ]
-  },
-  "error" : null,
-  "meta" : {
-    "current_date" : "<date>",
-    "current_datetime" : "<datetime>",
-    "has_more" : false,
-    "query" : {
-      "app_filter" : null,
-      "from" : "2026-03-31T10:00:00Z",
-      "keyword" : "overflowing",
-      "latest_only" : false,
-      "limit" : 50,
-      "to" : null
-    },
-    "returned_results" : 1,
-    "timezone" : "Europe\/Berlin"
-  },
-  "ok" : true
-}
-)");
+              oneResultAnswer("Terminal", "O-LOG", "1775033520", "2026-04-01T08:52:00Z",
+                              "[TOKEN] overflowing log", "overflowing"));
 }
 
 }  // namespace
