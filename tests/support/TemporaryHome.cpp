@@ -120,6 +120,12 @@ std::vector<std::string> TemporaryHome::environment(const InvocationOptions& opt
         environment.push_back("NO_FAKE_STAT=1");
     }
     environment.push_back("LD_PRELOAD=" + preload);
+    // For the binary built with the sanitizers (ignored otherwise): their
+    // runtime cannot live with nss_wrapper's RTLD_DEEPBIND, and its allocator
+    // asks for the time while it holds its lock, which deadlocks with
+    // libfaketime's first lookups, unless it never releases memory by time.
+    environment.push_back("NSS_WRAPPER_DISABLE_DEEPBIND=1");
+    environment.push_back("ASAN_OPTIONS=allocator_release_to_os_interval_ms=-1");
     for (const auto& extra : options.extraEnvironment) environment.push_back(extra);
     return environment;
 }
