@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cctype>
 #include <charconv>
 #include <chrono>
 #include <cstdio>
@@ -19,7 +20,10 @@
 #include <fstream>
 #include <iostream>
 #include <optional>
+#include <sstream>
+#include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "BenchmarkProcess.h"
@@ -39,9 +43,11 @@ constexpr const char* kFakeTime = "/usr/lib/x86_64-linux-gnu/faketime/libfaketim
 
 constexpr const char* kUsage =
     "Usage: varnholt-query-bench [--days N] [--runs N] [--seed S] [--cache DIR] [--filter TEXT]\n"
+    "                            [--binary PATH]\n"
     "Times varnholt-query commands against N days (default 365) of generated activity,\n"
     "RUNS times each (default 15) after one untimed warm-up run. The database is generated\n"
-    "once into DIR (default: the build tree) and reused.\n";
+    "once into DIR (default: the build tree) and reused. PATH times another build of the\n"
+    "tool (default: this build's).\n";
 
 struct Settings {
     int days = 365;
@@ -49,13 +55,70 @@ struct Settings {
     std::uint64_t seed = 1;
     std::string cacheDirectory = VARNHOLT_BENCH_CACHE_DIR;
     std::string filter;
+    std::string binary = VARNHOLT_QUERY_BINARY;
 };
 
 struct BenchCase {
+    BenchCase(std::vector<std::string> arguments, std::string label = {})
+        : arguments(std::move(arguments)), label(std::move(label)) {}
+
     std::vector<std::string> arguments;
+    std::string label;  // shown instead of the arguments when they are too long to show
 };
 
-std::vector<BenchCase> benchCases() {
+// Whether `word` is made of FTS5 bare-word characters only (ASCII letters and
+// digits and "_"; anything beyond ASCII).
+bool isBareWord(const std::string& word) {
+    return std::all_of(word.begin(), word.end(), [](char c) {
+        return static_cast<unsigned char>(c) >= 0x80 || std::isalnum(static_cast<unsigned char>(c)) || c == '_';
+    });
+}
+
+// `count` words of the database's own descriptions in a fixed pseudo-random
+// order, as an agent pasting a stretch of its notes or log would search for
+// them: few distinct words, many repeats. FTS5's operator words are left out
+// (with one of them the keyword would go to FTS5 as typed, an AND of every
+// word). Without `punctuated`, only bare words; with it, words such as
+// "node.js" too, which make FTS5 reject the keyword so that it is searched
+// literally.
+std::string pastedWords(const std::string& database, int count, bool punctuated) {
+    std::vector<std::string> vocabulary;
+    sqlite3* handle = nullptr;
+    if (sqlite3_open_v2(database.c_str(), &handle, SQLITE_OPEN_READONLY, nullptr) == SQLITE_OK) {
+        sqlite3_stmt* statement = nullptr;
+        if (sqlite3_prepare_v2(handle, "SELECT vlm_description FROM observations LIMIT 20000", -1,
+                               &statement, nullptr) == SQLITE_OK) {
+            while (sqlite3_step(statement) == SQLITE_ROW) {
+                const unsigned char* text = sqlite3_column_text(statement, 0);
+                std::istringstream words(text != nullptr ? reinterpret_cast<const char*>(text) : "");
+                for (std::string word; words >> word;) vocabulary.push_back(word);
+            }
+        }
+        sqlite3_finalize(statement);
+    }
+    sqlite3_close(handle);
+    std::sort(vocabulary.begin(), vocabulary.end());
+    vocabulary.erase(std::unique(vocabulary.begin(), vocabulary.end()), vocabulary.end());
+    std::erase_if(vocabulary, [punctuated](const std::string& word) {
+        std::string upper = word;
+        for (char& c : upper) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+        const bool isOperator = upper == "AND" || upper == "OR" || upper == "NOT" || upper.rfind("NEAR", 0) == 0;
+        return isOperator || word.find('"') != std::string::npos || (!punctuated && !isBareWord(word));
+    });
+    if (vocabulary.empty()) throw std::runtime_error("no words in the database's descriptions");
+    std::string keyword;
+    std::uint64_t state = 20260401;
+    for (int i = 0; i < count; ++i) {
+        state = state * 6364136223846793005ULL + 1442695040888963407ULL;
+        keyword += (i ? " " : "") + vocabulary[(state >> 33) % vocabulary.size()];
+    }
+    return keyword;
+}
+
+std::vector<BenchCase> benchCases(const std::string& database) {
+    const std::string words2000 = pastedWords(database, 2000, false);
+    const std::string words10000 = pastedWords(database, 10000, false);
+    const std::string punctuated2000 = pastedWords(database, 2000, true);
     return {
         {{"--version"}},  // process start-up with the preloads, no database
         {{"today"}},
@@ -71,6 +134,11 @@ std::vector<BenchCase> benchCases() {
         {{"entities", "--since", "1w"}},
         {{"status", "--json"}},
         {{"support-context"}},
+        {{"search", words2000}, "search <2,000 pasted words>"},
+        {{"search", words2000, "--latest"}, "search <2,000 pasted words> --latest"},
+        {{"search", punctuated2000}, "search <2,000 pasted words, some with punctuation>"},
+        {{"search", words10000}, "search <10,000 pasted words>"},
+        {{"search", words10000, "--latest"}, "search <10,000 pasted words> --latest"},
     };
 }
 
@@ -97,6 +165,8 @@ std::optional<Settings> parseSettings(int argc, char** argv) {
             settings.cacheDirectory = value;
         } else if (word == "--filter") {
             settings.filter = value;
+        } else if (word == "--binary") {
+            settings.binary = value;
         } else {
             return std::nullopt;
         }
@@ -240,19 +310,19 @@ int main(int argc, char** argv) {
                     countRows(database, "SELECT count(*) FROM observations"),
                     countRows(database, "SELECT count(*) FROM observation_entities"),
                     static_cast<double>(std::filesystem::file_size(database)) / 1e9, kFrozenClock);
-        std::printf("Binary: %s\nRuns per command: %d (after one untimed warm-up run)\n\n", VARNHOLT_QUERY_BINARY,
+        std::printf("Binary: %s\nRuns per command: %d (after one untimed warm-up run)\n\n", settings.binary.c_str(),
                     settings.runs);
 
         const PasswordDatabase passwords(home);
         const std::vector<std::string> environment = childEnvironment(passwords);
         std::printf("%-58s %10s %10s %10s  %s\n", "command", "median ms", "min ms", "max ms", "outcome");
-        for (const BenchCase& bench : benchCases()) {
-            const std::string label = joined(bench.arguments);
+        for (const BenchCase& bench : benchCases(database)) {
+            const std::string label = bench.label.empty() ? joined(bench.arguments) : bench.label;
             if (!settings.filter.empty() && label.find(settings.filter) == std::string::npos) continue;
-            TimedRun last = runTimed(VARNHOLT_QUERY_BINARY, bench.arguments, environment);
+            TimedRun last = runTimed(settings.binary, bench.arguments, environment);
             std::vector<double> times;
             for (int run = 0; run < settings.runs; ++run) {
-                last = runTimed(VARNHOLT_QUERY_BINARY, bench.arguments, environment);
+                last = runTimed(settings.binary, bench.arguments, environment);
                 times.push_back(last.milliseconds);
             }
             std::printf("%-58s %10.1f %10.1f %10.1f  %s\n", label.c_str(), median(times),

@@ -21,9 +21,17 @@ constexpr int kBusyTimeoutMilliseconds = 1000;
 
 constexpr const char* kMemoryMapPragma = "PRAGMA mmap_size = 1099511627776";
 
-bool fileExists(const std::string& path) {
+// SQLite's own words for a path it cannot open as a database.
+constexpr const char* kCannotOpenMessage = "unable to open database file";
+
+// What a stat of the database path found.
+enum class PathKind { missing, regularFile, emptyFile, other };
+
+PathKind kindOfPath(const std::string& path) {
     struct stat info {};
-    return ::stat(path.c_str(), &info) == 0;
+    if (::stat(path.c_str(), &info) != 0) return PathKind::missing;
+    if (!S_ISREG(info.st_mode)) return PathKind::other;
+    return info.st_size == 0 ? PathKind::emptyFile : PathKind::regularFile;
 }
 
 }  // namespace
@@ -47,19 +55,48 @@ std::string SQLiteReadConnection::defaultPath() {
 
 void SQLiteReadConnection::open(const std::string& path) {
     handle_ = nullptr;
-    if (!fileExists(path)) throw DatabaseError::notFound(path);
+    switch (kindOfPath(path)) {
+        case PathKind::missing:
+            throw DatabaseError::notFound(path);
+        case PathKind::other:
+            // A directory would open read-only and fail later with an I/O
+            // error, and a FIFO would block the open until someone writes to
+            // it. Neither is a database; say so the way SQLite says it for a
+            // file it cannot open.
+            throw DatabaseError::connectionFailed(kCannotOpenMessage);
+        case PathKind::emptyFile:
+            // An empty file is a database without tables at schema version 0.
+            // It is answered here because SQLite, seeing zero pages, deletes a
+            // write-ahead log lying beside the file, even on a read-only
+            // connection: that log may be the only copy of the recorder's
+            // latest writes.
+            throw DatabaseError::schemaMismatch(0, VarnholtSchema::SchemaVersion::current);
+        case PathKind::regularFile:
+            break;
+    }
 
-    // Read-write without CREATE on purpose: WAL readers need the shared-memory
-    // index, and query_only below is what keeps us from writing.
-    if (sqlite3_open_v2(path.c_str(), &handle_, SQLITE_OPEN_READWRITE, nullptr) != SQLITE_OK) {
+    // Read-only: the recorder's file, its write-ahead log and its journal
+    // mode are never changed. A reader of a WAL database still needs the
+    // log and its shared-memory index; SQLite opens them (creating empty ones
+    // when the recorder has removed them on a clean exit) and, where the
+    // index cannot be written, reads the log into private memory instead.
+    if (sqlite3_open_v2(path.c_str(), &handle_, SQLITE_OPEN_READONLY, nullptr) != SQLITE_OK) {
         throw DatabaseError::connectionFailed(errorMessage(handle_));
     }
-    // The journal-mode pragma below already reads the file. Without a busy
-    // handler a recorder holding its lock at that moment would fail us at
-    // once; with it, we wait the same second every later statement waits, and
-    // only a longer lock is reported (as locked).
+    // The last connection to close a WAL database normally copies the log
+    // into the database file and deletes it. A read-only connection cannot
+    // take the lock that needs, but the log must stay the recorder's business
+    // in every case, so closing never tries.
+    sqlite3_db_config(handle_, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+    // The first statement below reads the file. Without a busy handler a
+    // recorder holding its lock at that moment would fail us at once; with
+    // it, we wait the same second every later statement waits, and only a
+    // longer lock is reported (as locked).
     sqlite3_busy_timeout(handle_, kBusyTimeoutMilliseconds);
-    exec(handle_, "PRAGMA journal_mode = WAL");
+    // Reading the journal mode reads the header (and, for a WAL database, the
+    // log), so a file that is not a database, or one the recorder keeps
+    // locked, is reported here, before anything else is asked of it.
+    exec(handle_, "PRAGMA journal_mode");
     exec(handle_, "PRAGMA query_only = ON");
     exec(handle_, "PRAGMA busy_timeout = 1000");
     // Our queries scan large parts of a file of several gigabytes with random

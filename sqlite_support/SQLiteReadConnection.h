@@ -15,9 +15,11 @@ extern void (*const SQLITE_TRANSIENT_PTR)(void*);
 // The one query-only connection of a run to the recorder's database.
 //
 // The recorder owns the file and writes it continuously from another process;
-// this tool must never change it. The connection refuses a missing file (and
-// never creates one), switches to WAL and query_only, waits at most one second
-// for the recorder's locks, and refuses schemas older than SchemaVersion.
+// this tool must never change it, nor its write-ahead log, nor its journal
+// mode. The connection is opened read-only (and query_only besides), refuses
+// a missing file (and never creates one) and anything that is not a regular
+// file, waits at most one second for the recorder's locks, never checkpoints
+// when it closes, and refuses schemas older than SchemaVersion.
 //
 // Adapters borrow `handle()` and run their statements on it under the
 // conventions in SQLiteStatement.h. The connection closes the handle when it
@@ -25,9 +27,12 @@ extern void (*const SQLITE_TRANSIENT_PTR)(void*);
 class SQLiteReadConnection {
 public:
     // Opens the database at `path`, or at defaultPath() when absent.
-    // Throws DatabaseError: notFound (no file; nothing is created),
-    // connectionFailed, locked (the file stayed locked beyond the busy
-    // timeout), queryFailed (a pragma failed otherwise), schemaMismatch.
+    // Throws DatabaseError: notFound (nothing at the path; nothing is
+    // created), connectionFailed (SQLite cannot open it, or the path is not a
+    // regular file: "unable to open database file"), locked (the file stayed
+    // locked beyond the busy timeout), queryFailed (reading the header or a
+    // pragma failed otherwise, e.g. "file is not a database"),
+    // schemaMismatch (an empty file counts as schema version 0).
     explicit SQLiteReadConnection(std::optional<std::string> path = std::nullopt);
     ~SQLiteReadConnection();
 

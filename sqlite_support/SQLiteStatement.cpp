@@ -11,13 +11,17 @@ namespace VarnholtSQLiteSupport {
 
 namespace {
 
-// The column's text with its exact length, embedded NULs included, and
-// ill-formed UTF-8 (which SQLite stores as given) repaired.
+// The column's text up to its first NUL, with ill-formed UTF-8 (which SQLite
+// stores as given) repaired. Text ends at a NUL the way C strings do: that is
+// what every other reader of the recorder's database sees, and it keeps a
+// stray NUL from reaching the answer.
 std::string textOf(sqlite3_stmt* statement, int column) {
     const unsigned char* text = sqlite3_column_text(statement, column);
     const int length = sqlite3_column_bytes(statement, column);
     if (text == nullptr) return std::string();
-    return repairedUTF8(std::string_view(reinterpret_cast<const char*>(text), static_cast<size_t>(length)));
+    std::string_view bytes(reinterpret_cast<const char*>(text), static_cast<size_t>(length));
+    bytes = bytes.substr(0, bytes.find('\0'));
+    return repairedUTF8(bytes);
 }
 
 }  // namespace
@@ -56,9 +60,6 @@ void bindInt32(sqlite3_stmt* statement, int position, std::int64_t value) {
 }
 
 std::string columnText(sqlite3_stmt* statement, int column) {
-    if (sqlite3_column_type(statement, column) == SQLITE_NULL) {
-        invariantViolated("a column that is never NULL was NULL");
-    }
     return textOf(statement, column);
 }
 

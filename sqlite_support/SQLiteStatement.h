@@ -36,15 +36,19 @@ void bindText(sqlite3_stmt* statement, int position, const std::string& text);
 // REQUIRES: value fits a signed 32-bit integer; otherwise the process stops.
 void bindInt32(sqlite3_stmt* statement, int position, std::int64_t value);
 
-// Column readers; the Optional forms give nullopt for SQL NULL. columnText
-// stops the process on NULL: it is for columns that are never NULL.
+// Column readers. Text ends at its first NUL and has ill-formed UTF-8
+// repaired. The Optional forms give nullopt for SQL NULL; columnText reads
+// NULL as empty text: it is for columns that should never be NULL (an
+// observation's id), but the recorder's schema allows it, and data from the
+// database never stops the process.
 std::string columnText(sqlite3_stmt* statement, int column);
 std::optional<std::string> columnOptionalText(sqlite3_stmt* statement, int column);
 std::optional<double> columnOptionalDouble(sqlite3_stmt* statement, int column);
 std::optional<std::int64_t> columnOptionalInt64(sqlite3_stmt* statement, int column);
 
-// Stops the process for a broken invariant (a NULL id, a limit beyond 32
-// bits): these are programming errors, not conditions to report.
+// Stops the process for a broken invariant of our own code (a limit beyond
+// 32 bits): a programming error, not a condition to report. Never for data
+// read from the database.
 [[noreturn]] void invariantViolated(const char* what);
 
 class FinalizeOnExit {

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
 #include <map>
 #include <optional>
 #include <string>
@@ -17,14 +15,6 @@ namespace {
 
 // An entity as counted: kind and value, compared exactly (case-sensitive).
 using EntityKey = std::pair<std::string, std::string>;
-
-// A timestamp or bucket bound that cannot be represented is a broken
-// invariant of the data we were handed, not a condition to report: the
-// recorder only writes finite times near the present.
-[[noreturn]] void stopProcess(const char* what) {
-    std::fprintf(stderr, "Fatal error: %s\n", what);
-    std::abort();
-}
 
 // Runs of the same description are the recorder describing an unchanged
 // screen; only the first of each adjacent run counts. The same text coming
@@ -41,22 +31,25 @@ std::vector<TimelineObservation> collapseAdjacentRepeats(std::vector<TimelineObs
 
 // The start of the bucket holding `timestamp`: its whole seconds divided by
 // the bucket size rounding toward minus infinity (so times before 1970 fall
-// into the bucket below, like all others), multiplied back.
-std::int64_t bucketStartOf(double timestamp, std::int64_t bucketSize) {
-    if (!std::isfinite(timestamp)) stopProcess("an observation time is not finite");
+// into the bucket below, like all others), multiplied back. Nothing for a
+// time that is not finite, or whose bucket does not fit 64-bit seconds from
+// start to end: the recorder only writes finite times near the present, and
+// one damaged row must not cost the user the rest of the timeline.
+std::optional<std::int64_t> bucketStartOf(double timestamp, std::int64_t bucketSize) {
+    if (!std::isfinite(timestamp)) return std::nullopt;
     const double seconds = std::floor(timestamp);
     // 2^63 is exactly representable; every double below it and at or above
     // -2^63 converts without overflow.
     constexpr double kLimit = 9223372036854775808.0;
-    if (seconds < -kLimit || seconds >= kLimit) {
-        stopProcess("an observation time does not fit 64 bits");
-    }
+    if (seconds < -kLimit || seconds >= kLimit) return std::nullopt;
     const auto whole = static_cast<std::int64_t>(seconds);
     std::int64_t quotient = whole / bucketSize;
     if (whole % bucketSize != 0 && whole < 0) --quotient;
     std::int64_t start = 0;
-    if (__builtin_mul_overflow(quotient, bucketSize, &start)) {
-        stopProcess("a bucket start does not fit 64 bits");
+    std::int64_t end = 0;
+    if (__builtin_mul_overflow(quotient, bucketSize, &start) ||
+        __builtin_add_overflow(start, bucketSize, &end)) {
+        return std::nullopt;
     }
     return start;
 }
@@ -113,20 +106,21 @@ std::vector<TimelineMoment> RecentWorkTimelineUseCase::execute(double from, doub
     const auto rows = collapseAdjacentRepeats(timelinePort_.fetchTimeline(from, to, kFetchLimit));
 
     // Ordered by start, so the moments come out ascending; rows keep their
-    // (ascending) order inside each bucket.
+    // (ascending) order inside each bucket. A row whose time has no bucket is
+    // left out.
     std::map<std::int64_t, std::vector<TimelineObservation>> buckets;
-    for (const auto& row : rows) buckets[bucketStartOf(row.timestamp, bucketSize_)].push_back(row);
+    for (const auto& row : rows) {
+        if (const auto start = bucketStartOf(row.timestamp, bucketSize_)) {
+            buckets[*start].push_back(row);
+        }
+    }
 
     std::vector<TimelineMoment> moments;
     moments.reserve(buckets.size());
     for (const auto& [start, bucketRows] : buckets) {
-        std::int64_t end = 0;
-        if (__builtin_add_overflow(start, bucketSize_, &end)) {
-            stopProcess("a bucket end does not fit 64 bits");
-        }
         TimelineMoment moment;
         moment.bucketStart = static_cast<double>(start);
-        moment.bucketEnd = static_cast<double>(end);
+        moment.bucketEnd = static_cast<double>(start + bucketSize_);
         moment.observationCount = static_cast<std::int64_t>(bucketRows.size());
         moment.representative = bucketRows.front();
         moment.topEntities = topEntitiesOf(bucketRows, kTopEntityLimit);

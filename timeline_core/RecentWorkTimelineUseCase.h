@@ -25,8 +25,9 @@ public:
     RecentWorkTimelineUseCase(ObservationTimelinePort& timelinePort, std::int64_t bucketSize);
 
     // The moments of [from, to] (seconds since 1970 UTC) in ascending
-    // bucketStart order; empty when nothing was observed. Rethrows the port's
-    // database error.
+    // bucketStart order; empty when nothing was observed. An observation
+    // whose time is not finite, or whose bucket does not fit 64-bit seconds,
+    // is left out. Rethrows the port's database error.
     std::vector<TimelineMoment> execute(double from, double to);
 
     std::int64_t bucketSize() const { return bucketSize_; }

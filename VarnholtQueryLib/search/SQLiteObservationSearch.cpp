@@ -1,18 +1,14 @@
 #include "search/SQLiteObservationSearch.h"
 
 #include <sqlite3.h>
-#include <unicode/brkiter.h>
-#include <unicode/locid.h>
-#include <unicode/uchar.h>
-#include <unicode/unistr.h>
 
-#include <memory>
 #include <optional>
 
 #include <nlohmann/json.hpp>
 
 #include "SQLiteReadConnection.h"
 #include "SQLiteStatement.h"
+#include "search/FTS5Keyword.h"
 
 namespace VarnholtQueryLib {
 
@@ -82,67 +78,6 @@ ObservationSearchResult decodeRow(sqlite3_stmt* statement) {
     return result;
 }
 
-// Blanks and tabs in the Unicode sense (space separators and TAB), not
-// newlines.
-bool isBlankOrTab(UChar32 codePoint) { return u_isblank(codePoint) != 0; }
-
-icu::UnicodeString trimmedOfBlanks(const icu::UnicodeString& term) {
-    int32_t start = 0;
-    int32_t end = term.length();
-    while (start < end && isBlankOrTab(term.char32At(start))) start = term.moveIndex32(start, 1);
-    while (end > start) {
-        const int32_t previous = term.moveIndex32(end, -1);
-        if (!isBlankOrTab(term.char32At(previous))) break;
-        end = previous;
-    }
-    return icu::UnicodeString(term, start, end - start);
-}
-
-bool isFTS5Operator(const icu::UnicodeString& term) {
-    icu::UnicodeString upper(term);
-    upper.toUpper(icu::Locale::getRoot());
-    return upper == icu::UnicodeString(u"AND") || upper == icu::UnicodeString(u"OR") ||
-           upper == icu::UnicodeString(u"NOT") || upper == icu::UnicodeString(u"NEAR") ||
-           upper.startsWith(icu::UnicodeString(u"NEAR/"));
-}
-
-// The keyword split into terms: runs of non-whitespace, with double-quoted
-// phrases kept whole (their inner whitespace included). An unclosed phrase
-// runs to the end of the keyword, opening quote and all.
-std::vector<icu::UnicodeString> splitTerms(const icu::UnicodeString& keyword) {
-    UErrorCode status = U_ZERO_ERROR;
-    std::unique_ptr<icu::BreakIterator> characters(
-        icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
-    if (U_FAILURE(status) || !characters) {
-        invariantViolated("ICU cannot segment text into characters");
-    }
-    characters->setText(keyword);
-
-    std::vector<icu::UnicodeString> terms;
-    icu::UnicodeString current;
-    bool inQuote = false;
-    int32_t start = characters->first();
-    for (int32_t end = characters->next(); end != icu::BreakIterator::DONE;
-         start = end, end = characters->next()) {
-        const icu::UnicodeString character(keyword, start, end - start);
-        if (character == icu::UnicodeString(u"\"")) {
-            current += character;
-            if (inQuote) {
-                terms.push_back(trimmedOfBlanks(current));
-                current.remove();
-            }
-            inQuote = !inQuote;
-        } else if (inQuote || !u_isUWhiteSpace(character.char32At(0))) {
-            current += character;
-        } else {
-            if (!current.isEmpty()) terms.push_back(current);
-            current.remove();
-        }
-    }
-    if (!current.isEmpty()) terms.push_back(current);
-    return terms;
-}
-
 }  // namespace
 
 SQLiteObservationSearch::SQLiteObservationSearch(const SQLiteReadConnection& connection)
@@ -162,11 +97,36 @@ std::string SQLiteObservationSearch::statementFor(const ObservationSearchParams&
 
 std::vector<ObservationSearchResult> SQLiteObservationSearch::search(
     const ObservationSearchParams& params) {
+    // Newest first, the rows that match decide the answer alone; under BM25
+    // every copy of a repeated term adds its weight again.
+    const FTS5Keyword::RepeatedTerms repeated =
+        params.latestOnly ? FTS5Keyword::RepeatedTerms::drop : FTS5Keyword::RepeatedTerms::keep;
+    const std::string matchText = FTS5Keyword::transformed(params.keyword, repeated);
+    try {
+        return searchMatching(params, matchText);
+    } catch (const DatabaseError& failure) {
+        // Ordinary words such as "node.js" or "feature-flag" are FTS5 syntax
+        // errors; taken literally they are what the user meant. A busy
+        // database is no reason to ask again, and when the literal form
+        // fails too, the first failure is the one that explains the keyword.
+        if (failure.errorCase() == DatabaseError::Case::locked) throw;
+        const std::string literalText = FTS5Keyword::literal(params.keyword, repeated);
+        if (literalText.empty() || literalText == matchText) throw;
+        try {
+            return searchMatching(params, literalText);
+        } catch (const DatabaseError&) {
+            throw failure;
+        }
+    }
+}
+
+std::vector<ObservationSearchResult> SQLiteObservationSearch::searchMatching(
+    const ObservationSearchParams& params, const std::string& matchText) {
     sqlite3_stmt* statement = prepareStatement(handle_, statementFor(params));
     FinalizeOnExit finalize(statement);
 
     int position = 1;
-    bindText(statement, position++, transformFTS5Keyword(params.keyword));
+    bindText(statement, position++, matchText);
     if (params.appFilter) bindText(statement, position++, *params.appFilter);
     if (params.fromTs) sqlite3_bind_double(statement, position++, *params.fromTs);
     if (params.toTs) sqlite3_bind_double(statement, position++, *params.toTs);
@@ -179,20 +139,7 @@ std::vector<ObservationSearchResult> SQLiteObservationSearch::search(
 }
 
 std::string SQLiteObservationSearch::transformFTS5Keyword(const std::string& keyword) {
-    const std::vector<icu::UnicodeString> terms =
-        splitTerms(icu::UnicodeString::fromUTF8(keyword));
-    if (terms.size() == 1) return keyword;
-    for (const auto& term : terms) {
-        if (isFTS5Operator(term)) return keyword;
-    }
-    icu::UnicodeString joined;
-    for (std::size_t index = 0; index < terms.size(); ++index) {
-        if (index > 0) joined += icu::UnicodeString(u" OR ");
-        joined += terms[index];
-    }
-    std::string result;
-    joined.toUTF8String(result);
-    return result;
+    return FTS5Keyword::transformed(keyword);
 }
 
 }  // namespace VarnholtQueryLib

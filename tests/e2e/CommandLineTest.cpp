@@ -9,6 +9,7 @@
 #include <regex>
 
 #include "DatabaseLockHolder.h"
+#include "ErrorEnvelope.h"
 #include "RecorderSchema.h"
 #include "TemporaryHome.h"
 
@@ -87,21 +88,6 @@ void createDatabase(const TemporaryHome& home, std::int32_t version = 24) {
 }
 
 // The error envelope the binary prints, with its timestamp as given.
-std::string errorEnvelope(const std::string& code, const std::string& message,
-                          const std::string& timestamp = "2026-04-01T10:00:00Z") {
-    return "{\n"
-           "  \"api_version\" : 2,\n"
-           "  \"data\" : null,\n"
-           "  \"error\" : {\n"
-           "    \"code\" : \"" + code + "\",\n"
-           "    \"message\" : \"" + message + "\",\n"
-           "    \"timestamp\" : \"" + timestamp + "\"\n"
-           "  },\n"
-           "  \"meta\" : null,\n"
-           "  \"ok\" : false\n"
-           "}\n";
-}
-
 // The "query" block of a timeline answer: from, preset and to.
 std::string timelineQuery(const ProcessResult& result) {
     static const std::regex query(R"re("query" : \{\n\s*"from" : "([^"]*)",\n\s*"preset" : "([^"]*)",\n\s*"to" : "([^"]*)")re");

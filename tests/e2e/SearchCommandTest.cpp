@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "FixtureDatabase.h"
 #include "RecorderSchema.h"
 #include "TemporaryHome.h"
 
@@ -447,8 +448,13 @@ TEST_F(SearchCommandTest, UnparsableDate) {
               "INVALID_TIME_RANGE: Cannot parse --from date 'April'. Use ISO 8601 or yyyy-MM-dd format.");
 }
 
-TEST_F(SearchCommandTest, FTS5SyntaxErrorIsReportedWithSQLitesMessage) {
-    EXPECT_EQ(failure(search({"invoice \"unbalanced"})), "UNKNOWN_ERROR: unterminated string");
+TEST_F(SearchCommandTest, AnUnbalancedQuoteIsSearchedLiterally) {
+    // "invoice" OR "unbalanced": the invoice rows, ranked as for "invoice".
+    EXPECT_EQ(idsOf(document(search({"invoice \"unbalanced"}))), (std::vector<std::string>{"O-B", "O-A", "O-C"}));
+}
+
+TEST_F(SearchCommandTest, AnFTS5ErrorWithNoWordsLeftIsReportedWithSQLitesMessage) {
+    EXPECT_EQ(failure(search({"\""})), "UNKNOWN_ERROR: unterminated string");
 }
 
 TEST_F(SearchCommandTest, MissingDatabase) {
@@ -457,6 +463,104 @@ TEST_F(SearchCommandTest, MissingDatabase) {
     options.frozenTime = "2026-04-01 10:00:00";
     const ProcessResult result = emptyHome.run({"search", "invoice"}, options);
     EXPECT_EQ(failure(result), "DB_NOT_FOUND: Database not found at " + emptyHome.databasePath());
+}
+
+// Descriptions with ordinary words that FTS5 reads as syntax when typed
+// bare, and one as long as a pasted log.
+constexpr const char* kOrdinaryWordsFixture = R"SQL(
+INSERT INTO observations (id, frame_id, type, timestamp, image_path, vlm_description, apps, created_at) VALUES
+  ('O-NODE', NULL, 'visual', 1775033400.0, NULL, 'Upgrading node.js to 22 in the Dockerfile',
+   '["Terminal"]', '2026-04-01T09:00:03Z'),
+  ('O-TYPE', NULL, 'visual', 1775033460.5, NULL, 'Debugging TypeError: x is undefined in checkout.js',
+   '["Google Chrome"]', '2026-04-01T09:01:03Z'),
+  ('O-LOG', NULL, 'visual', 1775033520.0, NULL,
+   replace(hex(zeroblob(524288)), '0', 'x') || ' overflowing log', '["Terminal"]', '2026-04-01T09:02:03Z');
+)SQL";
+
+class SearchCommandLiteralTest : public SearchCommandTest {
+protected:
+    void SetUp() override {
+        SearchCommandTest::SetUp();
+        writeToDatabase(home_.databasePath(), kOrdinaryWordsFixture);
+    }
+
+    // A default search's answer (the last day, ranked, at most 50) holding
+    // one observation of this fixture, which has no entities.
+    static std::string oneResultAnswer(const std::string& application, const std::string& id,
+                                       const std::string& timestamp, const std::string& timestampIso,
+                                       const std::string& description, const std::string& keyword) {
+        return "{\n"
+               "  \"api_version\" : 2,\n"
+               "  \"data\" : {\n"
+               "    \"results\" : [\n"
+               "      {\n"
+               "        \"applications\" : [\n"
+               "          \"" + application + "\"\n"
+               "        ],\n"
+               "        \"entities\" : [\n"
+               "\n"
+               "        ],\n"
+               "        \"observation_id\" : \"" + id + "\",\n"
+               "        \"timestamp\" : " + timestamp + ",\n"
+               "        \"timestamp_iso\" : \"" + timestampIso + "\",\n"
+               "        \"vlm_description\" : \"" + description + "\"\n"
+               "      }\n"
+               "    ]\n"
+               "  },\n"
+               "  \"error\" : null,\n"
+               "  \"meta\" : {\n"
+               "    \"current_date\" : \"<date>\",\n"
+               "    \"current_datetime\" : \"<datetime>\",\n"
+               "    \"has_more\" : false,\n"
+               "    \"query\" : {\n"
+               "      \"app_filter\" : null,\n"
+               "      \"from\" : \"2026-03-31T10:00:00Z\",\n"
+               "      \"keyword\" : \"" + keyword + "\",\n"
+               "      \"latest_only\" : false,\n"
+               "      \"limit\" : 50,\n"
+               "      \"to\" : null\n"
+               "    },\n"
+               "    \"returned_results\" : 1,\n"
+               "    \"timezone\" : \"Europe\\/Berlin\"\n"
+               "  },\n"
+               "  \"ok\" : true\n"
+               "}\n";
+    }
+};
+
+TEST_F(SearchCommandLiteralTest, DottedNameIsSearchedLiterally) {
+    const ProcessResult result = search({"node.js"});
+    EXPECT_EQ(result.exitStatus, 0);
+    EXPECT_EQ(result.standardError, "");
+    EXPECT_EQ(withClockReplaced(result.standardOutput),
+              oneResultAnswer("Terminal", "O-NODE", "1775033400", "2026-04-01T08:50:00Z",
+                              "Upgrading node.js to 22 in the Dockerfile", "node.js"));
+}
+
+TEST_F(SearchCommandLiteralTest, ErrorMessageIsSearchedWordByWord) {
+    const ProcessResult result = search({"TypeError: x"});
+    EXPECT_EQ(result.exitStatus, 0);
+    EXPECT_EQ(result.standardError, "");
+    EXPECT_EQ(withClockReplaced(result.standardOutput),
+              oneResultAnswer("Google Chrome", "O-TYPE", "1775033460.5", "2026-04-01T08:51:00Z",
+                              "Debugging TypeError: x is undefined in checkout.js", "TypeError: x"));
+}
+
+TEST_F(SearchCommandLiteralTest, TheOtherOrdinaryWordsAnswer) {
+    for (const char* keyword : {"feature-flag", "C++", "it's", "localhost:3000"}) {
+        const json printed = document(search({keyword}));
+        EXPECT_EQ(printed["ok"], true) << keyword;
+        EXPECT_TRUE(printed["data"]["results"].empty()) << keyword;
+    }
+}
+
+TEST_F(SearchCommandLiteralTest, AMegabyteDescriptionIsRedactedWhole) {
+    const ProcessResult result = search({"overflowing"});
+    EXPECT_EQ(result.exitStatus, 0);
+    EXPECT_EQ(result.standardError, "");
+    EXPECT_EQ(withClockReplaced(result.standardOutput),
+              oneResultAnswer("Terminal", "O-LOG", "1775033520", "2026-04-01T08:52:00Z",
+                              "[TOKEN] overflowing log", "overflowing"));
 }
 
 }  // namespace

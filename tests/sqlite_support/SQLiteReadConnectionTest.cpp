@@ -2,9 +2,12 @@
 
 #include <gtest/gtest.h>
 #include <sqlite3.h>
+#include <sys/stat.h>
 
 #include <filesystem>
+#include <fstream>
 #include <functional>
+#include <stdexcept>
 
 #include "DatabaseError.h"
 #include "DatabaseLockHolder.h"
@@ -41,6 +44,26 @@ protected:
     }
 
     TemporaryDirectory directory_;
+};
+
+// An in-memory database for the statement conventions. A test's statements
+// are declared after it, so their FinalizeOnExit runs first: a connection
+// closed while a statement is still open stays open, and leaks.
+class InMemoryDatabase {
+public:
+    InMemoryDatabase() {
+        if (sqlite3_open(":memory:", &handle_) != SQLITE_OK) {
+            throw std::runtime_error("cannot open an in-memory database");
+        }
+    }
+    ~InMemoryDatabase() { sqlite3_close(handle_); }
+    InMemoryDatabase(const InMemoryDatabase&) = delete;
+    InMemoryDatabase& operator=(const InMemoryDatabase&) = delete;
+
+    sqlite3* handle() const { return handle_; }
+
+private:
+    sqlite3* handle_ = nullptr;
 };
 
 std::string singleText(sqlite3* handle, const std::string& sql) {
@@ -100,6 +123,43 @@ TEST_F(SQLiteReadConnectionTest, ConnectionIsQueryOnly) {
         EXPECT_EQ(error.errorCase(), DatabaseError::Case::queryFailed);
         EXPECT_EQ(error.message(), "attempt to write a readonly database");
     }
+}
+
+TEST_F(SQLiteReadConnectionTest, TheConnectionIsReadOnly) {
+    SQLiteReadConnection connection(makeDatabase(24));
+    EXPECT_EQ(sqlite3_db_readonly(connection.handle(), "main"), 1);
+}
+
+TEST_F(SQLiteReadConnectionTest, ARollbackJournalDatabaseKeepsItsJournalMode) {
+    const std::string path = makeDatabase(24);
+    sqlite3* handle = VarnholtSampleData::openWritableDatabase(path);
+    VarnholtSampleData::execWritable(handle, "PRAGMA journal_mode = DELETE");
+    sqlite3_close(handle);
+    SQLiteReadConnection connection(path);
+    EXPECT_EQ(singleText(connection.handle(), "PRAGMA journal_mode"), "delete");
+}
+
+TEST_F(SQLiteReadConnectionTest, WhatIsNoRegularFileCannotBeOpened) {
+    const std::string directory = directory_.file("a-directory.db");
+    const std::string pipe = directory_.file("a-pipe.db");
+    ASSERT_TRUE(std::filesystem::create_directory(directory));
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0644), 0);
+    for (const std::string& path : {directory, pipe}) {
+        const DatabaseError error = openingFailure(path);
+        EXPECT_EQ(error.errorCase(), DatabaseError::Case::connectionFailed) << path;
+        EXPECT_EQ(error.message(), "unable to open database file") << path;
+    }
+}
+
+TEST_F(SQLiteReadConnectionTest, AnEmptyFileIsSchemaZeroAndItsLogIsKept) {
+    const std::string path = directory_.file("empty.db");
+    std::ofstream(path, std::ios::binary).close();
+    std::ofstream(path + "-wal", std::ios::binary) << "frames";
+    const DatabaseError error = openingFailure(path);
+    EXPECT_EQ(error.errorCase(), DatabaseError::Case::schemaMismatch);
+    EXPECT_EQ(error.currentVersion(), 0);
+    EXPECT_EQ(std::filesystem::file_size(path), 0u);
+    EXPECT_EQ(std::filesystem::file_size(path + "-wal"), 6u);
 }
 
 TEST_F(SQLiteReadConnectionTest, ANonDatabaseFileFailsToOpen) {
@@ -164,34 +224,43 @@ TEST(StatementConventionsTest, PrepareOnANullHandleFails) {
 }
 
 TEST(StatementConventionsTest, BindInt32StopsOnValuesBeyond32Bits) {
-    sqlite3* handle = nullptr;
-    ASSERT_EQ(sqlite3_open(":memory:", &handle), SQLITE_OK);
-    sqlite3_stmt* statement = prepareStatement(handle, "SELECT ?");
+    InMemoryDatabase database;
+    sqlite3_stmt* statement = prepareStatement(database.handle(), "SELECT ?");
+    FinalizeOnExit finalize(statement);
     bindInt32(statement, 1, 2147483647);
     EXPECT_DEATH(bindInt32(statement, 1, 2147483648LL), "32 bits");
-    sqlite3_finalize(statement);
-    sqlite3_close(handle);
 }
 
 TEST(StatementConventionsTest, IllFormedTextIsRepaired) {
-    sqlite3* handle = nullptr;
-    ASSERT_EQ(sqlite3_open(":memory:", &handle), SQLITE_OK);
-    sqlite3_stmt* statement = prepareStatement(handle, "SELECT CAST(x'4772fc7373' AS TEXT)");
+    InMemoryDatabase database;
+    sqlite3_stmt* statement =
+        prepareStatement(database.handle(), "SELECT CAST(x'4772fc7373' AS TEXT)");
     FinalizeOnExit finalize(statement);
     ASSERT_EQ(sqlite3_step(statement), SQLITE_ROW);
     // Latin-1 "Grüss" stored as is: the ü byte becomes U+FFFD.
     EXPECT_EQ(columnText(statement, 0), "Gr\uFFFDss");
     EXPECT_EQ(columnOptionalText(statement, 0), "Gr\uFFFDss");
-    sqlite3_close(handle);
 }
 
-TEST(StatementConventionsTest, TextKeepsEmbeddedNul) {
-    sqlite3* handle = nullptr;
-    ASSERT_EQ(sqlite3_open(":memory:", &handle), SQLITE_OK);
-    sqlite3_stmt* statement = prepareStatement(handle, "SELECT CAST(x'610062' AS TEXT), NULL");
+TEST(StatementConventionsTest, TextEndsAtTheFirstNul) {
+    InMemoryDatabase database;
+    sqlite3_stmt* statement = prepareStatement(
+        database.handle(),
+        "SELECT CAST(x'610062' AS TEXT), CAST(x'00410042' AS TEXT), x'43004400', NULL");
     FinalizeOnExit finalize(statement);
     ASSERT_EQ(sqlite3_step(statement), SQLITE_ROW);
-    EXPECT_EQ(columnText(statement, 0), std::string("a\0b", 3));
-    EXPECT_FALSE(columnOptionalText(statement, 1).has_value());
-    sqlite3_close(handle);
+    EXPECT_EQ(columnText(statement, 0), "a");
+    EXPECT_EQ(columnOptionalText(statement, 0), "a");
+    EXPECT_EQ(columnText(statement, 1), "");
+    EXPECT_EQ(columnOptionalText(statement, 1), "");
+    EXPECT_EQ(columnText(statement, 2), "C");
+    EXPECT_FALSE(columnOptionalText(statement, 3).has_value());
+}
+
+TEST(StatementConventionsTest, NullReadsAsEmptyTextWhereTextIsExpected) {
+    InMemoryDatabase database;
+    sqlite3_stmt* statement = prepareStatement(database.handle(), "SELECT NULL");
+    FinalizeOnExit finalize(statement);
+    ASSERT_EQ(sqlite3_step(statement), SQLITE_ROW);
+    EXPECT_EQ(columnText(statement, 0), "");
 }

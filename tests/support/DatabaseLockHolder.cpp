@@ -1,26 +1,11 @@
 #include "DatabaseLockHolder.h"
 
-#include <fcntl.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <stdexcept>
-#include <string>
-
-extern char** environ;
-
 namespace VarnholtTestSupport {
 
 namespace {
 
-constexpr const char* kSQLiteShell = "/usr/bin/sqlite3";
-
 // Takes the lock the way a recorder in exclusive locking mode holds it, then
-// confirms on standard output; the shell then waits for more input until it
-// is killed.
+// confirms; the shell then waits for more input until it is killed.
 constexpr const char* kLockScript =
     "PRAGMA locking_mode = EXCLUSIVE;\n"
     "BEGIN EXCLUSIVE;\n"
@@ -28,55 +13,7 @@ constexpr const char* kLockScript =
 
 }  // namespace
 
-DatabaseLockHolder::DatabaseLockHolder(const std::string& databasePath) {
-    // A separate program rather than a forked copy of the test: SQLite's
-    // process-wide lock bookkeeping must not cross a fork.
-    int input[2], output[2];
-    if (pipe2(input, O_CLOEXEC) != 0 || pipe2(output, O_CLOEXEC) != 0) {
-        throw std::runtime_error("pipe failed");
-    }
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, input[0], STDIN_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, output[1], STDOUT_FILENO);
-    std::string program = kSQLiteShell, path = databasePath;
-    char* argv[] = {program.data(), path.data(), nullptr};
-    pid_t pid = 0;
-    const int spawned = posix_spawn(&pid, kSQLiteShell, &actions, nullptr, argv, environ);
-    posix_spawn_file_actions_destroy(&actions);
-    close(input[0]);
-    close(output[1]);
-    if (spawned != 0) {
-        close(input[1]);
-        close(output[0]);
-        throw std::runtime_error("cannot start " + std::string(kSQLiteShell));
-    }
-    childPid_ = pid;
-    inputFd_ = input[1];
-    const std::string script = kLockScript;
-    if (write(inputFd_, script.data(), script.size()) != static_cast<ssize_t>(script.size())) {
-        throw std::runtime_error("cannot talk to the sqlite3 shell");
-    }
-    std::string answer;
-    char c = 0;
-    // The shell echoes the pragma's value first ("exclusive").
-    while (answer.find("locked\n") == std::string::npos) {
-        const ssize_t count = read(output[0], &c, 1);
-        if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) break;
-        answer += c;
-    }
-    close(output[0]);
-    if (answer.find("locked\n") == std::string::npos) throw std::runtime_error("the lock holder could not lock " + databasePath);
-}
-
-DatabaseLockHolder::~DatabaseLockHolder() {
-    if (inputFd_ >= 0) close(inputFd_);
-    if (childPid_ > 0) {
-        kill(childPid_, SIGKILL);
-        int status = 0;
-        waitpid(childPid_, &status, 0);
-    }
-}
+DatabaseLockHolder::DatabaseLockHolder(const std::string& databasePath)
+    : shell_(databasePath, kLockScript, "locked") {}
 
 }  // namespace VarnholtTestSupport

@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "SQLiteShellProcess.h"
+
 namespace VarnholtTestSupport {
 
 // Another process (the sqlite3 shell) that holds an exclusive lock on a WAL
@@ -12,13 +14,11 @@ public:
     // Returns once the child holds the lock. Throws std::runtime_error when
     // it could not take it.
     explicit DatabaseLockHolder(const std::string& databasePath);
-    ~DatabaseLockHolder();  // ends the child, releasing the lock
     DatabaseLockHolder(const DatabaseLockHolder&) = delete;
     DatabaseLockHolder& operator=(const DatabaseLockHolder&) = delete;
 
 private:
-    int childPid_ = -1;
-    int inputFd_ = -1;  // the shell's standard input, kept open while it holds the lock
+    SQLiteShellProcess shell_;  // ending it releases the lock
 };
 
 }  // namespace VarnholtTestSupport

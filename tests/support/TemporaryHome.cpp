@@ -24,6 +24,8 @@ namespace {
 
 constexpr const char* kNssWrapper = "libnss_wrapper.so";
 constexpr const char* kFakeTime = "/usr/lib/x86_64-linux-gnu/faketime/libfaketime.so.1";
+constexpr const char* kSetpriv = "/usr/bin/setpriv";
+constexpr const char* kEnv = "/usr/bin/env";
 
 void writeText(const std::string& path, const std::string& content) {
     std::filesystem::create_directories(std::filesystem::path(path).parent_path());
@@ -48,12 +50,16 @@ TemporaryHome::TemporaryHome() {
     passwdFile_ = directory_.file(".nss/passwd");
     groupFile_ = directory_.file(".nss/group");
     setPasswordDatabaseHome(directory_.path());
-    writeText(groupFile_, "tester:x:" + std::to_string(getgid()) + ":\n");
+    const std::string unprivileged = std::to_string(kUnprivilegedUserId);
+    writeText(groupFile_, "tester:x:" + std::to_string(getgid()) + ":\n" + "unprivileged:x:" +
+                              unprivileged + ":\n");
 }
 
 void TemporaryHome::setPasswordDatabaseHome(const std::string& home) const {
+    const std::string unprivileged = std::to_string(kUnprivilegedUserId);
     writeText(passwdFile_, "tester:x:" + std::to_string(getuid()) + ":" + std::to_string(getgid()) +
-                               ":Test User:" + home + ":/bin/sh\n");
+                               ":Test User:" + home + ":/bin/sh\n" + "unprivileged:x:" + unprivileged +
+                               ":" + unprivileged + ":Unprivileged Test User:" + home + ":/bin/sh\n");
 }
 
 std::string TemporaryHome::varnholtDirectory() const {
@@ -97,6 +103,12 @@ std::vector<std::string> TemporaryHome::environment(const InvocationOptions& opt
         environment.push_back("NO_FAKE_STAT=1");
     }
     environment.push_back("LD_PRELOAD=" + preload);
+    // For the binary built with the sanitizers (ignored otherwise): their
+    // runtime cannot live with nss_wrapper's RTLD_DEEPBIND, and its allocator
+    // asks for the time while it holds its lock, which deadlocks with
+    // libfaketime's first lookups, unless it never releases memory by time.
+    environment.push_back("NSS_WRAPPER_DISABLE_DEEPBIND=1");
+    environment.push_back("ASAN_OPTIONS=allocator_release_to_os_interval_ms=-1");
     for (const auto& extra : options.extraEnvironment) environment.push_back(extra);
     return environment;
 }
@@ -207,14 +219,26 @@ ProcessResult TemporaryHome::runProgram(const std::string& program,
     posix_spawnattr_setflags(&attributes, flags);
 
     std::vector<std::string> argv = {program};
-    argv.insert(argv.end(), arguments.begin(), arguments.end());
     std::vector<std::string> envp = environment(options);
+    if (options.unprivileged) {
+        // setpriv itself runs without the preloads (libfaketime would share
+        // its clock with the child through a semaphore the unprivileged child
+        // may not open); env sets them for the program alone.
+        const auto preload = std::find_if(envp.begin(), envp.end(), [](const std::string& entry) {
+            return entry.rfind("LD_PRELOAD=", 0) == 0;
+        });
+        const std::string user = std::to_string(kUnprivilegedUserId);
+        argv = {kSetpriv, "--reuid=" + user, "--regid=" + user, "--clear-groups", "--", kEnv,
+                *preload, program};
+        envp.erase(preload);
+    }
+    argv.insert(argv.end(), arguments.begin(), arguments.end());
     auto argvPointers = nullTerminated(argv);
     auto envPointers = nullTerminated(envp);
 
     pid_t child = 0;
     const sighandler_t previousBrokenPipe = ignoreBrokenPipe ? signal(SIGPIPE, SIG_IGN) : SIG_DFL;
-    const int spawned = posix_spawn(&child, program.c_str(), &actions, &attributes,
+    const int spawned = posix_spawn(&child, argv.front().c_str(), &actions, &attributes,
                                     argvPointers.data(), envPointers.data());
     if (ignoreBrokenPipe) signal(SIGPIPE, previousBrokenPipe);
     posix_spawn_file_actions_destroy(&actions);

@@ -45,6 +45,10 @@ struct InvocationOptions {
     // it started (exit status 128 + SIGKILL), so that a hang fails the test
     // instead of blocking it.
     std::optional<std::chrono::milliseconds> timeout;
+    // Runs the program as TemporaryHome::kUnprivilegedUserId rather than as
+    // ourselves (through setpriv, so the test must run as root), for checks
+    // that file permissions would otherwise not stop.
+    bool unprivileged = false;
 };
 
 // A temporary directory registered as the current user's home through
@@ -53,6 +57,10 @@ struct InvocationOptions {
 // $HOME is set to a path that does not exist, to catch code that reads it.
 class TemporaryHome {
 public:
+    // The user an unprivileged run runs as; the password database lists it
+    // with this home too.
+    static constexpr unsigned kUnprivilegedUserId = 65534;
+
     TemporaryHome();
 
     const std::string& path() const { return directory_.path(); }

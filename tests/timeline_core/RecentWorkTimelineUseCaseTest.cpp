@@ -302,20 +302,43 @@ TEST_F(RecentWorkTimelineUseCaseTest, RepresentativeKeepsEveryField) {
     EXPECT_EQ(moments[0].representative, row);
 }
 
-TEST(RecentWorkTimelineUseCaseDeathTest, UnrepresentableTimesStopTheProcess) {
-    for (const double bad : {std::nan(""), std::numeric_limits<double>::infinity(), 1e19, -1e19}) {
-        FakeTimelinePort port;
-        port.rows = {observation("a", bad, "x")};
-        RecentWorkTimelineUseCase useCase(port, 300);
-        EXPECT_DEATH(useCase.execute(0, 1), "Fatal error") << bad;
-    }
+TEST_F(RecentWorkTimelineUseCaseTest, RowsWhoseTimeHasNoBucketAreSkipped) {
+    const double infinity = std::numeric_limits<double>::infinity();
+    port.rows = {observation("bad-low", -infinity, "a"),
+                 observation("bad-min", -1e19, "b"),
+                 observation("good", kTen + 1, "c"),
+                 observation("bad-nan", std::nan(""), "d"),
+                 observation("bad-max", 1e19, "e"),
+                 observation("bad-high", infinity, "f")};
+    const auto moments = run();
+    ASSERT_EQ(moments.size(), 1u);
+    EXPECT_EQ(moments[0].representative.id, "good");
+    EXPECT_EQ(moments[0].observationCount, 1);
 }
 
-TEST(RecentWorkTimelineUseCaseDeathTest, ABucketEndBeyond64BitsStopsTheProcess) {
-    FakeTimelinePort port;
+TEST_F(RecentWorkTimelineUseCaseTest, ABucketReachingBeyond64BitsIsSkipped) {
     // The largest double below 2^63: its bucket of 10000 seconds starts at
     // 9223372036854770000 and would end at 9223372036854780000, past 2^63 - 1.
-    port.rows = {observation("a", 9223372036854774784.0, "x")};
-    RecentWorkTimelineUseCase useCase(port, 10000);
-    EXPECT_DEATH(useCase.execute(0, 1), "bucket end");
+    // The smallest double at or above -2^63 starts a bucket below -2^63.
+    port.rows = {observation("below", -9223372036854775808.0 + 4096, "a"),
+                 observation("good", kTen, "b"),
+                 observation("above", 9223372036854774784.0, "c")};
+    const auto moments = run(10000);
+    ASSERT_EQ(moments.size(), 1u);
+    EXPECT_EQ(moments[0].representative.id, "good");
+    EXPECT_EQ(moments[0].bucketStart, 1775030000.0);
+    EXPECT_EQ(moments[0].bucketEnd, 1775040000.0);
+}
+
+TEST_F(RecentWorkTimelineUseCaseTest, TheOutermostRepresentableBucketsAreKept) {
+    // With buckets of 256 seconds, -2^63 starts a bucket and 2^63 - 1024
+    // starts one that ends at 2^63 - 768, both within 64 bits.
+    port.rows = {observation("min", -9223372036854775808.0, "a"),
+                 observation("max", 9223372036854774784.0, "b")};
+    const auto moments = run(256);
+    ASSERT_EQ(moments.size(), 2u);
+    EXPECT_EQ(moments[0].representative.id, "min");
+    EXPECT_EQ(moments[0].bucketStart, -9223372036854775808.0);
+    EXPECT_EQ(moments[1].representative.id, "max");
+    EXPECT_EQ(moments[1].bucketStart, 9223372036854774784.0);
 }

@@ -246,6 +246,22 @@ TEST_F(SQLiteObservationTimelineTest, UnreadableAppsGiveAnEmptyList) {
     EXPECT_EQ(rows[6].apps, (std::vector<std::string>{"Mail", "Safari"}));
 }
 
+TEST_F(SQLiteObservationTimelineTest, ANullIdReadsAsEmptyTextAndTextEndsAtItsNul) {
+    build(R"SQL(
+        INSERT INTO observations (id, type, timestamp, image_path, vlm_description, apps, created_at) VALUES
+            (NULL, 'visual', 1775037601.0, NULL, 'Reading mail', '["Mail"]', 'x'),
+            ('o2' || char(0) || 'x', 'visual', 1775037602.0, '/a.png' || char(0) || 'b',
+             'Writing' || char(0) || ' more', '["Pages"]' || char(0) || ']', 'x');
+    )SQL");
+    const auto rows = fetch(kTen, kTen + 3600);
+    ASSERT_EQ(rows.size(), 2u);
+    EXPECT_EQ(rows[0].id, "");
+    EXPECT_EQ(rows[1].id, "o2");
+    EXPECT_EQ(rows[1].vlmDescription, "Writing");
+    EXPECT_EQ(rows[1].imagePath, "/a.png");
+    EXPECT_EQ(rows[1].apps, std::vector<std::string>{"Pages"});
+}
+
 TEST_F(SQLiteObservationTimelineTest, AMissingTableIsAQueryFailureWithSQLitesMessage) {
     build("DROP TABLE observation_entities;");
     try {

@@ -283,6 +283,19 @@ TEST_F(SQLiteEntityQueryTest, MentionOfMissingObservationIsIgnored) {
               (std::vector<EntityAggregation>{row("app", "Mail", 1, kT, kT)}));
 }
 
+TEST_F(SQLiteEntityQueryTest, KindAndValueWithoutTextReadAsEmptyAndEndAtANul) {
+    // Which of these rows the statement gives is its own business; reading
+    // them never stops the process.
+    createLooseDatabase(
+        "INSERT INTO observations VALUES ('o1', NULL, 1775037600.0);\n"
+        "INSERT INTO observation_entities VALUES ('o1', NULL, 'Keynote'), ('o1', 'app', NULL),\n"
+        "  ('o1', 'app', 'Mail' || char(0) || 'er');");
+    EXPECT_EQ(aggregate(params({}, {}, {}, 100)),
+              (std::vector<EntityAggregation>{row("", "Keynote", 1, kT, kT),
+                                              row("app", "", 1, kT, kT),
+                                              row("app", "Mail", 1, kT, kT)}));
+}
+
 TEST_F(SQLiteEntityQueryTest, MissingTableIsQueryFailed) {
     sqlite3* handle = VarnholtSampleData::openWritableDatabase(path());
     VarnholtSampleData::execWritable(handle, "PRAGMA user_version = 24;");

@@ -12,6 +12,7 @@
 #include "RecorderSchema.h"
 #include "SQLiteReadConnection.h"
 #include "TemporaryDirectory.h"
+#include "search/FTS5Keyword.h"
 
 namespace VarnholtQueryLib {
 namespace {
@@ -448,15 +449,156 @@ INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at
     EXPECT_EQ(idsOf(search(paramsFor("\"quarterly invoice\""))), (Ids{"O-PHRASE"}));
 }
 
-TEST_F(SQLiteObservationSearchDatabaseTest, FTS5SyntaxErrorIsAFailedQuery) {
+// Descriptions with words that are FTS5 syntax when typed bare.
+constexpr const char* kOrdinaryWordsFixture = R"SQL(
+INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at) VALUES
+  ('O-NODE', 'visual', 1775037600.0, 'Upgrading node.js in the build image', '[]', '2026-04-01T10:00:05Z'),
+  ('O-FLAG', 'visual', 1775037660.0, 'Removing the feature-flag for checkout', '[]', '2026-04-01T10:01:05Z'),
+  ('O-CPP', 'visual', 1775037720.0, 'Reading C++ templates', '[]', '2026-04-01T10:02:05Z'),
+  ('O-ITS', 'visual', 1775037780.0, 'Checking it''s not cached', '[]', '2026-04-01T10:03:05Z'),
+  ('O-TYPE', 'visual', 1775037840.0, 'Debugging a TypeError: x is undefined', '[]', '2026-04-01T10:04:05Z'),
+  ('O-HOST', 'visual', 1775037900.0, 'Opening localhost:3000 in Safari', '[]', '2026-04-01T10:05:05Z'),
+  ('O-HELLO', 'visual', 1775037960.0, 'Printing hello world twice', '[]', '2026-04-01T10:06:05Z');
+)SQL";
+
+TEST_F(SQLiteObservationSearchDatabaseTest, OrdinaryWordsThatAreFTS5SyntaxAreSearchedLiterally) {
+    createDatabase(kOrdinaryWordsFixture);
+    EXPECT_EQ(idsOf(search(paramsFor("node.js"))), (Ids{"O-NODE"}));
+    EXPECT_EQ(idsOf(search(paramsFor("feature-flag"))), (Ids{"O-FLAG"}));
+    EXPECT_EQ(idsOf(search(paramsFor("C++"))), (Ids{"O-CPP"}));
+    EXPECT_EQ(idsOf(search(paramsFor("it's"))), (Ids{"O-ITS"}));
+    EXPECT_EQ(idsOf(search(paramsFor("TypeError: x"))), (Ids{"O-TYPE"}));
+    EXPECT_EQ(idsOf(search(paramsFor("localhost:3000"))), (Ids{"O-HOST"}));
+}
+
+TEST_F(SQLiteObservationSearchDatabaseTest, AnUnbalancedQuoteIsSearchedLiterally) {
+    createDatabase(kOrdinaryWordsFixture);
+    ObservationSearchParams params = paramsFor("checkout \"hello world");
+    params.latestOnly = true;
+    EXPECT_EQ(idsOf(search(params)), (Ids{"O-HELLO", "O-FLAG"}));
+}
+
+TEST_F(SQLiteObservationSearchDatabaseTest, WithNothingLiteralLeftTheFTS5ErrorIsReported) {
     createDatabase(kRankingFixture);
-    try {
-        search(paramsFor("invoice \"unbalanced"));
-        FAIL() << "an unterminated phrase among several terms must fail";
-    } catch (const DatabaseError& error) {
-        EXPECT_EQ(error.errorCase(), DatabaseError::Case::queryFailed);
-        EXPECT_EQ(error.message(), "unterminated string");
+    for (const char* keyword : {"\"", "\" \t", "\"\"\""}) {
+        try {
+            search(paramsFor(keyword));
+            FAIL() << "an unterminated phrase without words must fail: " << keyword;
+        } catch (const DatabaseError& error) {
+            EXPECT_EQ(error.errorCase(), DatabaseError::Case::queryFailed);
+            EXPECT_EQ(error.message(), "unterminated string");
+        }
     }
+}
+
+TEST_F(SQLiteObservationSearchDatabaseTest, KeywordsThatWorkKeepTheirFTS5Meaning) {
+    // Taken literally, "inv*" would look for the word "inv", and the operator
+    // query for any of its three words.
+    createDatabase(kRankingFixture);
+    EXPECT_EQ(idsOf(search(paramsFor("inv*"))), (Ids{"O-STRONG", "O-TIE-NEW", "O-TIE-OLD"}));
+    EXPECT_EQ(idsOf(search(paramsFor("invoice NOT draft"))), (Ids{"O-STRONG"}));
+}
+
+// Rows whose ranking tells repeated words apart: "alpha" is rarer than
+// "beta", so it weighs more once, and less than "beta" counted twice.
+constexpr const char* kRepeatedWordsFixture = R"SQL(
+INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at) VALUES
+  ('O-ALPHA', 'visual', 1775037600.0, 'alpha filler text', '[]', '2026-04-01T10:00:05Z'),
+  ('O-BETA-OLD', 'visual', 1775037660.0, 'beta filler text', '[]', '2026-04-01T10:01:05Z'),
+  ('O-BETA-NEW', 'visual', 1775037720.0, 'beta filler text', '[]', '2026-04-01T10:02:05Z'),
+  ('O-GAMMA-1', 'visual', 1775037780.0, 'gamma filler text', '[]', '2026-04-01T10:03:05Z'),
+  ('O-GAMMA-2', 'visual', 1775037840.0, 'gamma filler text', '[]', '2026-04-01T10:04:05Z'),
+  ('O-GAMMA-3', 'visual', 1775037900.0, 'gamma filler text', '[]', '2026-04-01T10:05:05Z'),
+  ('O-GAMMA-4', 'visual', 1775037960.0, 'gamma filler text', '[]', '2026-04-01T10:06:05Z'),
+  ('O-GAMMA-5', 'visual', 1775038020.0, 'gamma filler text', '[]', '2026-04-01T10:07:05Z'),
+  ('O-GAMMA-6', 'visual', 1775038080.0, 'gamma filler text', '[]', '2026-04-01T10:08:05Z'),
+  ('O-GAMMA-7', 'visual', 1775038140.0, 'gamma filler text', '[]', '2026-04-01T10:09:05Z');
+)SQL";
+
+TEST_F(SQLiteObservationSearchDatabaseTest, RankedSearchesWeighEveryCopyOfARepeatedWord) {
+    createDatabase(kRepeatedWordsFixture);
+    EXPECT_EQ(idsOf(search(paramsFor("alpha beta"))), (Ids{"O-ALPHA", "O-BETA-NEW", "O-BETA-OLD"}));
+    EXPECT_EQ(idsOf(search(paramsFor("alpha beta beta"))), (Ids{"O-BETA-NEW", "O-BETA-OLD", "O-ALPHA"}));
+}
+
+// The rows the statement gives for `params` with `matchText` bound as it
+// is, without any rewriting of repeats: the reference for the adapter.
+Ids referenceIds(const std::string& databasePath, const ObservationSearchParams& params,
+                 const std::string& matchText) {
+    SQLiteReadConnection connection(databasePath);
+    sqlite3_stmt* statement = nullptr;
+    if (sqlite3_prepare_v2(connection.handle(), SQLiteObservationSearch::statementFor(params).c_str(),
+                           -1, &statement, nullptr) != SQLITE_OK) {
+        ADD_FAILURE() << sqlite3_errmsg(connection.handle());
+        return {};
+    }
+    int position = 1;
+    sqlite3_bind_text(statement, position++, matchText.c_str(), -1, SQLITE_TRANSIENT);
+    if (params.fromTs) sqlite3_bind_double(statement, position++, *params.fromTs);
+    sqlite3_bind_int(statement, position, static_cast<int>(params.limit));
+    Ids ids;
+    while (sqlite3_step(statement) == SQLITE_ROW) {
+        ids.emplace_back(reinterpret_cast<const char*>(sqlite3_column_text(statement, 0)));
+    }
+    sqlite3_finalize(statement);
+    return ids;
+}
+
+TEST_F(SQLiteObservationSearchDatabaseTest, NewestFirstRepeatedWordsMatchTheSameRows) {
+    // Equal times in pairs, so that ties are part of what must not change.
+    createDatabase(R"SQL(
+WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n WHERE i < 299)
+INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at)
+SELECT printf('O-%03d', i), 'visual', 1775037600.0 + (i / 2) * 60,
+       (CASE i % 3 WHEN 0 THEN 'alpha ' WHEN 1 THEN 'beta ' ELSE '' END) ||
+       (CASE i % 5 WHEN 0 THEN 'gamma ' WHEN 1 THEN 'delta.x ' ELSE 'omega ' END) || 'text',
+       '[]', '2026-04-01T10:00:00Z'
+FROM n;
+)SQL");
+    const std::vector<std::string> keywords = {
+        "alpha alpha beta", "gamma beta gamma alpha gamma", "\"alpha text\" beta \"alpha text\"",
+        "delta.x gamma delta.x", "omega omega omega", "zeta alpha zeta"};
+    for (const std::string& keyword : keywords) {
+        for (const std::int64_t limit : {1, 7, 200}) {
+            ObservationSearchParams params = paramsFor(keyword);
+            params.latestOnly = true;
+            params.fromTs = 1775037600.0;
+            params.limit = limit;
+            const std::string asTyped = SQLiteObservationSearch::transformFTS5Keyword(keyword);
+            Ids expected = referenceIds(path(), params, asTyped);
+            if (keyword.find('.') != std::string::npos) {
+                // Not valid FTS5: the literal form, with every repeat, is the reference.
+                expected = referenceIds(path(), params, FTS5Keyword::literal(keyword));
+            }
+            EXPECT_EQ(idsOf(search(params)), expected) << keyword << " limit " << limit;
+            EXPECT_FALSE(expected.empty()) << keyword;
+        }
+    }
+}
+
+TEST_F(SQLiteObservationSearchDatabaseTest, ANullIdReadsAsEmptyText) {
+    createDatabase(R"SQL(
+INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at) VALUES
+  (NULL, 'visual', 1775037600.0, 'Editing the invoice template', '[]', '2026-04-01T10:00:05Z');
+)SQL");
+    const auto results = search(paramsFor("invoice"));
+    ASSERT_EQ(results.size(), 1u);
+    EXPECT_EQ(results[0].observationId, "");
+}
+
+TEST_F(SQLiteObservationSearchDatabaseTest, TextEndsAtItsFirstNul) {
+    createDatabase(R"SQL(
+INSERT INTO observations (id, type, timestamp, image_path, vlm_description, apps, created_at) VALUES
+  ('O1' || char(0) || 'hidden', 'visual', 1775037600.0, '/a.png' || char(0) || '/b.png',
+   'Editing the invoice' || char(0) || ' and more', '["Pages"]' || char(0) || 'x',
+   '2026-04-01T10:00:05Z');
+)SQL");
+    const auto results = search(paramsFor("invoice"));
+    ASSERT_EQ(results.size(), 1u);
+    EXPECT_EQ(results[0].observationId, "O1");
+    EXPECT_EQ(results[0].vlmDescription, "Editing the invoice");
+    EXPECT_EQ(results[0].imagePath, "/a.png");
+    EXPECT_EQ(results[0].apps, std::vector<std::string>{"Pages"});
 }
 
 TEST_F(SQLiteObservationSearchDatabaseTest, MissingTableIsAFailedQuery) {

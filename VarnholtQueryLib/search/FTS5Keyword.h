@@ -1,0 +1,42 @@
+#pragma once
+
+#include <string>
+
+namespace VarnholtQueryLib {
+
+// How the user's search keyword becomes the text bound to FTS5's MATCH.
+//
+// Both forms walk the keyword one character (grapheme) at a time into terms:
+// runs of non-white-space, with double-quoted phrases kept whole (their inner
+// white space included) and an unclosed phrase running to the end. Both take
+// time linear in the keyword's length, so a pasted log of thousands of words
+// costs no more to translate than to read.
+namespace FTS5Keyword {
+
+// Whether a later copy of a term is kept. FTS5 matches the same rows for
+// "a OR a" as for "a", but BM25 adds a repeated term's weight once per copy,
+// so dropping copies is only right where the order of the answer does not
+// come from BM25.
+enum class RepeatedTerms { keep, drop };
+
+// The MATCH text for `keyword`: several terms become alternatives ("invoice
+// budget" -> "invoice OR budget"), quoted phrases stay phrases, and a keyword
+// that is a single term or already uses an FTS5 operator (AND, OR, NOT, NEAR,
+// NEAR/n, in any letter case) is returned exactly as given. Nothing is
+// escaped: what FTS5 rejects is reported by the query. With
+// RepeatedTerms::drop, later copies of a term are left out when every term is
+// a bare word or a quoted phrase (then the alternatives form a flat OR whose
+// rows cannot change); otherwise every term is kept.
+std::string transformed(const std::string& keyword, RepeatedTerms repeated = RepeatedTerms::keep);
+
+// The keyword taken literally, for when FTS5 rejects transformed(): the same
+// walk, but every double quote is dropped (a quote still opens and closes a
+// phrase, and a closing quote still ends its term); each term is trimmed of
+// blanks and tabs, empty terms are left out, and the rest are wrapped in
+// double quotes and joined with " OR ". Empty when no term is left.
+// "node.js" gives "\"node.js\"", "TypeError: x" gives "\"TypeError:\" OR \"x\"".
+std::string literal(const std::string& keyword, RepeatedTerms repeated = RepeatedTerms::keep);
+
+}  // namespace FTS5Keyword
+
+}  // namespace VarnholtQueryLib
