@@ -1,5 +1,7 @@
 #include <iostream>
 
+#include "IndexCatalogue.h"
+#include "SQLiteReadConnection.h"
 #include "cli/CommandRunners.h"
 #include "status/FSTailTailLogPort.h"
 #include "status/SQLiteOperationalStatusQuery.h"
@@ -14,7 +16,8 @@ void runStatusCommand(const Command::Status& command,
                       VarnholtSQLiteSupport::SQLiteReadConnection& connection,
                       const CommandEnvironment& environment) {
     const Platform& platform = environment.platform;
-    SQLiteOperationalStatusQuery operationalQuery(connection, platform.clock);
+    SQLiteOperationalStatusQuery operationalQuery(
+        connection, VarnholtSQLiteSupport::IndexCatalogue::read(connection.handle()), platform.clock);
     const FSTailTailLogPort tailLogPort(platform.processes);
     const StatusUseCase useCase(&operationalQuery, &tailLogPort, platform.fileSystem,
                                 platform.clock, platform.homeDirectory);

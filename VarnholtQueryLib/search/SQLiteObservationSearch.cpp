@@ -6,13 +6,19 @@
 #include <unicode/uchar.h>
 #include <unicode/unistr.h>
 
+#include <functional>
+#include <limits>
 #include <memory>
 #include <optional>
 
 #include <nlohmann/json.hpp>
 
+#include "LiteralFallback.h"
+#include "NamedParameters.h"
+#include "QueryPlan.h"
 #include "SQLiteReadConnection.h"
 #include "SQLiteStatement.h"
+#include "search/IndexedSearchStatement.h"
 
 namespace VarnholtQueryLib {
 
@@ -71,6 +77,7 @@ std::vector<SearchResultEntity> decodeEntities(const std::optional<std::string>&
     return entities;
 }
 
+// Both statements give these columns in this order.
 ObservationSearchResult decodeRow(sqlite3_stmt* statement) {
     ObservationSearchResult result;
     result.observationId = columnText(statement, 0);
@@ -80,6 +87,12 @@ ObservationSearchResult decodeRow(sqlite3_stmt* statement) {
     result.frameTimestamp = sqlite3_column_double(statement, 4);
     result.entities = decodeEntities(columnOptionalText(statement, 5));
     return result;
+}
+
+std::vector<ObservationSearchResult> stepAll(sqlite3* handle, sqlite3_stmt* statement) {
+    std::vector<ObservationSearchResult> results;
+    stepRows(handle, statement, [&results](sqlite3_stmt* row) { results.push_back(decodeRow(row)); });
+    return results;
 }
 
 // Blanks and tabs in the Unicode sense (space separators and TAB), not
@@ -143,10 +156,62 @@ std::vector<icu::UnicodeString> splitTerms(const icu::UnicodeString& keyword) {
     return terms;
 }
 
+// How many matches and window frames are counted at most to choose between
+// confining the match to the window's rowids and letting it run over all of
+// them. Counting walks index entries only, some nanoseconds each.
+constexpr std::int64_t kEstimateCap = 1'000'000;
+
+// The number the one-column `sql` counts, up to `cap`; absent when the
+// statement fails (the literal statement then reports the failure).
+std::optional<std::int64_t> countUpTo(sqlite3* handle, const std::string& sql,
+                                      const std::function<void(sqlite3_stmt*)>& bind) {
+    sqlite3_stmt* statement = prepareOrNull(handle, sql);
+    if (statement == nullptr) return std::nullopt;
+    FinalizeOnExit finalize(statement);
+    bind(statement);
+    bindNamedInt64(statement, ":cap", kEstimateCap);
+    if (sqlite3_step(statement) != SQLITE_ROW) return std::nullopt;
+    return sqlite3_column_int64(statement, 0);
+}
+
+void bindWindow(sqlite3_stmt* statement, const ObservationSearchParams& params) {
+    if (params.fromTs) bindNamedDouble(statement, ":from", *params.fromTs);
+    if (params.toTs) bindNamedDouble(statement, ":to", *params.toTs);
+}
+
+struct RowidRange {
+    std::int64_t lo = std::numeric_limits<std::int64_t>::min();
+    std::int64_t hi = std::numeric_limits<std::int64_t>::max();
+};
+
+// The rowids to confine the match to: those of the window's observations
+// when finding them is cheaper than testing every match against the window
+// (there are fewer frames in the window than matches), else all rowids.
+// Absent when a statement fails.
+std::optional<RowidRange> rowidRangeFor(sqlite3* handle, const std::string& matchText,
+                                        const ObservationSearchParams& params) {
+    if (!params.fromTs && !params.toTs) return RowidRange();
+    const auto matches = countUpTo(handle, kMatchCountStatement, [&](sqlite3_stmt* statement) {
+        bindNamedText(statement, ":match", matchText);
+    });
+    const auto frames = countUpTo(handle, windowFrameCountStatement(params),
+                                  [&](sqlite3_stmt* statement) { bindWindow(statement, params); });
+    if (!matches || !frames) return std::nullopt;
+    if (*frames >= *matches) return RowidRange();
+
+    sqlite3_stmt* statement = prepareOrNull(handle, windowRowidRangeStatement(params));
+    if (statement == nullptr) return std::nullopt;
+    FinalizeOnExit finalize(statement);
+    bindWindow(statement, params);
+    if (sqlite3_step(statement) != SQLITE_ROW) return std::nullopt;
+    if (sqlite3_column_type(statement, 0) == SQLITE_NULL) return RowidRange{1, 0};  // nothing in the window
+    return RowidRange{sqlite3_column_int64(statement, 0), sqlite3_column_int64(statement, 1)};
+}
+
 }  // namespace
 
-SQLiteObservationSearch::SQLiteObservationSearch(const SQLiteReadConnection& connection)
-    : handle_(connection.handle()) {}
+SQLiteObservationSearch::SQLiteObservationSearch(const SQLiteReadConnection& connection, IndexCatalogue indexes)
+    : handle_(connection.handle()), indexes_(std::move(indexes)) {}
 
 std::string SQLiteObservationSearch::statementFor(const ObservationSearchParams& params) {
     std::string sql = kStatementHead;
@@ -162,20 +227,49 @@ std::string SQLiteObservationSearch::statementFor(const ObservationSearchParams&
 
 std::vector<ObservationSearchResult> SQLiteObservationSearch::search(
     const ObservationSearchParams& params) {
+    return searchMatching(transformFTS5Keyword(params.keyword), params);
+}
+
+std::vector<ObservationSearchResult> SQLiteObservationSearch::searchMatching(
+    const std::string& matchText, const ObservationSearchParams& params) {
+    return withLiteralFallback([&] { return searchIndexed(matchText, params); },
+                               [&] { return searchLiteral(matchText, params); });
+}
+
+std::vector<ObservationSearchResult> SQLiteObservationSearch::searchLiteral(
+    const std::string& matchText, const ObservationSearchParams& params) {
     sqlite3_stmt* statement = prepareStatement(handle_, statementFor(params));
     FinalizeOnExit finalize(statement);
 
     int position = 1;
-    bindText(statement, position++, transformFTS5Keyword(params.keyword));
+    bindText(statement, position++, matchText);
     if (params.appFilter) bindText(statement, position++, *params.appFilter);
     if (params.fromTs) sqlite3_bind_double(statement, position++, *params.fromTs);
     if (params.toTs) sqlite3_bind_double(statement, position++, *params.toTs);
     bindInt32(statement, position, params.limit);
+    return stepAll(handle_, statement);
+}
 
-    std::vector<ObservationSearchResult> results;
-    stepRows(handle_, statement,
-             [&results](sqlite3_stmt* row) { results.push_back(decodeRow(row)); });
-    return results;
+std::optional<std::vector<ObservationSearchResult>> SQLiteObservationSearch::searchIndexed(
+    const std::string& matchText, const ObservationSearchParams& params) {
+    if (!servesIndexedSearch(indexes_)) return std::nullopt;
+    const auto plan = explainQueryPlan(handle_, statementFor(params));
+    if (!plan) return std::nullopt;
+    const auto tieOrder = observationScanOrder(*plan, indexes_);
+    if (!tieOrder) return std::nullopt;
+    const auto range = rowidRangeFor(handle_, matchText, params);
+    if (!range) return std::nullopt;
+
+    sqlite3_stmt* statement = prepareOrNull(handle_, indexedSearchStatement(params, *tieOrder));
+    if (statement == nullptr) return std::nullopt;
+    FinalizeOnExit finalize(statement);
+    bindNamedText(statement, ":match", matchText);
+    bindNamedInt64(statement, ":lo", range->lo);
+    bindNamedInt64(statement, ":hi", range->hi);
+    if (params.appFilter) bindNamedText(statement, ":app", *params.appFilter);
+    bindWindow(statement, params);
+    bindNamedInt32(statement, ":limit", params.limit);
+    return stepAll(handle_, statement);
 }
 
 std::string SQLiteObservationSearch::transformFTS5Keyword(const std::string& keyword) {

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "IndexCatalogue.h"
 #include "search/ObservationSearchQueryPort.h"
 
 struct sqlite3;
@@ -13,16 +15,19 @@ class SQLiteReadConnection;
 
 namespace VarnholtQueryLib {
 
-// The search port over the recorder's FTS5 index of descriptions: one
-// statement per search, ranked by BM25 (or newest first), filtered by
-// application and time, with each observation's entities gathered in the same
-// statement.
+// The search port over the recorder's FTS5 index of descriptions: ranked by
+// BM25 (or newest first), filtered by application and time, with each
+// observation's entities gathered in SQL. statementFor gives the statement
+// that defines the answer; with the recorder's indexes present the adapter
+// runs the statements of IndexedSearchStatement.h instead, which confine the
+// match to the window's rowids where that pays and answer the same.
 //
 // Keeps only the connection's raw handle; it neither owns nor closes the
 // connection, which must outlive this object.
 class SQLiteObservationSearch final : public ObservationSearchQueryPort {
 public:
-    explicit SQLiteObservationSearch(const VarnholtSQLiteSupport::SQLiteReadConnection& connection);
+    SQLiteObservationSearch(const VarnholtSQLiteSupport::SQLiteReadConnection& connection,
+                            VarnholtSQLiteSupport::IndexCatalogue indexes);
 
     // Throws DatabaseError: queryFailed when the statement cannot be prepared
     // or a step fails (an FTS5 syntax error in the keyword surfaces here with
@@ -44,7 +49,20 @@ public:
     static std::string transformFTS5Keyword(const std::string& keyword);
 
 private:
+    // The whole search for one MATCH text (the transformed keyword), with
+    // whatever statements it takes; its failures are those of the literal
+    // statement for that text.
+    std::vector<ObservationSearchResult> searchMatching(const std::string& matchText,
+                                                        const ObservationSearchParams& params);
+    std::vector<ObservationSearchResult> searchLiteral(const std::string& matchText,
+                                                       const ObservationSearchParams& params);
+    // Absent when the index-driven statements cannot answer for this
+    // database; the literal statement must run then.
+    std::optional<std::vector<ObservationSearchResult>> searchIndexed(const std::string& matchText,
+                                                                      const ObservationSearchParams& params);
+
     sqlite3* const handle_;  // null only for a connection that failed to open
+    const VarnholtSQLiteSupport::IndexCatalogue indexes_;
 };
 
 }  // namespace VarnholtQueryLib

@@ -11,6 +11,7 @@
 #include "DatabaseError.h"
 #include "RecorderSchema.h"
 #include "SQLiteReadConnection.h"
+#include "StatementLog.h"
 #include "TemporaryDirectory.h"
 
 namespace VarnholtQueryLib {
@@ -18,6 +19,8 @@ namespace {
 
 using VarnholtSQLiteSupport::DatabaseError;
 using VarnholtSQLiteSupport::SQLiteReadConnection;
+using VarnholtTestSupport::StatementChoice;
+using VarnholtTestSupport::StatementLog;
 using VarnholtTestSupport::TemporaryDirectory;
 
 using Ids = std::vector<std::string>;
@@ -203,7 +206,7 @@ TEST(SQLiteObservationSearchTest, FTS5SyntaxPassesThroughInsideTerms) {
 // ---------------------------------------------------------------------------
 // Searching a database shaped like the recorder's.
 
-class SQLiteObservationSearchDatabaseTest : public ::testing::Test {
+class SQLiteObservationSearchDatabaseTest : public ::testing::TestWithParam<StatementChoice> {
 protected:
     std::string path() const { return directory_.file("varnholt.db"); }
 
@@ -222,8 +225,15 @@ protected:
 
     std::vector<ObservationSearchResult> search(const ObservationSearchParams& params) {
         if (!connection_) connection_ = std::make_unique<SQLiteReadConnection>(path());
-        SQLiteObservationSearch adapter(*connection_);
-        return adapter.search(params);
+        SQLiteObservationSearch adapter(*connection_,
+                                        VarnholtTestSupport::indexesFor(GetParam(), connection_->handle()));
+        StatementLog log(connection_->handle());
+        auto results = adapter.search(params);
+        ranLiteral_ = log.ran(SQLiteObservationSearch::statementFor(params));
+        if (GetParam() == StatementChoice::literal) {
+            EXPECT_TRUE(ranLiteral_);
+        }
+        return results;
     }
 
     static ObservationSearchParams paramsFor(const std::string& keyword) {
@@ -239,9 +249,13 @@ protected:
         return ids;
     }
 
+    // Whether the last search ran the literal statement.
+    bool ranLiteral() const { return ranLiteral_; }
+
 private:
     TemporaryDirectory directory_;
     std::unique_ptr<SQLiteReadConnection> connection_;
+    bool ranLiteral_ = false;
 };
 
 // Observations one minute apart from 10:00 on, each with its own frame.
@@ -262,43 +276,43 @@ INSERT INTO observations (id, frame_id, type, timestamp, image_path, vlm_descrip
    'Writing unit tests for the parser', '["Xcode"]', '2026-04-01T10:03:05Z');
 )SQL";
 
-TEST_F(SQLiteObservationSearchDatabaseTest, BestMatchFirstAndNewerFirstAmongEqualScores) {
+TEST_P(SQLiteObservationSearchDatabaseTest, BestMatchFirstAndNewerFirstAmongEqualScores) {
     createDatabase(kRankingFixture);
     EXPECT_EQ(idsOf(search(paramsFor("invoice"))), (Ids{"O-STRONG", "O-TIE-NEW", "O-TIE-OLD"}));
 }
 
-TEST_F(SQLiteObservationSearchDatabaseTest, LatestOrdersStrictlyByTime) {
+TEST_P(SQLiteObservationSearchDatabaseTest, LatestOrdersStrictlyByTime) {
     createDatabase(kRankingFixture);
     ObservationSearchParams params = paramsFor("invoice");
     params.latestOnly = true;
     EXPECT_EQ(idsOf(search(params)), (Ids{"O-TIE-NEW", "O-TIE-OLD", "O-STRONG"}));
 }
 
-TEST_F(SQLiteObservationSearchDatabaseTest, LimitCutsTheRankedList) {
+TEST_P(SQLiteObservationSearchDatabaseTest, LimitCutsTheRankedList) {
     createDatabase(kRankingFixture);
     ObservationSearchParams params = paramsFor("invoice");
     params.limit = 2;
     EXPECT_EQ(idsOf(search(params)), (Ids{"O-STRONG", "O-TIE-NEW"}));
 }
 
-TEST_F(SQLiteObservationSearchDatabaseTest, SeveralWordsMatchAnyOfThem) {
+TEST_P(SQLiteObservationSearchDatabaseTest, SeveralWordsMatchAnyOfThem) {
     createDatabase(kRankingFixture);
     ObservationSearchParams params = paramsFor("parser draft");
     params.latestOnly = true;
     EXPECT_EQ(idsOf(search(params)), (Ids{"O-OTHER", "O-TIE-NEW", "O-TIE-OLD"}));
 }
 
-TEST_F(SQLiteObservationSearchDatabaseTest, PorterStemmingMatchesWordForms) {
+TEST_P(SQLiteObservationSearchDatabaseTest, PorterStemmingMatchesWordForms) {
     createDatabase(kRankingFixture);
     EXPECT_EQ(idsOf(search(paramsFor("invoices"))), (Ids{"O-STRONG", "O-TIE-NEW", "O-TIE-OLD"}));
 }
 
-TEST_F(SQLiteObservationSearchDatabaseTest, NoMatchIsAnEmptyList) {
+TEST_P(SQLiteObservationSearchDatabaseTest, NoMatchIsAnEmptyList) {
     createDatabase(kRankingFixture);
     EXPECT_TRUE(search(paramsFor("spreadsheet")).empty());
 }
 
-TEST_F(SQLiteObservationSearchDatabaseTest, DecodesEveryColumnAndPrefersTheFrameTime) {
+TEST_P(SQLiteObservationSearchDatabaseTest, DecodesEveryColumnAndPrefersTheFrameTime) {
     createDatabase(R"SQL(
 INSERT INTO frames (id, display_id, captured_at, timestamp, image_path) VALUES
   ('F1', '1', '2026-04-01T10:00:00Z', 1775037600.25, '/home/u/shots/f1.png');
@@ -319,7 +333,7 @@ INSERT INTO observation_entities VALUES
     EXPECT_EQ(search(paramsFor("invoice")), std::vector<ObservationSearchResult>{expected});
 }
 
-TEST_F(SQLiteObservationSearchDatabaseTest, PrunedFrameFallsBackToTheObservationTime) {
+TEST_P(SQLiteObservationSearchDatabaseTest, PrunedFrameFallsBackToTheObservationTime) {
     createDatabase(R"SQL(
 INSERT INTO observations (id, frame_id, type, timestamp, vlm_description, apps, created_at) VALUES
   ('O1', 'GONE', 'visual', 1775037000.5, 'Editing the invoice template', '[]', '2026-04-01T09:50:05Z');
@@ -329,7 +343,7 @@ INSERT INTO observations (id, frame_id, type, timestamp, vlm_description, apps, 
     EXPECT_EQ(results[0].frameTimestamp, 1775037000.5);
 }
 
-TEST_F(SQLiteObservationSearchDatabaseTest, NullColumnsDecodeToEmptyAndAbsent) {
+TEST_P(SQLiteObservationSearchDatabaseTest, NullColumnsDecodeToEmptyAndAbsent) {
     createDatabase(R"SQL(
 INSERT INTO observations (id, frame_id, type, timestamp, image_path, vlm_description, apps, created_at) VALUES
   ('O1', NULL, 'visual', 1775037600.0, NULL, 'Editing the invoice template', NULL, '2026-04-01T10:00:05Z');
@@ -341,7 +355,7 @@ INSERT INTO observations (id, frame_id, type, timestamp, image_path, vlm_descrip
     EXPECT_TRUE(results[0].entities.empty());
 }
 
-TEST_F(SQLiteObservationSearchDatabaseTest, AppsThatAreNotAListOfNamesDecodeToNoApps) {
+TEST_P(SQLiteObservationSearchDatabaseTest, AppsThatAreNotAListOfNamesDecodeToNoApps) {
     createDatabase(R"SQL(
 INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at) VALUES
   ('O1', 'visual', 1775037600.0, 'invoice one', '{"app":"Mail"}', '2026-04-01T10:00:05Z'),
@@ -355,7 +369,7 @@ INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at
     EXPECT_TRUE(results[1].apps.empty());
 }
 
-TEST_F(SQLiteObservationSearchDatabaseTest, EntityWithoutTextMembersIsSkippedSiblingsKept) {
+TEST_P(SQLiteObservationSearchDatabaseTest, EntityWithoutTextMembersIsSkippedSiblingsKept) {
     // The recorder declares entity columns as TEXT, which turns numbers into
     // text. A table without declared types (an older or hand-edited
     // database) keeps a number a number, and the JSON then carries it as one.
@@ -376,7 +390,7 @@ INSERT INTO observation_entities VALUES
               (std::vector<SearchResultEntity>{{"app", "Pages"}, {"programming_language", "Swift"}}));
 }
 
-TEST_F(SQLiteObservationSearchDatabaseTest, ObservationsWithoutDescriptionAreNeverFound) {
+TEST_P(SQLiteObservationSearchDatabaseTest, ObservationsWithoutDescriptionAreNeverFound) {
     // An observation that lost its description (NULL) after indexing: the
     // index still lists the old text, the statement must not return it.
     createDatabase(R"SQL(
@@ -397,7 +411,7 @@ INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at
   ('O-NONE', 'visual', 1775037780.0, 'invoice export script', NULL, '2026-04-01T10:03:05Z');
 )SQL";
 
-TEST_F(SQLiteObservationSearchDatabaseTest, ApplicationFilterMatchesWholeEntryInAnyCase) {
+TEST_P(SQLiteObservationSearchDatabaseTest, ApplicationFilterMatchesWholeEntryInAnyCase) {
     createDatabase(kApplicationFixture);
     ObservationSearchParams params = paramsFor("invoice");
     params.appFilter = "code";
@@ -405,7 +419,7 @@ TEST_F(SQLiteObservationSearchDatabaseTest, ApplicationFilterMatchesWholeEntryIn
     EXPECT_EQ(idsOf(search(params)), (Ids{"O-UPPER", "O-CODE"}));
 }
 
-TEST_F(SQLiteObservationSearchDatabaseTest, ApplicationFilterAndUpperBoundBindInOrder) {
+TEST_P(SQLiteObservationSearchDatabaseTest, ApplicationFilterAndUpperBoundBindInOrder) {
     createDatabase(kApplicationFixture);
     ObservationSearchParams params = paramsFor("invoice");
     params.appFilter = "Terminal";
@@ -422,7 +436,7 @@ INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at
   ('O-1101', 'visual', 1775041201.0, 'invoice five', '[]', '2026-04-01T11:00:01Z');
 )SQL";
 
-TEST_F(SQLiteObservationSearchDatabaseTest, BothBoundsAreInclusive) {
+TEST_P(SQLiteObservationSearchDatabaseTest, BothBoundsAreInclusive) {
     createDatabase(kBoundsFixture);
     ObservationSearchParams params = paramsFor("invoice");
     params.fromTs = 1775037600.0;
@@ -431,7 +445,7 @@ TEST_F(SQLiteObservationSearchDatabaseTest, BothBoundsAreInclusive) {
     EXPECT_EQ(idsOf(search(params)), (Ids{"O-1100", "O-1030", "O-1000"}));
 }
 
-TEST_F(SQLiteObservationSearchDatabaseTest, LowerBoundAlone) {
+TEST_P(SQLiteObservationSearchDatabaseTest, LowerBoundAlone) {
     createDatabase(kBoundsFixture);
     ObservationSearchParams params = paramsFor("invoice");
     params.fromTs = 1775039400.0;
@@ -439,7 +453,7 @@ TEST_F(SQLiteObservationSearchDatabaseTest, LowerBoundAlone) {
     EXPECT_EQ(idsOf(search(params)), (Ids{"O-1101", "O-1100", "O-1030"}));
 }
 
-TEST_F(SQLiteObservationSearchDatabaseTest, QuotedPhraseMatchesOnlyThePhrase) {
+TEST_P(SQLiteObservationSearchDatabaseTest, QuotedPhraseMatchesOnlyThePhrase) {
     createDatabase(R"SQL(
 INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at) VALUES
   ('O-PHRASE', 'visual', 1775037600.0, 'Sending the quarterly invoice', '[]', '2026-04-01T10:00:00Z'),
@@ -448,7 +462,7 @@ INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at
     EXPECT_EQ(idsOf(search(paramsFor("\"quarterly invoice\""))), (Ids{"O-PHRASE"}));
 }
 
-TEST_F(SQLiteObservationSearchDatabaseTest, FTS5SyntaxErrorIsAFailedQuery) {
+TEST_P(SQLiteObservationSearchDatabaseTest, FTS5SyntaxErrorIsAFailedQuery) {
     createDatabase(kRankingFixture);
     try {
         search(paramsFor("invoice \"unbalanced"));
@@ -459,7 +473,7 @@ TEST_F(SQLiteObservationSearchDatabaseTest, FTS5SyntaxErrorIsAFailedQuery) {
     }
 }
 
-TEST_F(SQLiteObservationSearchDatabaseTest, MissingTableIsAFailedQuery) {
+TEST_P(SQLiteObservationSearchDatabaseTest, MissingTableIsAFailedQuery) {
     createDatabase("DROP TABLE observations_fts;");
     try {
         search(paramsFor("invoice"));
@@ -469,6 +483,10 @@ TEST_F(SQLiteObservationSearchDatabaseTest, MissingTableIsAFailedQuery) {
         EXPECT_EQ(error.message(), "no such table: observations_fts");
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(BothStatements, SQLiteObservationSearchDatabaseTest,
+                         ::testing::Values(StatementChoice::literal, StatementChoice::indexed),
+                         [](const auto& info) { return VarnholtTestSupport::nameOf(info.param); });
 
 }  // namespace
 }  // namespace VarnholtQueryLib

@@ -1,0 +1,23 @@
+#include "support_context/IndexedSupportContextStatement.h"
+
+#include "EffectiveTimeWindow.h"
+
+namespace VarnholtQueryLib {
+
+using namespace VarnholtSQLiteSupport;
+
+std::string indexedSupportContextStatement(const std::vector<OrderTerm>& tieOrder) {
+    WindowSelect recent;
+    recent.columns = "{time} AS t, o.vlm_description, o.apps" + orderTermColumns(tieOrder);
+    recent.bounds = {true, false};
+    return std::string("    WITH RECURSIVE\n    ") + kRecordingGroups +
+           ",\n"
+           "    recent AS (\n" +
+           frameDatedRows(recent) + "\n    UNION ALL\n" + selfDatedRowsOfEveryRecording(recent) +
+           "\n    )\n"
+           "    SELECT t, vlm_description, apps FROM recent\n"
+           "    ORDER BY t COLLATE BINARY DESC" +
+           orderTermKeys("", tieOrder);
+}
+
+}  // namespace VarnholtQueryLib
