@@ -42,19 +42,43 @@ std::string recordingIndexOf(std::string_view detail) {
     return std::string(rest.substr(0, rest.size() - kRecordingConstraint.size()));
 }
 
-std::optional<std::vector<OrderTerm>> recordingBranchesOrder(const std::string& indexName,
-                                                             const IndexCatalogue& catalogue) {
-    const IndexDescription* index = catalogue.find(indexName);
+const IndexDescription* recordingIndex(const std::string& name, const IndexCatalogue& catalogue) {
+    const IndexDescription* index = catalogue.find(name);
     if (index == nullptr || index->partial || index->keyColumns.empty() ||
         index->keyColumns.front().name != "recording_id") {
-        return std::nullopt;
+        return nullptr;
     }
+    for (const IndexKeyColumn& column : index->keyColumns) {
+        if (column.name.empty()) return nullptr;  // an expression: not reproduced
+    }
+    return index;
+}
+
+// The index's key columns after recording_id, as terms. With `branch` set,
+// each term counts only within that branch (NULL elsewhere, so equal there).
+void appendBranchTerms(const IndexDescription& index, const std::string& branch, std::vector<OrderTerm>& terms) {
+    for (std::size_t i = 1; i < index.keyColumns.size(); ++i) {
+        const IndexKeyColumn& column = index.keyColumns[i];
+        const std::string value = "o." + quotedIdentifier(column.name);
+        const std::string expression = branch.empty() ? value : "CASE WHEN " + branch + " THEN " + value + " END";
+        terms.push_back({expression, column.collation, column.descending});
+    }
+}
+
+std::optional<std::vector<OrderTerm>> recordingBranchesOrder(const std::string& nullBranchIndex,
+                                                             const std::string& emptyBranchIndex,
+                                                             const IndexCatalogue& catalogue) {
+    const IndexDescription* first = recordingIndex(nullBranchIndex, catalogue);
+    const IndexDescription* second = recordingIndex(emptyBranchIndex, catalogue);
+    if (first == nullptr || second == nullptr) return std::nullopt;
     // The IS NULL branch runs first: false (0) sorts before true (1).
     std::vector<OrderTerm> terms = {{"(o.recording_id IS NOT NULL)", "BINARY", false}};
-    for (std::size_t i = 1; i < index->keyColumns.size(); ++i) {
-        const IndexKeyColumn& column = index->keyColumns[i];
-        if (column.name.empty()) return std::nullopt;  // an expression: not reproduced
-        terms.push_back({"o." + quotedIdentifier(column.name), column.collation, column.descending});
+    if (first == second) {
+        appendBranchTerms(*first, "", terms);
+    } else {
+        // With statistics the two branches may walk different indexes.
+        appendBranchTerms(*first, "o.recording_id IS NULL", terms);
+        appendBranchTerms(*second, "o.recording_id IS NOT NULL", terms);
     }
     terms.push_back(kRowidOrder.front());
     return terms;
@@ -104,9 +128,7 @@ std::optional<std::vector<OrderTerm>> observationScanOrder(const std::vector<std
         return std::nullopt;
     }
     if (walks.size() == 2 && multiIndexOr) {
-        const std::string first = recordingIndexOf(walks[0]);
-        if (first.empty() || first != recordingIndexOf(walks[1])) return std::nullopt;
-        return recordingBranchesOrder(first, catalogue);
+        return recordingBranchesOrder(recordingIndexOf(walks[0]), recordingIndexOf(walks[1]), catalogue);
     }
     return std::nullopt;
 }

@@ -34,12 +34,13 @@ struct OrderTerm {
 //  - the full-text table first ("SCAN fts VIRTUAL TABLE ..."), then
 //    "SEARCH o USING INTEGER PRIMARY KEY (rowid=?)": FTS5 yields matches by
 //    ascending rowid, so rowid order;
-//  - "MULTI-INDEX OR" whose two branches both read
-//    "SEARCH o USING INDEX <i> (recording_id=?)" with one index <i> led by
+//  - "MULTI-INDEX OR" whose two branches read
+//    "SEARCH o USING INDEX <i> (recording_id=?)", each with an index led by
 //    recording_id: the timeline's "recording_id IS NULL OR recording_id =
-//    ''", its NULL branch first, each branch in the order of <i>'s other
-//    key columns and then rowid. Which index that is depends on the order the
-//    recorder created its indexes in, so it is read, not assumed.
+//    ''", its NULL branch first, each branch in the order of its index's
+//    other key columns and then rowid. Which indexes those are depends on the
+//    order the recorder created them in and on statistics, so they are read,
+//    not assumed.
 // Any other plan gives nothing, and the caller must run its literal statement.
 std::optional<std::vector<OrderTerm>> observationScanOrder(const std::vector<std::string>& planDetails,
                                                            const IndexCatalogue& catalogue);

@@ -13,7 +13,10 @@ std::string indexedEntityStatement(const EntityQueryParams& params) {
     // with the same collation.
     mentions.frameJoin = "f.id = o.frame_id";
     mentions.joins = "\n    CROSS JOIN observation_entities oe ON oe.observation_id = o.id";
-    if (params.kind) mentions.conditions = "oe.entity_kind = :kind";
+    // The unary plus keeps SQLite from walking observation_entities(entity_kind)
+    // for every observation, where no index leads with observation_id and
+    // entity_kind together; the comparison itself is unchanged.
+    if (params.kind) mentions.conditions = "+oe.entity_kind = :kind";
     mentions.bounds = {params.fromTs.has_value(), params.toTs.has_value()};
     return std::string("    WITH RECURSIVE\n    ") + kRecordingGroups +
            ",\n"

@@ -80,7 +80,11 @@ std::string indexedSearchStatement(const ObservationSearchParams& params,
 }
 
 bool servesIndexedSearch(const IndexCatalogue& catalogue) {
-    return servesEffectiveTimeWindows(catalogue);
+    // Each row's entities come in the order the sub-select walks them. With
+    // an index on observation_id both statements look them up through it;
+    // without one SQLite decides per statement whether to build a temporary
+    // index, and the two could list the same entities in different orders.
+    return servesEffectiveTimeWindows(catalogue) && catalogue.hasIndexOn("observation_entities", {"observation_id"});
 }
 
 }  // namespace VarnholtQueryLib
