@@ -83,4 +83,9 @@ std::string selfDatedRowsOfEveryRecording(const WindowSelect& select) {
            select.frameJoin + select.joins + "\n    WHERE " + selfDatedBody(select);
 }
 
+std::string everyRecordingWindow(const std::string& name, const WindowSelect& select) {
+    return std::string("    WITH RECURSIVE\n    ") + kRecordingGroups + ",\n    " + name + " AS (\n" +
+           frameDatedRows(select) + "\n    UNION ALL\n" + selfDatedRowsOfEveryRecording(select) + "\n    )\n";
+}
+
 }  // namespace VarnholtSQLiteSupport

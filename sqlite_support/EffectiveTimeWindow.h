@@ -62,6 +62,12 @@ std::string selfDatedRows(const WindowSelect& select, const std::string& recordi
 // WITH RECURSIVE clause).
 std::string selfDatedRowsOfEveryRecording(const WindowSelect& select);
 
+// "WITH RECURSIVE <kRecordingGroups>, <name> AS (<frame-dated part> UNION ALL
+// <self-dated part of every recording>)": the window's rows of every
+// recording_id value as the table `name`, for a statement to continue with
+// its SELECT.
+std::string everyRecordingWindow(const std::string& name, const WindowSelect& select);
+
 // Common table expressions, for a WITH RECURSIVE clause: recording_groups
 // (recording_id), one row for NULL and one for each distinct non-NULL value,
 // found by skipping through observations(recording_id, ...) one seek per

@@ -9,6 +9,7 @@
 #include "LiteralFallback.h"
 #include "NamedParameters.h"
 #include "QueryPlan.h"
+#include "ScatteredReads.h"
 #include "SQLiteReadConnection.h"
 #include "SQLiteStatement.h"
 
@@ -129,6 +130,7 @@ std::vector<TimelineObservation> SQLiteObservationTimeline::fetchLiteral(double 
 std::optional<std::vector<TimelineObservation>> SQLiteObservationTimeline::fetchIndexed(
     double from, double to, std::int64_t limit, const std::vector<OrderTerm>& tieOrder) {
     sqlite3* handle = connection_.handle();
+    readScatteredPages(handle);
     sqlite3_stmt* statement = prepareOrNull(handle, indexedTimelineStatement(tieOrder));
     if (statement == nullptr) return std::nullopt;
     FinalizeOnExit finalize(statement);

@@ -18,11 +18,7 @@ std::string indexedEntityStatement(const EntityQueryParams& params) {
     // entity_kind together; the comparison itself is unchanged.
     if (params.kind) mentions.conditions = "+oe.entity_kind = :kind";
     mentions.bounds = {params.fromTs.has_value(), params.toTs.has_value()};
-    return std::string("    WITH RECURSIVE\n    ") + kRecordingGroups +
-           ",\n"
-           "    mentions AS (\n" +
-           frameDatedRows(mentions) + "\n    UNION ALL\n" + selfDatedRowsOfEveryRecording(mentions) +
-           "\n    )\n"
+    return everyRecordingWindow("mentions", mentions) +
            "    SELECT entity_kind, entity_value,\n"
            "           COUNT(*) AS occurrence_count,\n"
            "           MIN(seen COLLATE BINARY) AS first_seen,\n"

@@ -4,6 +4,7 @@
 
 #include "LiteralFallback.h"
 #include "NamedParameters.h"
+#include "ScatteredReads.h"
 #include "SQLiteReadConnection.h"
 #include "SQLiteStatement.h"
 #include "entities/IndexedEntityStatement.h"
@@ -91,6 +92,7 @@ std::optional<std::vector<EntityAggregation>> SQLiteEntityQuery::aggregateIndexe
     // Without a bound there is no window to walk: every mention counts, and
     // the literal statement reads them in the cheapest order.
     if ((!params.fromTs && !params.toTs) || !servesIndexedEntities(indexes_)) return std::nullopt;
+    readScatteredPages(handle_);
     sqlite3_stmt* statement = prepareOrNull(handle_, indexedEntityStatement(params));
     if (statement == nullptr) return std::nullopt;
     FinalizeOnExit finalize(statement);

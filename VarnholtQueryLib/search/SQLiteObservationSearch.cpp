@@ -16,6 +16,7 @@
 #include "LiteralFallback.h"
 #include "NamedParameters.h"
 #include "QueryPlan.h"
+#include "ScatteredReads.h"
 #include "SQLiteReadConnection.h"
 #include "SQLiteStatement.h"
 #include "search/IndexedSearchStatement.h"
@@ -257,6 +258,7 @@ std::optional<std::vector<ObservationSearchResult>> SQLiteObservationSearch::sea
     if (!plan) return std::nullopt;
     const auto tieOrder = observationScanOrder(*plan, indexes_);
     if (!tieOrder) return std::nullopt;
+    readScatteredPages(handle_);
     const auto range = rowidRangeFor(handle_, matchText, params);
     if (!range) return std::nullopt;
 

@@ -10,11 +10,7 @@ std::string indexedSupportContextStatement(const std::vector<OrderTerm>& tieOrde
     WindowSelect recent;
     recent.columns = "{time} AS t, o.vlm_description, o.apps" + orderTermColumns(tieOrder);
     recent.bounds = {true, false};
-    return std::string("    WITH RECURSIVE\n    ") + kRecordingGroups +
-           ",\n"
-           "    recent AS (\n" +
-           frameDatedRows(recent) + "\n    UNION ALL\n" + selfDatedRowsOfEveryRecording(recent) +
-           "\n    )\n"
+    return everyRecordingWindow("recent", recent) +
            "    SELECT t, vlm_description, apps FROM recent\n"
            "    ORDER BY t COLLATE BINARY DESC" +
            orderTermKeys("", tieOrder);

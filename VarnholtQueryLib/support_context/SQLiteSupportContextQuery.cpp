@@ -6,6 +6,7 @@
 #include "LiteralFallback.h"
 #include "NamedParameters.h"
 #include "QueryPlan.h"
+#include "ScatteredReads.h"
 #include "SQLiteReadConnection.h"
 #include "SQLiteStatement.h"
 #include "support_context/IndexedSupportContextStatement.h"
@@ -65,6 +66,7 @@ std::optional<std::vector<SupportContextObservation>> SQLiteSupportContextQuery:
     if (!plan) return std::nullopt;
     const auto tieOrder = observationScanOrder(*plan, indexes_);
     if (!tieOrder) return std::nullopt;
+    readScatteredPages(handle);
     sqlite3_stmt* statement = prepareOrNull(handle, indexedSupportContextStatement(*tieOrder));
     if (statement == nullptr) return std::nullopt;
     FinalizeOnExit finalize(statement);

@@ -53,6 +53,32 @@ std::vector<std::string> QueryPlanDatabases::planOn(const std::string& path, con
     return plan.value_or(std::vector<std::string>());
 }
 
+std::vector<std::string> QueryPlanDatabases::recordingGroupsPlan(const std::string& use) {
+    return {
+        use + " recording_groups",
+        "COMPOUND QUERY",
+        "LEFT-MOST SUBQUERY",
+        "SCAN CONSTANT ROW",
+        "UNION ALL",
+        use + " recording_ids",
+        "SETUP",
+        "CO-ROUTINE (subquery-1)",
+        "SEARCH observations USING COVERING INDEX idx_observations_recording_timestamp (recording_id>?)",
+        "SCAN (subquery-1)",
+        "RECURSIVE STEP",
+        "SCAN recording_ids",
+        "CORRELATED SCALAR SUBQUERY 3",
+        "SEARCH later USING COVERING INDEX idx_observations_recording_timestamp (recording_id>?)",
+        "SCAN recording_ids",
+    };
+}
+
+std::vector<std::string> QueryPlanDatabases::joined(const std::vector<std::vector<std::string>>& parts) {
+    std::vector<std::string> lines;
+    for (const auto& part : parts) lines.insert(lines.end(), part.begin(), part.end());
+    return lines;
+}
+
 std::vector<std::string> QueryPlanDatabases::tableScans(const std::vector<std::string>& plan) {
     static const std::vector<std::string> recorderTables = {"frames", "observations", "observation_entities",
                                                             "o", "f", "oe", "w", "later"};

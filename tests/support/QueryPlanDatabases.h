@@ -19,6 +19,12 @@ public:
     std::vector<std::string> planOnRecorderSchema(const std::string& sql);
     std::vector<std::string> planWithStatistics(const std::string& sql);
 
+    // The plan lines of kRecordingGroups (EffectiveTimeWindow.h) on the
+    // recorder's schema, with `use` ("CO-ROUTINE" or "MATERIALIZE") as SQLite
+    // reports how it keeps the two tables; and `parts` joined in order.
+    static std::vector<std::string> recordingGroupsPlan(const std::string& use);
+    static std::vector<std::string> joined(const std::vector<std::vector<std::string>>& parts);
+
     // The lines of `plan` that walk a whole recorder table ("SCAN frames",
     // "SCAN o", ...), which an index-driven statement must not contain.
     static std::vector<std::string> tableScans(const std::vector<std::string>& plan);
