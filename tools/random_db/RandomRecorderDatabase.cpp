@@ -80,7 +80,8 @@ private:
 
 class Generator {
 public:
-    Generator(std::uint64_t seed, RandomDatabaseShape& shape) : random_(seed), shape_(shape) {
+    Generator(std::uint64_t seed, const RandomDatabaseOptions& options, RandomDatabaseShape& shape)
+        : random_(seed), options_(options), shape_(shape) {
         shape_.seed = seed;
         shape_.words = {"error", "invoice", "kubernetes", "deploy", "budget", "parser",
                         "review", "meeting", "Error", "caf\xC3\xA9", "build_42", "v1.2"};
@@ -93,7 +94,9 @@ public:
         shape_.analyzed = random_.chance(0.3);
         // Mostly small databases; some hold more than the timeline's 5000
         // rows in one range, so that the limit cuts among them.
-        large_ = random_.chance(0.12);
+        // (A database missing a chosen index stays small: see createIndexes.)
+        const bool drawnLarge = random_.chance(0.12);
+        large_ = drawnLarge && options_.missingIndex.empty();
         const bool large = large_;
         observationCount_ = large ? random_.integer(5200, 7500) : random_.integer(0, 1200);
         frameCount_ = std::max(0, static_cast<int>(observationCount_ * random_.between(0.6, 1.2)));
@@ -137,12 +140,14 @@ public:
         // indexes. (Large ones keep them all: without an index the literal
         // statements take quadratic time there, and what a missing index
         // changes is shown as well on small ones.)
-        const int missing = !large_ && random_.chance(0.25)
-                                ? random_.integer(0, static_cast<int>(indexes.size()) - 1)
-                                : -1;
+        int missing = !large_ && random_.chance(0.25) ? random_.integer(0, static_cast<int>(indexes.size()) - 1)
+                                                      : -1;
+        if (!options_.missingIndex.empty()) missing = -1;
         for (int i = 0; i < static_cast<int>(indexes.size()); ++i) {
             const std::string& index = indexes[static_cast<std::size_t>(i)];
-            if (i == missing) {
+            const bool named = !options_.missingIndex.empty() &&
+                               index.find(" " + options_.missingIndex + " ") != std::string::npos;
+            if (i == missing || named) {
                 shape_.missingIndexes.push_back(index);
                 continue;
             }
@@ -285,6 +290,7 @@ private:
     }
 
     SampleRandom random_;
+    const RandomDatabaseOptions& options_;
     RandomDatabaseShape& shape_;
     bool large_ = false;
     int observationCount_ = 0;
@@ -305,11 +311,12 @@ std::string RandomDatabaseShape::summary() const {
     return text;
 }
 
-RandomDatabaseShape writeRandomDatabase(const std::string& path, std::uint64_t seed) {
+RandomDatabaseShape writeRandomDatabase(const std::string& path, std::uint64_t seed,
+                                        const RandomDatabaseOptions& options) {
     struct stat existing {};
     if (lstat(path.c_str(), &existing) == 0) throw std::runtime_error(path + " exists already");
     RandomDatabaseShape shape;
-    Generator generator(seed, shape);
+    Generator generator(seed, options, shape);
     generator.decideShape();
     sqlite3* handle = nullptr;
     if (sqlite3_open_v2(path.c_str(), &handle, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr) != SQLITE_OK) {

@@ -36,6 +36,13 @@ struct RandomDatabaseShape {
     std::string summary() const;
 };
 
+// Choices a caller may impose instead of leaving them to the seed.
+struct RandomDatabaseOptions {
+    // Leave out the recorder index of this name (such as
+    // "idx_frames_timestamp") and keep all the others; empty: the seed decides.
+    std::string missingIndex;
+};
+
 // Writes a small recorder database at `path` (which must not exist) whose
 // every row is decided by `seed`: the recorder's tables, full-text index and
 // a random subset of its indexes in a random creation order, sometimes with
@@ -46,6 +53,7 @@ struct RandomDatabaseShape {
 // frameless observations and on no observation at all, rows far in the past
 // and future, text where a time belongs. The same seed writes the same rows
 // on every machine. Throws std::runtime_error on SQLite failures.
-RandomDatabaseShape writeRandomDatabase(const std::string& path, std::uint64_t seed);
+RandomDatabaseShape writeRandomDatabase(const std::string& path, std::uint64_t seed,
+                                        const RandomDatabaseOptions& options = {});
 
 }  // namespace VarnholtRandomData
