@@ -9,6 +9,7 @@
 #include "LiteralFallback.h"
 #include "NamedParameters.h"
 #include "QueryPlan.h"
+#include "ReadSnapshot.h"
 #include "ScatteredReads.h"
 #include "SQLiteReadConnection.h"
 #include "SQLiteStatement.h"
@@ -131,6 +132,9 @@ std::optional<std::vector<TimelineObservation>> SQLiteObservationTimeline::fetch
     double from, double to, std::int64_t limit, const std::vector<OrderTerm>& tieOrder) {
     sqlite3* handle = connection_.handle();
     readScatteredPages(handle);
+    // The guesses and the answer read one snapshot (each answer would be
+    // exact without it, as it is checked on its own rows).
+    const ReadSnapshot snapshot(handle);
     sqlite3_stmt* statement = prepareOrNull(handle, indexedTimelineStatement(tieOrder));
     if (statement == nullptr) return std::nullopt;
     FinalizeOnExit finalize(statement);

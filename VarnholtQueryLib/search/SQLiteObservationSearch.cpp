@@ -16,6 +16,7 @@
 #include "LiteralFallback.h"
 #include "NamedParameters.h"
 #include "QueryPlan.h"
+#include "ReadSnapshot.h"
 #include "ScatteredReads.h"
 #include "SQLiteReadConnection.h"
 #include "SQLiteStatement.h"
@@ -259,6 +260,8 @@ std::optional<std::vector<ObservationSearchResult>> SQLiteObservationSearch::sea
     const auto tieOrder = observationScanOrder(*plan, indexes_);
     if (!tieOrder) return std::nullopt;
     readScatteredPages(handle_);
+    // The rowid range and the match must see the same rows.
+    const ReadSnapshot snapshot(handle_);
     const auto range = rowidRangeFor(handle_, matchText, params);
     if (!range) return std::nullopt;
 
