@@ -38,6 +38,8 @@ constexpr double kEndTime = 1775059200.0;
 constexpr const char* kFrozenClock = "2026-04-01 16:00:00";
 constexpr const char* kNssWrapper = "libnss_wrapper.so";
 constexpr const char* kFakeTime = "/usr/lib/x86_64-linux-gnu/faketime/libfaketime.so.1";
+// Runs of `--version` and /bin/true at least, whatever --runs says.
+constexpr int kStartUpRuns = 101;
 
 constexpr const char* kUsage =
     "Usage: varnholt-query-bench [--days N] [--runs N] [--literal-runs N] [--seed S] [--cache DIR]\n"
@@ -299,12 +301,16 @@ int main(int argc, char** argv) {
         for (const BenchCase& bench : benchCases()) {
             const std::string label = joined(bench.arguments);
             if (!settings.filter.empty() && label.find(settings.filter) == std::string::npos) continue;
-            const Measurement indexed = measure(VARNHOLT_QUERY_BINARY, bench.arguments, environment, settings.runs);
+            // Start-up takes milliseconds and varies more than it lasts:
+            // it gets more runs.
+            const bool startUpCase = label == "--version";
+            const int runs = startUpCase ? std::max(settings.runs, kStartUpRuns) : settings.runs;
+            const Measurement indexed = measure(VARNHOLT_QUERY_BINARY, bench.arguments, environment, runs);
             std::optional<Measurement> literal;
             if (settings.literalRuns > 0) {
                 literal = measure(VARNHOLT_QUERY_LITERAL_BINARY, bench.arguments, environment, settings.literalRuns);
             }
-            if (label == "--version") startUp = indexed.wallMilliseconds;
+            if (startUpCase) startUp = indexed.wallMilliseconds;
             char ratio[32] = "-";
             if (literal && indexed.wallMilliseconds > 0) {
                 std::snprintf(ratio, sizeof ratio, "%.1fx", literal->wallMilliseconds / indexed.wallMilliseconds);
@@ -326,7 +332,8 @@ int main(int argc, char** argv) {
         if (startUp) {
             // Start-up against the cheapest process there is, under the same
             // preloads.
-            const Measurement nothing = measure("/bin/true", {}, environment, settings.runs);
+            const Measurement nothing =
+                measure("/bin/true", {}, environment, std::max(settings.runs, kStartUpRuns));
             std::printf("%-52s %9.1f %11s %8s %8.1f %8.1f\n", "/bin/true", nothing.wallMilliseconds, "-", "-",
                         nothing.cpuMilliseconds, nothing.peakResidentMegabytes);
             std::printf("\n--version takes %.1fx the time of /bin/true.\n", *startUp / nothing.wallMilliseconds);

@@ -42,12 +42,12 @@ public:
     std::vector<RecentWorkTimelineCore::TimelineObservation> fetchTimeline(
         double from, double to, std::int64_t limit) override;
 
+private:
     // The order among equal times that the index-driven statement must
     // reproduce, or absent when kStatement must run (an index is missing, or
     // its plan walks observations in a way we do not reproduce).
     std::optional<std::vector<VarnholtSQLiteSupport::OrderTerm>> indexedTieOrder() const;
 
-private:
     std::vector<RecentWorkTimelineCore::TimelineObservation> fetchLiteral(double from, double to,
                                                                           std::int64_t limit);
     // Absent when SQLite refuses the index-driven statement.
