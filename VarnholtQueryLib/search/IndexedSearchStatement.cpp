@@ -30,7 +30,7 @@ std::string matchConditions(const ObservationSearchParams& params) {
 // The literal ordering over the columns of the ranked rows.
 std::string ranking(const std::string& qualifier, const ObservationSearchParams& params,
                     const std::vector<OrderTerm>& tieOrder) {
-    const std::string relevance = params.latestOnly ? "" : qualifier + "rank ASC, ";
+    const std::string relevance = params.latestOnly ? "" : qualifier + "score ASC, ";
     return relevance + qualifier + "t COLLATE BINARY DESC" + orderTermKeys(qualifier, tieOrder);
 }
 
@@ -60,10 +60,11 @@ std::string windowRowidRangeStatement(const ObservationSearchParams& params) {
 
 std::string indexedSearchStatement(const ObservationSearchParams& params,
                                    const std::vector<OrderTerm>& tieOrder) {
-    const std::string rank = params.latestOnly ? "NULL" : "bm25(observations_fts)";
+    // Not called rank: FTS5 tables have a hidden column of that name.
+    const std::string score = params.latestOnly ? "NULL" : "bm25(observations_fts)";
     return "    WITH ranked AS (\n"
            "      SELECT o.rowid AS rid, " +
-           rank + " AS rank, " + kEffectiveTime + " AS t" + orderTermColumns(tieOrder) +
+           score + " AS score, " + kEffectiveTime + " AS t" + orderTermColumns(tieOrder) +
            "\n"
            "      FROM observations o\n"
            "      JOIN observations_fts fts ON fts.rowid = o.rowid\n"
