@@ -7,8 +7,14 @@ namespace VarnholtBench {
 
 // One timed run of a child process.
 struct TimedRun {
-    int exitStatus = -1;     // the exit code, or 128 + signal number
-    double milliseconds = 0; // wall time from spawn to reaped exit
+    int exitStatus = -1;      // the exit code, or 128 + signal number
+    double milliseconds = 0;  // wall time from spawn to reaped exit
+    double cpuMilliseconds = 0;  // user and system time of the child
+    // The child's peak resident set (ru_maxrss). It counts every page the
+    // child had mapped at once, the database pages it touched through
+    // SQLite's memory map included: those belong to the operating system's
+    // file cache, shared and dropped under pressure, not to the process.
+    long peakResidentKilobytes = 0;
     std::string standardOutput;
 };
 

@@ -1,5 +1,7 @@
 // varnholt-query-bench: runs the built varnholt-query against a year of
-// generated recorder activity and prints how long each command takes.
+// generated recorder activity and prints how long each command takes, next
+// to varnholt-query-literal (the same tool answering every query with its
+// literal statement) on the same database in the same run.
 //
 // The database is generated once and cached in the build tree. Each command
 // runs as a child process, as agents run it, under a home of our own (through
@@ -40,18 +42,22 @@ constexpr double kEndTime = 1775059200.0;
 constexpr const char* kFrozenClock = "2026-04-01 16:00:00";
 constexpr const char* kNssWrapper = "libnss_wrapper.so";
 constexpr const char* kFakeTime = "/usr/lib/x86_64-linux-gnu/faketime/libfaketime.so.1";
+// Runs of `--version` and /bin/true at least, whatever --runs says.
+constexpr int kStartUpRuns = 101;
 
 constexpr const char* kUsage =
-    "Usage: varnholt-query-bench [--days N] [--runs N] [--seed S] [--cache DIR] [--filter TEXT]\n"
-    "                            [--binary PATH]\n"
+    "Usage: varnholt-query-bench [--days N] [--runs N] [--literal-runs N] [--seed S] [--cache DIR]\n"
+    "                            [--filter TEXT] [--binary PATH]\n"
     "Times varnholt-query commands against N days (default 365) of generated activity,\n"
-    "RUNS times each (default 15) after one untimed warm-up run. The database is generated\n"
-    "once into DIR (default: the build tree) and reused. PATH times another build of the\n"
-    "tool (default: this build's).\n";
+    "RUNS times each (default 15) after one untimed warm-up run, and the literal statements\n"
+    "(varnholt-query-literal) LITERAL-RUNS times each (default 3; 0 skips them). The database\n"
+    "is generated once into DIR (default: the build tree) and reused. PATH times another build\n"
+    "of the tool (default: this build's).\n";
 
 struct Settings {
     int days = 365;
     int runs = 15;
+    int literalRuns = 3;
     std::uint64_t seed = 1;
     std::string cacheDirectory = VARNHOLT_BENCH_CACHE_DIR;
     std::string filter;
@@ -122,15 +128,20 @@ std::vector<BenchCase> benchCases(const std::string& database) {
     return {
         {{"--version"}},  // process start-up with the preloads, no database
         {{"today"}},
-        {{"this-week"}},
+        {{"yesterday"}},
         {{"recent", "--since", "2h"}},
         {{"last-active-day"}},
+        {{"this-week"}},
         {{"range", "--from", "2026-03-25", "--to", "2026-03-31"}},
+        {{"range", "--from", "2025-04-02", "--to", "2026-04-01"}},
         {{"search", "error"}},
+        {{"search", "error", "--since", "30d"}},
         {{"search", "error", "--latest"}},
+        {{"search", "kubernetes", "--since", "30d"}},
         {{"search", "error", "--app", "Slack"}},
         {{"search", "kubernetes", "--from", "2025-04-02", "--to", "2026-04-01"}},
         {{"entities"}},
+        {{"entities", "--since", "1w", "--kind", "app"}},
         {{"entities", "--since", "1w"}},
         {{"status", "--json"}},
         {{"support-context"}},
@@ -159,6 +170,8 @@ std::optional<Settings> parseSettings(int argc, char** argv) {
             if (!parseNumber(value, settings.days) || settings.days < 1) return std::nullopt;
         } else if (word == "--runs") {
             if (!parseNumber(value, settings.runs) || settings.runs < 1) return std::nullopt;
+        } else if (word == "--literal-runs") {
+            if (!parseNumber(value, settings.literalRuns) || settings.literalRuns < 0) return std::nullopt;
         } else if (word == "--seed") {
             if (!parseNumber(value, settings.seed)) return std::nullopt;
         } else if (word == "--cache") {
@@ -292,6 +305,41 @@ double median(std::vector<double> values) {
     return values.size() % 2 == 1 ? values[middle] : (values[middle - 1] + values[middle]) / 2.0;
 }
 
+// Medians of `runs` timed runs of one program after an untimed warm-up.
+struct Measurement {
+    double wallMilliseconds = 0;
+    double cpuMilliseconds = 0;
+    double peakResidentMegabytes = 0;  // the largest peak of all runs
+    TimedRun last;
+};
+
+Measurement measure(const std::string& program, const std::vector<std::string>& arguments,
+                    const std::vector<std::string>& environment, int runs) {
+    Measurement measurement;
+    measurement.last = runTimed(program, arguments, environment);
+    std::vector<double> wall;
+    std::vector<double> cpu;
+    long peak = 0;
+    for (int run = 0; run < runs; ++run) {
+        measurement.last = runTimed(program, arguments, environment);
+        wall.push_back(measurement.last.milliseconds);
+        cpu.push_back(measurement.last.cpuMilliseconds);
+        peak = std::max(peak, measurement.last.peakResidentKilobytes);
+    }
+    measurement.wallMilliseconds = median(wall);
+    measurement.cpuMilliseconds = median(cpu);
+    measurement.peakResidentMegabytes = static_cast<double>(peak) / 1024.0;
+    return measurement;
+}
+
+// The table's cells for a measurement that may not exist.
+std::string cell(const std::optional<Measurement>& measurement, double Measurement::*field, const char* format) {
+    if (!measurement) return "-";
+    char text[32];
+    std::snprintf(text, sizeof text, format, (*measurement).*field);
+    return text;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -310,25 +358,54 @@ int main(int argc, char** argv) {
                     countRows(database, "SELECT count(*) FROM observations"),
                     countRows(database, "SELECT count(*) FROM observation_entities"),
                     static_cast<double>(std::filesystem::file_size(database)) / 1e9, kFrozenClock);
-        std::printf("Binary: %s\nRuns per command: %d (after one untimed warm-up run)\n\n", settings.binary.c_str(),
-                    settings.runs);
+        std::printf("Binary: %s\nReference: %s\nRuns per command: %d, literal statements %d (each after one untimed "
+                    "warm-up run)\n\n",
+                    settings.binary.c_str(), VARNHOLT_QUERY_LITERAL_BINARY, settings.runs, settings.literalRuns);
 
         const PasswordDatabase passwords(home);
         const std::vector<std::string> environment = childEnvironment(passwords);
-        std::printf("%-58s %10s %10s %10s  %s\n", "command", "median ms", "min ms", "max ms", "outcome");
+        std::printf("%-52s %9s %11s %8s %8s %8s %11s %8s  %s\n", "command", "median ms", "literal ms", "ratio",
+                    "cpu ms", "RSS MB", "literal RSS", "answers", "outcome");
+        std::optional<double> startUp;
         for (const BenchCase& bench : benchCases(database)) {
             const std::string label = bench.label.empty() ? joined(bench.arguments) : bench.label;
             if (!settings.filter.empty() && label.find(settings.filter) == std::string::npos) continue;
-            TimedRun last = runTimed(settings.binary, bench.arguments, environment);
-            std::vector<double> times;
-            for (int run = 0; run < settings.runs; ++run) {
-                last = runTimed(settings.binary, bench.arguments, environment);
-                times.push_back(last.milliseconds);
+            // Start-up takes milliseconds and varies more than it lasts:
+            // it gets more runs.
+            const bool startUpCase = label == "--version";
+            const int runs = startUpCase ? std::max(settings.runs, kStartUpRuns) : settings.runs;
+            const Measurement indexed = measure(settings.binary, bench.arguments, environment, runs);
+            std::optional<Measurement> literal;
+            if (settings.literalRuns > 0) {
+                literal = measure(VARNHOLT_QUERY_LITERAL_BINARY, bench.arguments, environment, settings.literalRuns);
             }
-            std::printf("%-58s %10.1f %10.1f %10.1f  %s\n", label.c_str(), median(times),
-                        *std::min_element(times.begin(), times.end()),
-                        *std::max_element(times.begin(), times.end()), outcome(last).c_str());
+            if (startUpCase) startUp = indexed.wallMilliseconds;
+            char ratio[32] = "-";
+            if (literal && indexed.wallMilliseconds > 0) {
+                std::snprintf(ratio, sizeof ratio, "%.1fx", literal->wallMilliseconds / indexed.wallMilliseconds);
+            }
+            // Both binaries answer under the same frozen clock: their
+            // outputs must be byte for byte the same.
+            const char* answers = !literal ? "-"
+                                  : literal->last.standardOutput == indexed.last.standardOutput &&
+                                            literal->last.exitStatus == indexed.last.exitStatus
+                                      ? "same"
+                                      : "DIFFER";
+            std::printf("%-52s %9.1f %11s %8s %8.1f %8.1f %11s %8s  %s\n", label.c_str(), indexed.wallMilliseconds,
+                        cell(literal, &Measurement::wallMilliseconds, "%.1f").c_str(), ratio,
+                        indexed.cpuMilliseconds, indexed.peakResidentMegabytes,
+                        cell(literal, &Measurement::peakResidentMegabytes, "%.1f").c_str(), answers,
+                        outcome(indexed.last).c_str());
             std::fflush(stdout);
+        }
+        if (startUp) {
+            // Start-up against the cheapest process there is, under the same
+            // preloads.
+            const Measurement nothing =
+                measure("/bin/true", {}, environment, std::max(settings.runs, kStartUpRuns));
+            std::printf("%-52s %9.1f %11s %8s %8.1f %8.1f\n", "/bin/true", nothing.wallMilliseconds, "-", "-",
+                        nothing.cpuMilliseconds, nothing.peakResidentMegabytes);
+            std::printf("\n--version takes %.1fx the time of /bin/true.\n", *startUp / nothing.wallMilliseconds);
         }
     } catch (const std::exception& failure) {
         std::cerr << "varnholt-query-bench: " << failure.what() << "\n";

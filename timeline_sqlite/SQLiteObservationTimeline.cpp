@@ -2,6 +2,15 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
+
+#include "EffectiveTimeWindow.h"
+#include "IndexedTimelineStatement.h"
+#include "LiteralFallback.h"
+#include "NamedParameters.h"
+#include "QueryPlan.h"
+#include "ReadSnapshot.h"
+#include "ScatteredReads.h"
 #include "SQLiteReadConnection.h"
 #include "SQLiteStatement.h"
 
@@ -41,6 +50,8 @@ namespace {
 
 enum Column { kId, kDescription, kApps, kImagePath, kFrameTimestamp, kEntitiesJson };
 
+// Both statements give these columns in this order, so one decoding serves
+// both and they cannot drift apart.
 TimelineObservation decodeRow(sqlite3_stmt* statement) {
     TimelineObservation row;
     row.id = columnText(statement, kId);
@@ -53,23 +64,99 @@ TimelineObservation decodeRow(sqlite3_stmt* statement) {
     return row;
 }
 
+std::vector<TimelineObservation> stepAll(sqlite3* handle, sqlite3_stmt* statement) {
+    std::vector<TimelineObservation> rows;
+    stepRows(handle, statement, [&rows](sqlite3_stmt* row) { rows.push_back(decodeRow(row)); });
+    return rows;
+}
+
+// The time of the frame at `position` (0 = newest) of [from, to], if there
+// are that many frames.
+std::optional<double> frameTimeAtPosition(sqlite3* handle, double from, double to, std::int64_t position) {
+    sqlite3_stmt* statement = prepareStatement(handle, kFrameAtPositionStatement);
+    FinalizeOnExit finalize(statement);
+    bindNamedDouble(statement, ":from", from);
+    bindNamedDouble(statement, ":to", to);
+    bindNamedInt64(statement, ":offset", position);
+    std::optional<double> time;
+    stepRows(handle, statement, [&time](sqlite3_stmt* row) { time = sqlite3_column_double(row, 0); });
+    return time;
+}
+
 }  // namespace
 
-SQLiteObservationTimeline::SQLiteObservationTimeline(SQLiteReadConnection& connection)
-    : connection_(connection) {}
+SQLiteObservationTimeline::SQLiteObservationTimeline(SQLiteReadConnection& connection, IndexCatalogue indexes)
+    : connection_(connection), indexes_(std::move(indexes)) {}
+
+std::optional<std::vector<OrderTerm>> SQLiteObservationTimeline::indexedTieOrder() const {
+    if (!servesEffectiveTimeWindows(indexes_) ||
+        !indexes_.hasIndexOn("observation_entities", {"observation_id"})) {
+        return std::nullopt;
+    }
+    const auto plan = explainQueryPlan(connection_.handle(), kStatement);
+    if (!plan) return std::nullopt;
+    return observationScanOrder(*plan, indexes_);
+}
 
 std::vector<TimelineObservation> SQLiteObservationTimeline::fetchTimeline(double from, double to,
                                                                          std::int64_t limit) {
+    return withLiteralFallback(
+        [&]() -> std::optional<std::vector<TimelineObservation>> {
+            const auto tieOrder = indexedTieOrder();
+            if (!tieOrder) return std::nullopt;
+            return fetchIndexed(from, to, limit, *tieOrder);
+        },
+        [&] { return fetchLiteral(from, to, limit); });
+}
+
+std::vector<TimelineObservation> SQLiteObservationTimeline::fetchLiteral(double from, double to,
+                                                                        std::int64_t limit) {
     sqlite3* handle = connection_.handle();
     sqlite3_stmt* statement = prepareStatement(handle, kStatement);
     FinalizeOnExit finalize(statement);
     sqlite3_bind_double(statement, 1, from);
     sqlite3_bind_double(statement, 2, to);
     bindInt32(statement, 3, limit);
+    return stepAll(handle, statement);
+}
 
-    std::vector<TimelineObservation> rows;
-    stepRows(handle, statement, [&rows](sqlite3_stmt* row) { rows.push_back(decodeRow(row)); });
-    return rows;
+// The self-dated parts walk observations by their own time from `to`
+// downwards until they find an eligible row, however far back that is. A
+// lower bound that cuts off no row of the answer keeps that walk short: we
+// guess one from frames(timestamp) alone (the time of the frame a quarter
+// beyond `limit` frames back; frames and eligible rows are nearly one to one)
+// and accept the answer when it holds `limit` rows, because every row the
+// bound left out is older than all of them. Otherwise we guess further back,
+// and finally use `from` itself.
+std::optional<std::vector<TimelineObservation>> SQLiteObservationTimeline::fetchIndexed(
+    double from, double to, std::int64_t limit, const std::vector<OrderTerm>& tieOrder) {
+    sqlite3* handle = connection_.handle();
+    readScatteredPages(handle);
+    // The guesses and the answer read one snapshot (each answer would be
+    // exact without it, as it is checked on its own rows).
+    const ReadSnapshot snapshot(handle);
+    sqlite3_stmt* statement = prepareOrNull(handle, indexedTimelineStatement(tieOrder));
+    if (statement == nullptr) return std::nullopt;
+    FinalizeOnExit finalize(statement);
+    bindNamedInt32(statement, ":limit", limit);
+    bindNamedDouble(statement, ":to", to);
+
+    const auto runFrom = [&](double lowerBound) {
+        sqlite3_reset(statement);
+        bindNamedDouble(statement, ":from", lowerBound);
+        return stepAll(handle, statement);
+    };
+    // LIMIT 0 answers nothing and a negative LIMIT means no limit: neither
+    // has a cut-off to guess.
+    if (limit > 0) {
+        for (const std::int64_t framesBack : {limit + limit / 4, 4 * limit}) {
+            const double guess = frameTimeAtPosition(handle, from, to, framesBack).value_or(from);
+            if (!(guess > from)) break;
+            std::vector<TimelineObservation> rows = runFrom(guess);
+            if (static_cast<std::int64_t>(rows.size()) == limit) return rows;
+        }
+    }
+    return runFrom(from);
 }
 
 }  // namespace RecentWorkTimelineSQLite

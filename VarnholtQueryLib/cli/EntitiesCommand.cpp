@@ -5,6 +5,8 @@
 #include "entities/EntitiesResponse.h"
 #include "entities/EntitiesUseCase.h"
 #include "entities/SQLiteEntityQuery.h"
+#include "IndexCatalogue.h"
+#include "SQLiteReadConnection.h"
 #include "cli/TimePresets.h"
 
 namespace VarnholtQueryLib {
@@ -32,7 +34,8 @@ JSON answerEntitiesCommand(const Command::Entities& command,
     params.limit = std::max<std::int64_t>(std::min(command.limit, kMaximumLimit), 1);
 
     // The query copies the connection's handle; `connection` outlives it here.
-    SQLiteEntityQuery entityQuery(connection);
+    SQLiteEntityQuery entityQuery(connection,
+                                  VarnholtSQLiteSupport::IndexCatalogue::read(connection.handle()));
     EntitiesUseCase useCase(entityQuery);
     const EntitiesUseCase::Result result = useCase.execute(params, now);
     // Always JSON: agents are the main callers of this command.

@@ -3,6 +3,8 @@
 #include <optional>
 
 #include "cli/CommandRunners.h"
+#include "IndexCatalogue.h"
+#include "SQLiteReadConnection.h"
 #include "search/DeduplicationService.h"
 #include "search/SQLiteObservationSearch.h"
 #include "search/SearchResponse.h"
@@ -34,7 +36,8 @@ JSON answerSearchCommand(const Command::Search& command,
                          const CommandEnvironment& environment) {
     // One reading of the clock serves the default window and the response.
     const double now = environment.platform.clock.now();
-    SQLiteObservationSearch searchQuery(connection);
+    SQLiteObservationSearch searchQuery(connection,
+                                        VarnholtSQLiteSupport::IndexCatalogue::read(connection.handle()));
     const SearchUseCase useCase(searchQuery, now);
     SearchUseCase::Outcome outcome = useCase.execute(paramsFor(command));
 

@@ -1,3 +1,5 @@
+#include "IndexCatalogue.h"
+#include "SQLiteReadConnection.h"
 #include "cli/CommandRunners.h"
 #include "status/FSTailTailLogPort.h"
 #include "status/SQLiteOperationalStatusQuery.h"
@@ -9,7 +11,8 @@ namespace VarnholtQueryLib {
 StatusData readStatus(VarnholtSQLiteSupport::SQLiteReadConnection& connection,
                       const CommandEnvironment& environment) {
     const Platform& platform = environment.platform;
-    SQLiteOperationalStatusQuery operationalQuery(connection, platform.clock);
+    SQLiteOperationalStatusQuery operationalQuery(
+        connection, VarnholtSQLiteSupport::IndexCatalogue::read(connection.handle()), platform.clock);
     const FSTailTailLogPort tailLogPort(platform.processes);
     const StatusUseCase useCase(&operationalQuery, &tailLogPort, platform.fileSystem,
                                 platform.clock, platform.homeDirectory);

@@ -1,3 +1,5 @@
+#include "IndexCatalogue.h"
+#include "SQLiteReadConnection.h"
 #include "cli/CommandRunners.h"
 #include "status/SQLiteOperationalStatusQuery.h"
 #include "support_context/SQLiteSupportContextQuery.h"
@@ -22,14 +24,15 @@ JSON answerSupportContextCommand(VarnholtSQLiteSupport::SQLiteReadConnection& co
     const Platform& platform = environment.platform;
     const double now = platform.clock.now();
 
-    SQLiteSupportContextQuery supportContextQuery(connection);
+    const auto indexes = VarnholtSQLiteSupport::IndexCatalogue::read(connection.handle());
+    SQLiteSupportContextQuery supportContextQuery(connection, indexes);
     SupportContextUseCase contextUseCase(supportContextQuery);
     // A database failure here fails the command; nothing partial is written.
     const SupportContextSnapshot context =
         contextUseCase.execute(kContextWindowSeconds, kContextObservationLimit, now);
 
     // Without a tail port: log tails do not belong in a support summary.
-    SQLiteOperationalStatusQuery operationalQuery(connection, platform.clock);
+    SQLiteOperationalStatusQuery operationalQuery(connection, indexes, platform.clock);
     const StatusUseCase statusUseCase(&operationalQuery, nullptr, platform.fileSystem,
                                       platform.clock, platform.homeDirectory);
     const StatusData statusData = statusUseCase.execute();

@@ -5,6 +5,7 @@
 #include "RecentWorkTimelineUseCase.h"
 #include "SQLiteObservationTimeline.h"
 #include "status/SQLiteOperationalStatusQuery.h"
+#include "IndexCatalogue.h"
 #include "SQLiteReadConnection.h"
 #include "cli/TimePresets.h"
 
@@ -32,6 +33,7 @@ private:
 // and with none at all it shows today (and says so in its preset).
 TimeRange chooseRange(const Command::Recent& command,
                       VarnholtSQLiteSupport::SQLiteReadConnection& connection,
+                      const VarnholtSQLiteSupport::IndexCatalogue& indexes,
                       const CommandEnvironment& environment, double now) {
     const LocalCalendar& calendar = environment.calendar;
     if (!command.preset) {
@@ -48,7 +50,7 @@ TimeRange chooseRange(const Command::Recent& command,
     }
     if (preset == "last-active-day") {
         const ClockReading clock(now);
-        SQLiteOperationalStatusQuery metricsQuery(connection, clock);
+        SQLiteOperationalStatusQuery metricsQuery(connection, indexes, clock);
         const OperationalMetrics metrics = metricsQuery.getOperationalMetrics();
         if (metrics.lastObservationAt) {
             return TimePresets::lastActiveDay(calendar,
@@ -67,9 +69,10 @@ JSON answerTimelineCommand(const Command::Recent& command,
     // One reading of the clock serves the range and the "current_*" fields,
     // so they always agree.
     const double now = environment.platform.clock.now();
-    const TimeRange range = chooseRange(command, connection, environment, now);
+    const auto indexes = VarnholtSQLiteSupport::IndexCatalogue::read(connection.handle());
+    const TimeRange range = chooseRange(command, connection, indexes, environment, now);
 
-    RecentWorkTimelineSQLite::SQLiteObservationTimeline timeline(connection);
+    RecentWorkTimelineSQLite::SQLiteObservationTimeline timeline(connection, indexes);
     RecentWorkTimelineCore::RecentWorkTimelineUseCase useCase(timeline, kBucketSeconds);
     const auto moments = useCase.execute(range.from, range.to);
 

@@ -2,8 +2,12 @@
 
 #include <sqlite3.h>
 
+#include "LiteralFallback.h"
+#include "NamedParameters.h"
+#include "ScatteredReads.h"
 #include "SQLiteReadConnection.h"
 #include "SQLiteStatement.h"
+#include "entities/IndexedEntityStatement.h"
 
 namespace VarnholtQueryLib {
 
@@ -35,10 +39,25 @@ constexpr const char* kFromCondition = "COALESCE(f.timestamp, o.timestamp) >= ?"
 constexpr const char* kToCondition = "COALESCE(f.timestamp, o.timestamp) <= ?";
 constexpr const char* kKindCondition = "oe.entity_kind = ?";
 
+// Both statements answer these columns in this order.
+std::vector<EntityAggregation> stepAll(sqlite3* handle, sqlite3_stmt* statement) {
+    std::vector<EntityAggregation> rows;
+    stepRows(handle, statement, [&rows](sqlite3_stmt* row) {
+        EntityAggregation aggregation;
+        aggregation.kind = columnText(row, 0);
+        aggregation.value = columnText(row, 1);
+        aggregation.count = sqlite3_column_int(row, 2);
+        aggregation.firstSeen = sqlite3_column_double(row, 3);
+        aggregation.lastSeen = sqlite3_column_double(row, 4);
+        rows.push_back(std::move(aggregation));
+    });
+    return rows;
+}
+
 }  // namespace
 
-SQLiteEntityQuery::SQLiteEntityQuery(const SQLiteReadConnection& connection)
-    : handle_(connection.handle()) {}
+SQLiteEntityQuery::SQLiteEntityQuery(const SQLiteReadConnection& connection, IndexCatalogue indexes)
+    : handle_(connection.handle()), indexes_(std::move(indexes)) {}
 
 std::string SQLiteEntityQuery::composeSQL(const EntityQueryParams& params) {
     std::string filter;
@@ -53,26 +72,35 @@ std::string SQLiteEntityQuery::composeSQL(const EntityQueryParams& params) {
 }
 
 std::vector<EntityAggregation> SQLiteEntityQuery::aggregate(const EntityQueryParams& params) {
+    return withLiteralFallback([&] { return aggregateIndexed(params); },
+                               [&] { return aggregateLiteral(params); });
+}
+
+std::vector<EntityAggregation> SQLiteEntityQuery::aggregateLiteral(const EntityQueryParams& params) {
     sqlite3_stmt* statement = prepareStatement(handle_, composeSQL(params));
     FinalizeOnExit finalize(statement);
-
     int position = 1;
     if (params.fromTs) sqlite3_bind_double(statement, position++, *params.fromTs);
     if (params.toTs) sqlite3_bind_double(statement, position++, *params.toTs);
     if (params.kind) bindText(statement, position++, *params.kind);
     bindInt32(statement, position, params.limit);
+    return stepAll(handle_, statement);
+}
 
-    std::vector<EntityAggregation> rows;
-    stepRows(handle_, statement, [&rows](sqlite3_stmt* row) {
-        EntityAggregation aggregation;
-        aggregation.kind = columnText(row, 0);
-        aggregation.value = columnText(row, 1);
-        aggregation.count = sqlite3_column_int(row, 2);
-        aggregation.firstSeen = sqlite3_column_double(row, 3);
-        aggregation.lastSeen = sqlite3_column_double(row, 4);
-        rows.push_back(std::move(aggregation));
-    });
-    return rows;
+std::optional<std::vector<EntityAggregation>> SQLiteEntityQuery::aggregateIndexed(
+    const EntityQueryParams& params) {
+    // Without a bound there is no window to walk: every mention counts, and
+    // the literal statement reads them in the cheapest order.
+    if ((!params.fromTs && !params.toTs) || !servesIndexedEntities(indexes_)) return std::nullopt;
+    readScatteredPages(handle_);
+    sqlite3_stmt* statement = prepareOrNull(handle_, indexedEntityStatement(params));
+    if (statement == nullptr) return std::nullopt;
+    FinalizeOnExit finalize(statement);
+    if (params.fromTs) bindNamedDouble(statement, ":from", *params.fromTs);
+    if (params.toTs) bindNamedDouble(statement, ":to", *params.toTs);
+    if (params.kind) bindNamedText(statement, ":kind", *params.kind);
+    bindNamedInt32(statement, ":limit", params.limit);
+    return stepAll(handle_, statement);
 }
 
 }  // namespace VarnholtQueryLib

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "IndexCatalogue.h"
 #include "entities/EntityQueryPort.h"
 
 struct sqlite3;
@@ -14,14 +16,19 @@ class SQLiteReadConnection;
 namespace VarnholtQueryLib {
 
 // Entity aggregation as one GROUP BY statement over observation_entities,
-// dated by the effective time of each mentioning observation.
+// dated by the effective time of each mentioning observation. composeSQL
+// gives the statement that defines the answer; for a bounded window with the
+// recorder's indexes present the adapter runs the statement of
+// IndexedEntityStatement.h instead, which reads only the window's mentions
+// and answers the same.
 //
 // Copies only the connection's raw handle at construction and keeps no
 // reference to the connection: whoever builds it must keep the connection
 // alive until the last aggregate() has returned.
 class SQLiteEntityQuery final : public EntityQueryPort {
 public:
-    explicit SQLiteEntityQuery(const VarnholtSQLiteSupport::SQLiteReadConnection& connection);
+    SQLiteEntityQuery(const VarnholtSQLiteSupport::SQLiteReadConnection& connection,
+                      VarnholtSQLiteSupport::IndexCatalogue indexes);
 
     // Throws DatabaseError: queryFailed (prepare or step failed), locked (the
     // recorder held the database past the busy timeout).
@@ -36,7 +43,12 @@ public:
     static std::string composeSQL(const EntityQueryParams& params);
 
 private:
+    std::vector<EntityAggregation> aggregateLiteral(const EntityQueryParams& params);
+    // Absent when the index-driven statement cannot serve `params` here.
+    std::optional<std::vector<EntityAggregation>> aggregateIndexed(const EntityQueryParams& params);
+
     sqlite3* const handle_;
+    const VarnholtSQLiteSupport::IndexCatalogue indexes_;
 };
 
 }  // namespace VarnholtQueryLib

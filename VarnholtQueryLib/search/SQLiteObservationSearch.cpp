@@ -2,13 +2,22 @@
 
 #include <sqlite3.h>
 
+#include <functional>
+#include <limits>
+#include <memory>
 #include <optional>
 
 #include <nlohmann/json.hpp>
 
+#include "LiteralFallback.h"
+#include "NamedParameters.h"
+#include "QueryPlan.h"
+#include "ReadSnapshot.h"
+#include "ScatteredReads.h"
 #include "SQLiteReadConnection.h"
 #include "SQLiteStatement.h"
 #include "search/FTS5Keyword.h"
+#include "search/IndexedSearchStatement.h"
 
 namespace VarnholtQueryLib {
 
@@ -67,6 +76,7 @@ std::vector<SearchResultEntity> decodeEntities(const std::optional<std::string>&
     return entities;
 }
 
+// Both statements give these columns in this order.
 ObservationSearchResult decodeRow(sqlite3_stmt* statement) {
     ObservationSearchResult result;
     result.observationId = columnText(statement, 0);
@@ -78,10 +88,85 @@ ObservationSearchResult decodeRow(sqlite3_stmt* statement) {
     return result;
 }
 
+std::vector<ObservationSearchResult> stepAll(sqlite3* handle, sqlite3_stmt* statement) {
+    std::vector<ObservationSearchResult> results;
+    stepRows(handle, statement, [&results](sqlite3_stmt* row) { results.push_back(decodeRow(row)); });
+    return results;
+}
+
+// How many matches and window frames are counted at most to choose between
+// confining the match to the window's rowids and letting it run over all of
+// them. Counting walks index entries only, some nanoseconds each.
+constexpr std::int64_t kEstimateCap = 1'000'000;
+
+// The number the one-column `sql` counts, up to `cap`; absent when the
+// statement fails (the literal statement then reports the failure).
+std::optional<std::int64_t> countUpTo(sqlite3* handle, const std::string& sql,
+                                      const std::function<void(sqlite3_stmt*)>& bind) {
+    sqlite3_stmt* statement = prepareOrNull(handle, sql);
+    if (statement == nullptr) return std::nullopt;
+    FinalizeOnExit finalize(statement);
+    bind(statement);
+    bindNamedInt64(statement, ":cap", kEstimateCap);
+    if (sqlite3_step(statement) != SQLITE_ROW) return std::nullopt;
+    return sqlite3_column_int64(statement, 0);
+}
+
+void bindWindow(sqlite3_stmt* statement, const ObservationSearchParams& params) {
+    if (params.fromTs) bindNamedDouble(statement, ":from", *params.fromTs);
+    if (params.toTs) bindNamedDouble(statement, ":to", *params.toTs);
+}
+
+struct RowidRange {
+    std::int64_t lo = std::numeric_limits<std::int64_t>::min();
+    std::int64_t hi = std::numeric_limits<std::int64_t>::max();
+};
+
+// The rowids to confine the match to: those of the window's observations
+// when finding them is cheaper than testing every match against the window
+// (there are fewer frames in the window than matches), else all rowids.
+// Absent when a statement fails.
+std::optional<RowidRange> rowidRangeFor(sqlite3* handle, const std::string& matchText,
+                                        const ObservationSearchParams& params) {
+    if (!params.fromTs && !params.toTs) return RowidRange();
+    const auto matches = countUpTo(handle, kMatchCountStatement, [&](sqlite3_stmt* statement) {
+        bindNamedText(statement, ":match", matchText);
+    });
+    const auto frames = countUpTo(handle, windowFrameCountStatement(params),
+                                  [&](sqlite3_stmt* statement) { bindWindow(statement, params); });
+    if (!matches || !frames) return std::nullopt;
+    if (*frames >= *matches) return RowidRange();
+
+    sqlite3_stmt* statement = prepareOrNull(handle, windowRowidRangeStatement(params));
+    if (statement == nullptr) return std::nullopt;
+    FinalizeOnExit finalize(statement);
+    bindWindow(statement, params);
+    if (sqlite3_step(statement) != SQLITE_ROW) return std::nullopt;
+    if (sqlite3_column_type(statement, 0) == SQLITE_NULL) return RowidRange{1, 0};  // nothing in the window
+    return RowidRange{sqlite3_column_int64(statement, 0), sqlite3_column_int64(statement, 1)};
+}
+
+// Whether FTS5 accepts `matchText` as a query: it parses the expression
+// when the match starts, so finding the first match is enough. A busy
+// database is no reason to think otherwise; its failure is `locked`.
+bool acceptsMatch(sqlite3* handle, const std::string& matchText) {
+    try {
+        sqlite3_stmt* statement = prepareStatement(
+            handle, "SELECT 1 FROM observations_fts WHERE observations_fts MATCH ? LIMIT 1");
+        FinalizeOnExit finalize(statement);
+        bindText(statement, 1, matchText);
+        stepRows(handle, statement, [](sqlite3_stmt*) {});
+        return true;
+    } catch (const DatabaseError& failure) {
+        if (failure.errorCase() == DatabaseError::Case::locked) throw;
+        return false;
+    }
+}
+
 }  // namespace
 
-SQLiteObservationSearch::SQLiteObservationSearch(const SQLiteReadConnection& connection)
-    : handle_(connection.handle()) {}
+SQLiteObservationSearch::SQLiteObservationSearch(const SQLiteReadConnection& connection, IndexCatalogue indexes)
+    : handle_(connection.handle()), indexes_(std::move(indexes)) {}
 
 std::string SQLiteObservationSearch::statementFor(const ObservationSearchParams& params) {
     std::string sql = kStatementHead;
@@ -102,26 +187,28 @@ std::vector<ObservationSearchResult> SQLiteObservationSearch::search(
     const FTS5Keyword::RepeatedTerms repeated =
         params.latestOnly ? FTS5Keyword::RepeatedTerms::drop : FTS5Keyword::RepeatedTerms::keep;
     const std::string matchText = FTS5Keyword::transformed(params.keyword, repeated);
-    try {
-        return searchMatching(params, matchText);
-    } catch (const DatabaseError& failure) {
-        // Ordinary words such as "node.js" or "feature-flag" are FTS5 syntax
-        // errors; taken literally they are what the user meant. A busy
-        // database is no reason to ask again, and when the literal form
-        // fails too, the first failure is the one that explains the keyword.
-        if (failure.errorCase() == DatabaseError::Case::locked) throw;
+    // Ordinary words such as "node.js" or "feature-flag" are FTS5 syntax
+    // errors; taken literally they are what the user meant. FTS5 is asked
+    // first, so that the statements run once, with the text it accepts. When
+    // neither form is accepted, the keyword as given runs and its failure is
+    // the one that explains it.
+    if (!acceptsMatch(handle_, matchText)) {
         const std::string literalText = FTS5Keyword::literal(params.keyword, repeated);
-        if (literalText.empty() || literalText == matchText) throw;
-        try {
-            return searchMatching(params, literalText);
-        } catch (const DatabaseError&) {
-            throw failure;
+        if (!literalText.empty() && literalText != matchText && acceptsMatch(handle_, literalText)) {
+            return searchMatching(literalText, params);
         }
     }
+    return searchMatching(matchText, params);
 }
 
 std::vector<ObservationSearchResult> SQLiteObservationSearch::searchMatching(
-    const ObservationSearchParams& params, const std::string& matchText) {
+    const std::string& matchText, const ObservationSearchParams& params) {
+    return withLiteralFallback([&] { return searchIndexed(matchText, params); },
+                               [&] { return searchLiteral(matchText, params); });
+}
+
+std::vector<ObservationSearchResult> SQLiteObservationSearch::searchLiteral(
+    const std::string& matchText, const ObservationSearchParams& params) {
     sqlite3_stmt* statement = prepareStatement(handle_, statementFor(params));
     FinalizeOnExit finalize(statement);
 
@@ -131,11 +218,32 @@ std::vector<ObservationSearchResult> SQLiteObservationSearch::searchMatching(
     if (params.fromTs) sqlite3_bind_double(statement, position++, *params.fromTs);
     if (params.toTs) sqlite3_bind_double(statement, position++, *params.toTs);
     bindInt32(statement, position, params.limit);
+    return stepAll(handle_, statement);
+}
 
-    std::vector<ObservationSearchResult> results;
-    stepRows(handle_, statement,
-             [&results](sqlite3_stmt* row) { results.push_back(decodeRow(row)); });
-    return results;
+std::optional<std::vector<ObservationSearchResult>> SQLiteObservationSearch::searchIndexed(
+    const std::string& matchText, const ObservationSearchParams& params) {
+    if (!servesIndexedSearch(indexes_)) return std::nullopt;
+    const auto plan = explainQueryPlan(handle_, statementFor(params));
+    if (!plan) return std::nullopt;
+    const auto tieOrder = observationScanOrder(*plan, indexes_);
+    if (!tieOrder) return std::nullopt;
+    readScatteredPages(handle_);
+    // The rowid range and the match must see the same rows.
+    const ReadSnapshot snapshot(handle_);
+    const auto range = rowidRangeFor(handle_, matchText, params);
+    if (!range) return std::nullopt;
+
+    sqlite3_stmt* statement = prepareOrNull(handle_, indexedSearchStatement(params, *tieOrder));
+    if (statement == nullptr) return std::nullopt;
+    FinalizeOnExit finalize(statement);
+    bindNamedText(statement, ":match", matchText);
+    bindNamedInt64(statement, ":lo", range->lo);
+    bindNamedInt64(statement, ":hi", range->hi);
+    if (params.appFilter) bindNamedText(statement, ":app", *params.appFilter);
+    bindWindow(statement, params);
+    bindNamedInt32(statement, ":limit", params.limit);
+    return stepAll(handle_, statement);
 }
 
 std::string SQLiteObservationSearch::transformFTS5Keyword(const std::string& keyword) {

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "IndexCatalogue.h"
 #include "search/ObservationSearchQueryPort.h"
 
 struct sqlite3;
@@ -13,25 +15,28 @@ class SQLiteReadConnection;
 
 namespace VarnholtQueryLib {
 
-// The search port over the recorder's FTS5 index of descriptions: one
-// statement per search, ranked by BM25 (or newest first), filtered by
-// application and time, with each observation's entities gathered in the same
-// statement.
+// The search port over the recorder's FTS5 index of descriptions: ranked by
+// BM25 (or newest first), filtered by application and time, with each
+// observation's entities gathered in SQL. statementFor gives the statement
+// that defines the answer; with the recorder's indexes present the adapter
+// runs the statements of IndexedSearchStatement.h instead, which confine the
+// match to the window's rowids where that pays and answer the same.
 //
 // Keeps only the connection's raw handle; it neither owns nor closes the
 // connection, which must outlive this object.
 class SQLiteObservationSearch final : public ObservationSearchQueryPort {
 public:
-    explicit SQLiteObservationSearch(const VarnholtSQLiteSupport::SQLiteReadConnection& connection);
+    SQLiteObservationSearch(const VarnholtSQLiteSupport::SQLiteReadConnection& connection,
+                            VarnholtSQLiteSupport::IndexCatalogue indexes);
 
-    // Matches the keyword as transformFTS5Keyword() gives it. When SQLite
-    // rejects that (other than by being busy), the search runs once more with
-    // the keyword taken literally (FTS5Keyword::literal), so that ordinary
-    // words such as "node.js" or "C++" find what they say. Newest first,
-    // repeated terms are matched once (the rows are the same).
+    // Matches the keyword as transformFTS5Keyword() gives it. When FTS5
+    // rejects that and accepts the keyword taken literally
+    // (FTS5Keyword::literal), the literal form is searched instead, so that
+    // ordinary words such as "node.js" or "C++" find what they say. Newest
+    // first, repeated terms are matched once (the rows are the same).
     // Throws DatabaseError: queryFailed when the statement cannot be prepared
-    // or a step fails (with the first attempt's message, e.g. an FTS5 syntax
-    // error, when the literal form is empty or fails as well), locked when
+    // or a step fails (for a keyword FTS5 takes in neither form, with the
+    // message for the keyword as given, e.g. an FTS5 syntax error), locked when
     // the recorder holds the file too long. Entity lists that do not decode
     // become empty; they are never errors.
     std::vector<ObservationSearchResult> search(const ObservationSearchParams& params) override;
@@ -49,11 +54,20 @@ public:
     static std::string transformFTS5Keyword(const std::string& keyword);
 
 private:
-    // One run of the statement for `params` with `matchText` bound to MATCH.
-    std::vector<ObservationSearchResult> searchMatching(const ObservationSearchParams& params,
-                                                        const std::string& matchText);
+    // The whole search for one MATCH text (the transformed keyword), with
+    // whatever statements it takes; its failures are those of the literal
+    // statement for that text.
+    std::vector<ObservationSearchResult> searchMatching(const std::string& matchText,
+                                                        const ObservationSearchParams& params);
+    std::vector<ObservationSearchResult> searchLiteral(const std::string& matchText,
+                                                       const ObservationSearchParams& params);
+    // Absent when the index-driven statements cannot answer for this
+    // database; the literal statement must run then.
+    std::optional<std::vector<ObservationSearchResult>> searchIndexed(const std::string& matchText,
+                                                                      const ObservationSearchParams& params);
 
     sqlite3* const handle_;  // null only for a connection that failed to open
+    const VarnholtSQLiteSupport::IndexCatalogue indexes_;
 };
 
 }  // namespace VarnholtQueryLib

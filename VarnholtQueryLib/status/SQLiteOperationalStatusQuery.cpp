@@ -2,16 +2,18 @@
 
 #include <sqlite3.h>
 
+#include "LiteralFallback.h"
+#include "NamedParameters.h"
 #include "SQLiteReadConnection.h"
 #include "SQLiteStatement.h"
+#include "status/IndexedMetricsStatement.h"
 
 namespace VarnholtQueryLib {
 
 using namespace VarnholtSQLiteSupport;
 
-namespace {
-
-constexpr const char* kMetricsSQL =
+// One pass over both tables: every row is read to count it.
+const char* const SQLiteOperationalStatusQuery::kStatement =
     "    WITH\n"
     "      frame_stats AS (\n"
     "        SELECT\n"
@@ -41,22 +43,14 @@ constexpr const char* kMetricsSQL =
     "    FROM frame_stats f\n"
     "    CROSS JOIN observation_stats o";
 
+namespace {
+
 // The recent-activity window, in the recorder's seconds.
 constexpr double kRecentWindowSeconds = 300.0;
 
-}  // namespace
-
-SQLiteOperationalStatusQuery::SQLiteOperationalStatusQuery(SQLiteReadConnection& connection,
-                                                           const ClockPort& clock)
-    : connection_(connection), clock_(clock) {}
-
-OperationalMetrics SQLiteOperationalStatusQuery::getOperationalMetrics() {
-    const double windowStart = clock_.now() - kRecentWindowSeconds;
-    sqlite3* handle = connection_.handle();
-    sqlite3_stmt* statement = prepareStatement(handle, kMetricsSQL);
-    FinalizeOnExit finalize(statement);
-    sqlite3_bind_double(statement, 1, windowStart);
-    sqlite3_bind_double(statement, 2, windowStart);
+// Both statements answer the same eight columns in one row, decoded here
+// for both.
+OperationalMetrics stepOneRow(sqlite3_stmt* statement) {
     if (sqlite3_step(statement) != SQLITE_ROW) {
         throw DatabaseError::queryFailed("Operational metrics query returned no rows");
     }
@@ -76,6 +70,35 @@ OperationalMetrics SQLiteOperationalStatusQuery::getOperationalMetrics() {
     }
     metrics.observationsLast5Min = sqlite3_column_int(statement, 7);
     return metrics;
+}
+
+}  // namespace
+
+SQLiteOperationalStatusQuery::SQLiteOperationalStatusQuery(SQLiteReadConnection& connection,
+                                                           IndexCatalogue indexes, const ClockPort& clock)
+    : connection_(connection), indexes_(std::move(indexes)), clock_(clock) {}
+
+OperationalMetrics SQLiteOperationalStatusQuery::getOperationalMetrics() {
+    const double windowStart = clock_.now() - kRecentWindowSeconds;
+    return withLiteralFallback([&] { return indexedMetrics(windowStart); },
+                               [&] { return literalMetrics(windowStart); });
+}
+
+OperationalMetrics SQLiteOperationalStatusQuery::literalMetrics(double windowStart) {
+    sqlite3_stmt* statement = prepareStatement(connection_.handle(), kStatement);
+    FinalizeOnExit finalize(statement);
+    sqlite3_bind_double(statement, 1, windowStart);
+    sqlite3_bind_double(statement, 2, windowStart);
+    return stepOneRow(statement);
+}
+
+std::optional<OperationalMetrics> SQLiteOperationalStatusQuery::indexedMetrics(double windowStart) {
+    if (!servesIndexedMetrics(indexes_)) return std::nullopt;
+    sqlite3_stmt* statement = prepareOrNull(connection_.handle(), indexedMetricsStatement());
+    if (statement == nullptr) return std::nullopt;
+    FinalizeOnExit finalize(statement);
+    bindNamedDouble(statement, ":since", windowStart);
+    return stepOneRow(statement);
 }
 
 }  // namespace VarnholtQueryLib

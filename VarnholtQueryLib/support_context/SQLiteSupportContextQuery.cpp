@@ -2,36 +2,32 @@
 
 #include <sqlite3.h>
 
+#include "EffectiveTimeWindow.h"
+#include "LiteralFallback.h"
+#include "NamedParameters.h"
+#include "QueryPlan.h"
+#include "ScatteredReads.h"
 #include "SQLiteReadConnection.h"
 #include "SQLiteStatement.h"
+#include "support_context/IndexedSupportContextStatement.h"
 
 namespace VarnholtQueryLib {
 
 using namespace VarnholtSQLiteSupport;
 
-namespace {
-
 // No LIMIT: repeats are collapsed afterwards, and a limit here could cut the
 // window off inside a run of repeats.
-constexpr const char* kRecentObservationsSQL =
+const char* const SQLiteSupportContextQuery::kStatement =
     "    SELECT COALESCE(f.timestamp, o.timestamp), o.vlm_description, o.apps\n"
     "    FROM observations o\n"
     "    LEFT JOIN frames f ON o.frame_id = f.id\n"
     "    WHERE COALESCE(f.timestamp, o.timestamp) >= ?\n"
     "    ORDER BY COALESCE(f.timestamp, o.timestamp) DESC";
 
-}  // namespace
+namespace {
 
-SQLiteSupportContextQuery::SQLiteSupportContextQuery(SQLiteReadConnection& connection)
-    : connection_(connection) {}
-
-std::vector<SupportContextObservation> SQLiteSupportContextQuery::findRecentObservations(
-    double since) {
-    sqlite3* handle = connection_.handle();
-    sqlite3_stmt* statement = prepareStatement(handle, kRecentObservationsSQL);
-    FinalizeOnExit finalize(statement);
-    sqlite3_bind_double(statement, 1, since);
-
+// Both statements answer these columns in this order.
+std::vector<SupportContextObservation> stepAll(sqlite3* handle, sqlite3_stmt* statement) {
     std::vector<SupportContextObservation> observations;
     stepRows(handle, statement, [&](sqlite3_stmt* row) {
         SupportContextObservation observation;
@@ -42,6 +38,40 @@ std::vector<SupportContextObservation> SQLiteSupportContextQuery::findRecentObse
         observations.push_back(std::move(observation));
     });
     return observations;
+}
+
+}  // namespace
+
+SQLiteSupportContextQuery::SQLiteSupportContextQuery(SQLiteReadConnection& connection,
+                                                     IndexCatalogue indexes)
+    : connection_(connection), indexes_(std::move(indexes)) {}
+
+std::vector<SupportContextObservation> SQLiteSupportContextQuery::findRecentObservations(
+    double since) {
+    return withLiteralFallback([&] { return findIndexed(since); }, [&] { return findLiteral(since); });
+}
+
+std::vector<SupportContextObservation> SQLiteSupportContextQuery::findLiteral(double since) {
+    sqlite3* handle = connection_.handle();
+    sqlite3_stmt* statement = prepareStatement(handle, kStatement);
+    FinalizeOnExit finalize(statement);
+    sqlite3_bind_double(statement, 1, since);
+    return stepAll(handle, statement);
+}
+
+std::optional<std::vector<SupportContextObservation>> SQLiteSupportContextQuery::findIndexed(double since) {
+    sqlite3* handle = connection_.handle();
+    if (!servesEffectiveTimeWindows(indexes_)) return std::nullopt;
+    const auto plan = explainQueryPlan(handle, kStatement);
+    if (!plan) return std::nullopt;
+    const auto tieOrder = observationScanOrder(*plan, indexes_);
+    if (!tieOrder) return std::nullopt;
+    readScatteredPages(handle);
+    sqlite3_stmt* statement = prepareOrNull(handle, indexedSupportContextStatement(*tieOrder));
+    if (statement == nullptr) return std::nullopt;
+    FinalizeOnExit finalize(statement);
+    bindNamedDouble(statement, ":from", since);
+    return stepAll(handle, statement);
 }
 
 }  // namespace VarnholtQueryLib

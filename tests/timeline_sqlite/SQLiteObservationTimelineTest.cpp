@@ -9,12 +9,15 @@
 #include "RecorderSchema.h"
 #include "SQLiteObservationTimeline.h"
 #include "SQLiteReadConnection.h"
+#include "StatementLog.h"
 #include "TemporaryDirectory.h"
 
 using RecentWorkTimelineCore::TimelineObservation;
 using RecentWorkTimelineSQLite::SQLiteObservationTimeline;
 using VarnholtSQLiteSupport::DatabaseError;
 using VarnholtSQLiteSupport::SQLiteReadConnection;
+using VarnholtTestSupport::StatementChoice;
+using VarnholtTestSupport::StatementLog;
 
 namespace {
 
@@ -22,8 +25,10 @@ namespace {
 constexpr double kTen = 1775037600.0;
 
 // A recorder database built from literal SQL in a temporary directory, then
-// read through the tool's own query-only connection.
-class SQLiteObservationTimelineTest : public ::testing::Test {
+// read through the tool's own query-only connection. Every case runs twice:
+// with the literal statement and with the index-driven one where the schema
+// allows it; both must give the answer the case expects.
+class SQLiteObservationTimelineTest : public ::testing::TestWithParam<StatementChoice> {
 protected:
     // Creates the recorder schema and runs `sql` on it. `afterSchema` may
     // reshape tables before the rows go in.
@@ -42,9 +47,19 @@ protected:
 
     std::vector<TimelineObservation> fetch(double from, double to, std::int64_t limit = 5000) {
         SQLiteReadConnection connection(path());
-        SQLiteObservationTimeline timeline(connection);
-        return timeline.fetchTimeline(from, to, limit);
+        SQLiteObservationTimeline timeline(connection,
+                                           VarnholtTestSupport::indexesFor(GetParam(), connection.handle()));
+        StatementLog log(connection.handle());
+        auto rows = timeline.fetchTimeline(from, to, limit);
+        ranLiteral_ = log.ran(SQLiteObservationTimeline::kStatement);
+        if (GetParam() == StatementChoice::literal) {
+            EXPECT_TRUE(ranLiteral_);
+        }
+        return rows;
     }
+
+    // Whether the last fetch ran the literal statement.
+    bool ranLiteral() const { return ranLiteral_; }
 
     std::vector<std::string> idsOf(const std::vector<TimelineObservation>& rows) {
         std::vector<std::string> ids;
@@ -56,11 +71,12 @@ protected:
 
 private:
     VarnholtTestSupport::TemporaryDirectory directory_;
+    bool ranLiteral_ = false;
 };
 
 }  // namespace
 
-TEST_F(SQLiteObservationTimelineTest, EmptyRangeGivesNoRows) {
+TEST_P(SQLiteObservationTimelineTest, EmptyRangeGivesNoRows) {
     build(R"SQL(
         INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at)
         VALUES ('outside', 'visual', 1775030000.0, 'Reading mail', '[]', '2026-04-01T07:53:20Z');
@@ -68,7 +84,7 @@ TEST_F(SQLiteObservationTimelineTest, EmptyRangeGivesNoRows) {
     EXPECT_TRUE(fetch(kTen, kTen + 3600).empty());
 }
 
-TEST_F(SQLiteObservationTimelineTest, DecodesEveryColumn) {
+TEST_P(SQLiteObservationTimelineTest, DecodesEveryColumn) {
     build(R"SQL(
         INSERT INTO frames (id, display_id, captured_at, timestamp, image_path, analyzed)
         VALUES ('F1', 'main', '2026-04-01T10:00:05Z', 1775037605.25, '/Users/a/f1.png', 1);
@@ -91,7 +107,7 @@ TEST_F(SQLiteObservationTimelineTest, DecodesEveryColumn) {
     EXPECT_EQ(fetch(kTen, kTen + 3600), std::vector<TimelineObservation>{expected});
 }
 
-TEST_F(SQLiteObservationTimelineTest, ObservationWithoutEntitiesGivesAnEmptyArrayTextAndNoImage) {
+TEST_P(SQLiteObservationTimelineTest, ObservationWithoutEntitiesGivesAnEmptyArrayTextAndNoImage) {
     build(R"SQL(
         INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at)
         VALUES ('OBS-1', 'visual', 1775037600.0, 'Reading mail', '["Mail"]', '2026-04-01T10:00:00Z');
@@ -103,7 +119,7 @@ TEST_F(SQLiteObservationTimelineTest, ObservationWithoutEntitiesGivesAnEmptyArra
     EXPECT_EQ(rows[0].apps, std::vector<std::string>{"Mail"});
 }
 
-TEST_F(SQLiteObservationTimelineTest, NullEmptyAndBlankDescriptionsAreLeftOut) {
+TEST_P(SQLiteObservationTimelineTest, NullEmptyAndBlankDescriptionsAreLeftOut) {
     build(R"SQL(
         INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at) VALUES
             ('null',   'visual', 1775037601.0, NULL,           '[]', '2026-04-01T10:00:01Z'),
@@ -117,7 +133,7 @@ TEST_F(SQLiteObservationTimelineTest, NullEmptyAndBlankDescriptionsAreLeftOut) {
     EXPECT_EQ(rows.at(0).vlmDescription, "  Editing  ");
 }
 
-TEST_F(SQLiteObservationTimelineTest, OnlyRowsOfNoSeparateRecordingAreReturned) {
+TEST_P(SQLiteObservationTimelineTest, OnlyRowsOfNoSeparateRecordingAreReturned) {
     build(R"SQL(
         INSERT INTO observations (id, recording_id, type, timestamp, vlm_description, apps, created_at) VALUES
             ('no-recording',    NULL,    'visual', 1775037601.0, 'One',   '[]', '2026-04-01T10:00:01Z'),
@@ -128,7 +144,7 @@ TEST_F(SQLiteObservationTimelineTest, OnlyRowsOfNoSeparateRecordingAreReturned) 
               (std::vector<std::string>{"no-recording", "empty-recording"}));
 }
 
-TEST_F(SQLiteObservationTimelineTest, TheFrameTimeWinsAndTheOwnTimeStandsInWithoutAFrame) {
+TEST_P(SQLiteObservationTimelineTest, TheFrameTimeWinsAndTheOwnTimeStandsInWithoutAFrame) {
     build(R"SQL(
         INSERT INTO frames (id, display_id, captured_at, timestamp, image_path)
         VALUES ('F-in', 'main', '2026-04-01T10:10:00Z', 1775038200.0, '/f/in.png'),
@@ -150,7 +166,7 @@ TEST_F(SQLiteObservationTimelineTest, TheFrameTimeWinsAndTheOwnTimeStandsInWitho
     EXPECT_EQ(rows[2].timestamp, 1775038200.0);
 }
 
-TEST_F(SQLiteObservationTimelineTest, AFrameWithoutTimeFallsBackToTheObservationTime) {
+TEST_P(SQLiteObservationTimelineTest, AFrameWithoutTimeFallsBackToTheObservationTime) {
     // The recorder declares frames.timestamp NOT NULL, but older or damaged
     // databases need not hold to it, and the query must not lose such an
     // observation. This fixture alone rebuilds the frames table without the
@@ -178,7 +194,7 @@ TEST_F(SQLiteObservationTimelineTest, AFrameWithoutTimeFallsBackToTheObservation
     EXPECT_EQ(rows[0].timestamp, 1775037650.5);
 }
 
-TEST_F(SQLiteObservationTimelineTest, BothBoundsAreInclusive) {
+TEST_P(SQLiteObservationTimelineTest, BothBoundsAreInclusive) {
     build(R"SQL(
         INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at) VALUES
             ('before',   'visual', 1775037599.999, 'A', '[]', 'x'),
@@ -189,7 +205,7 @@ TEST_F(SQLiteObservationTimelineTest, BothBoundsAreInclusive) {
     EXPECT_EQ(idsOf(fetch(kTen, kTen + 3600)), (std::vector<std::string>{"at-from", "at-to"}));
 }
 
-TEST_F(SQLiteObservationTimelineTest, RowsComeOldestFirstWhateverTheInsertOrder) {
+TEST_P(SQLiteObservationTimelineTest, RowsComeOldestFirstWhateverTheInsertOrder) {
     build(R"SQL(
         INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at) VALUES
             ('late',   'visual', 1775039000.0, 'A', '[]', 'x'),
@@ -200,7 +216,7 @@ TEST_F(SQLiteObservationTimelineTest, RowsComeOldestFirstWhateverTheInsertOrder)
               (std::vector<std::string>{"early", "middle", "late"}));
 }
 
-TEST_F(SQLiteObservationTimelineTest, BeyondTheLimitTheNewestAreKeptInAscendingOrder) {
+TEST_P(SQLiteObservationTimelineTest, BeyondTheLimitTheNewestAreKeptInAscendingOrder) {
     // 6000 eligible observations one second apart, starting at 10:00:00.
     build(R"SQL(
         WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n WHERE i < 5999)
@@ -218,7 +234,7 @@ TEST_F(SQLiteObservationTimelineTest, BeyondTheLimitTheNewestAreKeptInAscendingO
     }
 }
 
-TEST_F(SQLiteObservationTimelineTest, TheLimitIsBound) {
+TEST_P(SQLiteObservationTimelineTest, TheLimitIsBound) {
     build(R"SQL(
         INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at) VALUES
             ('one',   'visual', 1775037700.0, 'A', '[]', 'x'),
@@ -229,7 +245,7 @@ TEST_F(SQLiteObservationTimelineTest, TheLimitIsBound) {
     EXPECT_TRUE(fetch(kTen, kTen + 3600, 0).empty());
 }
 
-TEST_F(SQLiteObservationTimelineTest, UnreadableAppsGiveAnEmptyList) {
+TEST_P(SQLiteObservationTimelineTest, UnreadableAppsGiveAnEmptyList) {
     build(R"SQL(
         INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at) VALUES
             ('null',     'visual', 1775037601.0, 'A', NULL,               'x'),
@@ -246,7 +262,7 @@ TEST_F(SQLiteObservationTimelineTest, UnreadableAppsGiveAnEmptyList) {
     EXPECT_EQ(rows[6].apps, (std::vector<std::string>{"Mail", "Safari"}));
 }
 
-TEST_F(SQLiteObservationTimelineTest, ANullIdReadsAsEmptyTextAndTextEndsAtItsNul) {
+TEST_P(SQLiteObservationTimelineTest, ANullIdReadsAsEmptyTextAndTextEndsAtItsNul) {
     build(R"SQL(
         INSERT INTO observations (id, type, timestamp, image_path, vlm_description, apps, created_at) VALUES
             (NULL, 'visual', 1775037601.0, NULL, 'Reading mail', '["Mail"]', 'x'),
@@ -262,7 +278,7 @@ TEST_F(SQLiteObservationTimelineTest, ANullIdReadsAsEmptyTextAndTextEndsAtItsNul
     EXPECT_EQ(rows[1].apps, std::vector<std::string>{"Pages"});
 }
 
-TEST_F(SQLiteObservationTimelineTest, AMissingTableIsAQueryFailureWithSQLitesMessage) {
+TEST_P(SQLiteObservationTimelineTest, AMissingTableIsAQueryFailureWithSQLitesMessage) {
     build("DROP TABLE observation_entities;");
     try {
         fetch(kTen, kTen + 3600);
@@ -273,7 +289,73 @@ TEST_F(SQLiteObservationTimelineTest, AMissingTableIsAQueryFailureWithSQLitesMes
     }
 }
 
-TEST_F(SQLiteObservationTimelineTest, TheStatementTextIsKeptExactly) {
+// Four observations of one frame share its time; they differ in recording
+// group (NULL or ''), type and own time, and were inserted a, b, c, d.
+constexpr const char* kOneFrameFourObservations = R"SQL(
+    INSERT INTO frames (id, display_id, captured_at, timestamp, image_path)
+    VALUES ('F1', 'main', '2026-04-01T10:00:10Z', 1775037610.0, '/f/1.png');
+    INSERT INTO observations (id, recording_id, frame_id, type, timestamp, vlm_description, apps, created_at) VALUES
+        ('a', NULL, 'F1', 'visual', 1775037605.0, 'A', '[]', 'x'),
+        ('b', '',   'F1', 'audio',  1775037601.0, 'B', '[]', 'x'),
+        ('c', NULL, 'F1', 'audio',  1775037609.0, 'C', '[]', 'x'),
+        ('d', NULL, 'F1', 'visual', 1775037601.0, 'D', '[]', 'x');
+)SQL";
+
+TEST_P(SQLiteObservationTimelineTest, EqualTimesFollowTheRecordingIndexTheLiteralPlanWalks) {
+    // With the recorder's index order SQLite walks observations through
+    // (recording_id, timestamp): the NULL group first, each by own time,
+    // then rowid. The limit keeps the first of them.
+    build(kOneFrameFourObservations);
+    EXPECT_EQ(idsOf(fetch(kTen, kTen + 3600)), (std::vector<std::string>{"d", "a", "c", "b"}));
+    EXPECT_EQ(idsOf(fetch(kTen, kTen + 3600, 2)), (std::vector<std::string>{"d", "a"}));
+}
+
+TEST_P(SQLiteObservationTimelineTest, EqualTimesFollowTheOtherRecordingIndexWhenItWasCreatedLast) {
+    // SQLite prefers the index created last among equals; a recorder that
+    // created (recording_id, type) after (recording_id, timestamp) gets its
+    // ties in type order.
+    build(kOneFrameFourObservations, R"SQL(
+        DROP INDEX idx_observations_recording_type;
+        CREATE INDEX idx_observations_recording_type ON observations(recording_id, type);
+    )SQL");
+    EXPECT_EQ(idsOf(fetch(kTen, kTen + 3600)), (std::vector<std::string>{"c", "a", "d", "b"}));
+    EXPECT_EQ(idsOf(fetch(kTen, kTen + 3600, 3)), (std::vector<std::string>{"c", "a", "d"}));
+}
+
+TEST_P(SQLiteObservationTimelineTest, EqualTimesFollowRowidOrderOnceAnalyzeMadeSQLiteScan) {
+    // With statistics SQLite scans the table instead: rowid order.
+    build(std::string(kOneFrameFourObservations) + "ANALYZE;");
+    EXPECT_EQ(idsOf(fetch(kTen, kTen + 3600)), (std::vector<std::string>{"a", "b", "c", "d"}));
+    EXPECT_EQ(idsOf(fetch(kTen, kTen + 3600, 1)), (std::vector<std::string>{"a"}));
+}
+
+TEST_P(SQLiteObservationTimelineTest, TheRecordersSchemaGetsTheIndexedStatement) {
+    build(kOneFrameFourObservations);
+    fetch(kTen, kTen + 3600);
+    EXPECT_EQ(ranLiteral(), GetParam() == StatementChoice::literal);
+}
+
+// Without an index the indexed statement walks, the literal statement
+// answers, with whatever order its own plan gives.
+TEST_P(SQLiteObservationTimelineTest, WithoutTheFrameTimeIndexTheLiteralStatementAnswers) {
+    build(kOneFrameFourObservations, "DROP INDEX idx_frames_timestamp;");
+    EXPECT_EQ(idsOf(fetch(kTen, kTen + 3600)), (std::vector<std::string>{"d", "a", "c", "b"}));
+    EXPECT_TRUE(ranLiteral());
+}
+
+TEST_P(SQLiteObservationTimelineTest, WithoutTheFrameIdIndexTheLiteralStatementAnswers) {
+    build(kOneFrameFourObservations, "DROP INDEX idx_observations_frame;");
+    EXPECT_EQ(idsOf(fetch(kTen, kTen + 3600)), (std::vector<std::string>{"d", "a", "c", "b"}));
+    EXPECT_TRUE(ranLiteral());
+}
+
+TEST_P(SQLiteObservationTimelineTest, WithoutTheRecordingTimeIndexTheLiteralStatementAnswers) {
+    build(kOneFrameFourObservations, "DROP INDEX idx_observations_recording_timestamp;");
+    EXPECT_EQ(idsOf(fetch(kTen, kTen + 3600)), (std::vector<std::string>{"c", "a", "d", "b"}));
+    EXPECT_TRUE(ranLiteral());
+}
+
+TEST(SQLiteObservationTimelineStatementTest, TheStatementTextIsKeptExactly) {
     // Benchmarks and query-plan checks run this text; a reformatting is a
     // change of contract, not a cosmetic one.
     EXPECT_STREQ(SQLiteObservationTimeline::kStatement,
@@ -297,12 +379,17 @@ TEST_F(SQLiteObservationTimelineTest, TheStatementTextIsKeptExactly) {
                  "    ORDER BY frame_timestamp ASC");
 }
 
+INSTANTIATE_TEST_SUITE_P(BothStatements, SQLiteObservationTimelineTest,
+                         ::testing::Values(StatementChoice::literal, StatementChoice::indexed),
+                         [](const auto& info) { return VarnholtTestSupport::nameOf(info.param); });
+
 TEST(SQLiteObservationTimelineDeathTest, ALimitBeyond32BitsStopsTheProcess) {
     VarnholtTestSupport::TemporaryDirectory directory;
     sqlite3* handle = VarnholtSampleData::openWritableDatabase(directory.file("varnholt.db"));
     VarnholtSampleData::createRecorderSchema(handle);
     sqlite3_close(handle);
     SQLiteReadConnection connection(directory.file("varnholt.db"));
-    SQLiteObservationTimeline timeline(connection);
+    SQLiteObservationTimeline timeline(connection,
+                                       VarnholtSQLiteSupport::IndexCatalogue::read(connection.handle()));
     EXPECT_DEATH(timeline.fetchTimeline(0, 1, std::int64_t{1} << 31), "32 bits");
 }

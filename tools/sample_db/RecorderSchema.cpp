@@ -3,6 +3,7 @@
 #include <sqlite3.h>
 
 #include <stdexcept>
+#include <vector>
 
 namespace VarnholtSampleData {
 
@@ -69,23 +70,27 @@ CREATE VIRTUAL TABLE observations_fts USING fts5(
 );
 )SQL";
 
-constexpr const char* kIndexes = R"SQL(
-CREATE INDEX idx_frames_analyzed ON frames(analyzed);
-CREATE INDEX idx_frames_timestamp ON frames(timestamp);
-CREATE INDEX idx_frames_processing_lock ON frames(processing_lock_id);
-CREATE INDEX idx_frames_analyzed_timestamp ON frames(analyzed, timestamp);
-CREATE INDEX idx_observations_recording_type ON observations(recording_id, type);
-CREATE INDEX idx_observations_recording_timestamp ON observations(recording_id, timestamp);
-CREATE INDEX idx_observations_frame ON observations(frame_id);
-CREATE INDEX idx_observations_tb ON observations(tb_id);
-CREATE INDEX idx_observation_entities_observation ON observation_entities(observation_id);
-CREATE INDEX idx_observation_entities_kind ON observation_entities(entity_kind);
-)SQL";
+// In the order the recorder creates them: SQLite's planner prefers the index
+// created last among equally good ones, so the order is part of the shape.
+const std::vector<std::string> kIndexes = {
+    "CREATE INDEX idx_frames_analyzed ON frames(analyzed)",
+    "CREATE INDEX idx_frames_timestamp ON frames(timestamp)",
+    "CREATE INDEX idx_frames_processing_lock ON frames(processing_lock_id)",
+    "CREATE INDEX idx_frames_analyzed_timestamp ON frames(analyzed, timestamp)",
+    "CREATE INDEX idx_observations_recording_type ON observations(recording_id, type)",
+    "CREATE INDEX idx_observations_recording_timestamp ON observations(recording_id, timestamp)",
+    "CREATE INDEX idx_observations_frame ON observations(frame_id)",
+    "CREATE INDEX idx_observations_tb ON observations(tb_id)",
+    "CREATE INDEX idx_observation_entities_observation ON observation_entities(observation_id)",
+    "CREATE INDEX idx_observation_entities_kind ON observation_entities(entity_kind)",
+};
 
 // Fills the index from whatever observations exist, then keeps it in sync.
 constexpr const char* kFullTextSync = R"SQL(
 INSERT INTO observations_fts(observations_fts) VALUES ('rebuild');
+)SQL";
 
+constexpr const char* kFullTextTriggers = R"SQL(
 CREATE TRIGGER observations_fts_insert AFTER INSERT ON observations BEGIN
     INSERT INTO observations_fts(rowid, vlm_description) VALUES (new.rowid, new.vlm_description);
 END;
@@ -121,9 +126,14 @@ void createRecorderTables(sqlite3* handle) {
     execWritable(handle, kTables);
 }
 
+const std::vector<std::string>& recorderIndexStatements() { return kIndexes; }
+
+const char* recorderFullTextTriggers() { return kFullTextTriggers; }
+
 void completeRecorderSchema(sqlite3* handle, std::int32_t userVersion) {
-    execWritable(handle, kIndexes);
+    for (const std::string& index : kIndexes) execWritable(handle, index);
     execWritable(handle, kFullTextSync);
+    execWritable(handle, kFullTextTriggers);
     execWritable(handle, "PRAGMA user_version = " + std::to_string(userVersion));
 }
 

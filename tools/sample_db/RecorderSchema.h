@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 struct sqlite3;
 
@@ -29,6 +30,13 @@ void createRecorderSchema(sqlite3* handle, std::int32_t userVersion = 24);
 // the caller. Both throw std::runtime_error with SQLite's message.
 void createRecorderTables(sqlite3* handle);
 void completeRecorderSchema(sqlite3* handle, std::int32_t userVersion = 24);
+
+// The recorder's own indexes, one CREATE INDEX statement each, in the order
+// the recorder creates them, for generators that vary the set or the order.
+const std::vector<std::string>& recorderIndexStatements();
+
+// The triggers that keep the full-text index in step with observations.
+const char* recorderFullTextTriggers();
 
 // Runs `sql` (one or more statements) on a writable handle; throws
 // std::runtime_error with SQLite's message. For fixtures and generators only:

@@ -12,6 +12,7 @@
 #include "DatabaseError.h"
 #include "RecorderSchema.h"
 #include "SQLiteReadConnection.h"
+#include "StatementLog.h"
 #include "TemporaryDirectory.h"
 
 namespace VarnholtQueryLib {
@@ -26,6 +27,8 @@ namespace {
 
 using VarnholtSQLiteSupport::DatabaseError;
 using VarnholtSQLiteSupport::SQLiteReadConnection;
+using VarnholtTestSupport::StatementChoice;
+using VarnholtTestSupport::StatementLog;
 
 // 2026-04-01T10:00:00Z.
 constexpr double kT = 1775037600;
@@ -70,7 +73,7 @@ EntityQueryParams params(std::optional<double> fromTs, std::optional<double> toT
     return {fromTs, toTs, std::move(kind), limit};
 }
 
-class SQLiteEntityQueryTest : public ::testing::Test {
+class SQLiteEntityQueryTest : public ::testing::TestWithParam<StatementChoice> {
 protected:
     // A database with the recorder's real schema and `inserts` on top.
     void createDatabase(const std::string& inserts) {
@@ -96,14 +99,26 @@ protected:
 
     std::vector<EntityAggregation> aggregate(const EntityQueryParams& query) {
         SQLiteReadConnection connection(path());
-        SQLiteEntityQuery entityQuery(connection);
-        return entityQuery.aggregate(query);
+        SQLiteEntityQuery entityQuery(connection,
+                                      VarnholtTestSupport::indexesFor(GetParam(), connection.handle()));
+        StatementLog log(connection.handle());
+        auto rows = entityQuery.aggregate(query);
+        ranLiteral_ = log.ran(SQLiteEntityQuery::composeSQL(query));
+        if (GetParam() == StatementChoice::literal) {
+            EXPECT_TRUE(ranLiteral_);
+        }
+        return rows;
+    }
+
+    // Whether the last aggregation ran the literal statement.
+    bool ranLiteral() const { return ranLiteral_;
     }
 
     std::string path() const { return directory_.file("varnholt.db"); }
 
 private:
     VarnholtTestSupport::TemporaryDirectory directory_;
+    bool ranLiteral_ = false;
 };
 
 const std::string kHead =
@@ -121,7 +136,7 @@ const std::string kTail =
     "    ORDER BY occurrence_count DESC, entity_kind ASC, entity_value ASC\n"
     "    LIMIT ?";
 
-TEST_F(SQLiteEntityQueryTest, StatementWithoutConditions) {
+TEST_P(SQLiteEntityQueryTest, StatementWithoutConditions) {
     EXPECT_EQ(SQLiteEntityQuery::composeSQL(params({}, {}, {}, 100)),
               "    SELECT oe.entity_kind, oe.entity_value,\n"
               "           COUNT(*) AS occurrence_count,\n"
@@ -136,7 +151,7 @@ TEST_F(SQLiteEntityQueryTest, StatementWithoutConditions) {
               "    LIMIT ?");
 }
 
-TEST_F(SQLiteEntityQueryTest, StatementWithEachConditionAlone) {
+TEST_P(SQLiteEntityQueryTest, StatementWithEachConditionAlone) {
     EXPECT_EQ(SQLiteEntityQuery::composeSQL(params(kT, {}, {}, 1)),
               kHead + "WHERE COALESCE(f.timestamp, o.timestamp) >= ?" + kTail);
     EXPECT_EQ(SQLiteEntityQuery::composeSQL(params({}, kT, {}, 1)),
@@ -145,7 +160,7 @@ TEST_F(SQLiteEntityQueryTest, StatementWithEachConditionAlone) {
               kHead + "WHERE oe.entity_kind = ?" + kTail);
 }
 
-TEST_F(SQLiteEntityQueryTest, StatementWithConditionsJoinedInOrder) {
+TEST_P(SQLiteEntityQueryTest, StatementWithConditionsJoinedInOrder) {
     EXPECT_EQ(SQLiteEntityQuery::composeSQL(params(kT, kT + 1, "app", 1)),
               kHead +
                   "WHERE COALESCE(f.timestamp, o.timestamp) >= ? AND "
@@ -159,13 +174,13 @@ TEST_F(SQLiteEntityQueryTest, StatementWithConditionsJoinedInOrder) {
                   kTail);
 }
 
-TEST_F(SQLiteEntityQueryTest, EmptyTablesGiveNoRows) {
+TEST_P(SQLiteEntityQueryTest, EmptyTablesGiveNoRows) {
     createDatabase("");
     EXPECT_EQ(aggregate(params({}, {}, {}, 100)), std::vector<EntityAggregation>{});
     EXPECT_EQ(aggregate(params(kT, kT + 60, "app", 100)), std::vector<EntityAggregation>{});
 }
 
-TEST_F(SQLiteEntityQueryTest, OrdersByCountThenKindThenValue) {
+TEST_P(SQLiteEntityQueryTest, OrdersByCountThenKindThenValue) {
     createDatabase(
         mentionsAt("o1", kT, {{"tool", "git"}, {"app", "Xcode"}, {"language", "Swift"},
                               {"app", "Mail"}}) +
@@ -183,7 +198,7 @@ TEST_F(SQLiteEntityQueryTest, OrdersByCountThenKindThenValue) {
               }));
 }
 
-TEST_F(SQLiteEntityQueryTest, TiesCompareBytesSoUpperCaseComesFirst) {
+TEST_P(SQLiteEntityQueryTest, TiesCompareBytesSoUpperCaseComesFirst) {
     createDatabase(mentionsAt("o1", kT, {{"app", "safari"}, {"app", "Safari"}, {"App", "zsh"}}));
     EXPECT_EQ(aggregate(params({}, {}, {}, 100)),
               (std::vector<EntityAggregation>{
@@ -193,7 +208,7 @@ TEST_F(SQLiteEntityQueryTest, TiesCompareBytesSoUpperCaseComesFirst) {
               }));
 }
 
-TEST_F(SQLiteEntityQueryTest, LimitKeepsTheTopRows) {
+TEST_P(SQLiteEntityQueryTest, LimitKeepsTheTopRows) {
     createDatabase(mentionsAt("o1", kT, {{"app", "Xcode"}, {"app", "Mail"}, {"tool", "git"}}) +
                    mentionsAt("o2", kT + 1, {{"tool", "git"}}));
     EXPECT_EQ(aggregate(params({}, {}, {}, 2)),
@@ -201,7 +216,7 @@ TEST_F(SQLiteEntityQueryTest, LimitKeepsTheTopRows) {
                                               row("app", "Mail", 1, kT, kT)}));
 }
 
-TEST_F(SQLiteEntityQueryTest, BoundsAreInclusive) {
+TEST_P(SQLiteEntityQueryTest, BoundsAreInclusive) {
     createDatabase(mentionsAt("before", kT - 0.5, {{"app", "Xcode"}}) +
                    mentionsAt("start", kT, {{"app", "Xcode"}}) +
                    mentionsAt("inside", kT + 30, {{"app", "Xcode"}}) +
@@ -215,7 +230,7 @@ TEST_F(SQLiteEntityQueryTest, BoundsAreInclusive) {
               (std::vector<EntityAggregation>{row("app", "Xcode", 2, kT - 0.5, kT)}));
 }
 
-TEST_F(SQLiteEntityQueryTest, KindFilterIsExact) {
+TEST_P(SQLiteEntityQueryTest, KindFilterIsExact) {
     createDatabase(mentionsAt("o1", kT, {{"app", "Xcode"}, {"App", "Mail"},
                                          {"programming_language", "Swift"}}) +
                    mentionsAt("o2", kT + 5, {{"app", "Xcode"}, {"apps", "Notes"}}));
@@ -226,7 +241,7 @@ TEST_F(SQLiteEntityQueryTest, KindFilterIsExact) {
     EXPECT_EQ(aggregate(params({}, {}, "unknown", 100)), std::vector<EntityAggregation>{});
 }
 
-TEST_F(SQLiteEntityQueryTest, KindFilterTogetherWithBounds) {
+TEST_P(SQLiteEntityQueryTest, KindFilterTogetherWithBounds) {
     createDatabase(mentionsAt("o1", kT, {{"app", "Xcode"}, {"tool", "git"}}) +
                    mentionsAt("o2", kT + 10, {{"app", "Xcode"}, {"tool", "git"}}) +
                    mentionsAt("o3", kT + 20, {{"app", "Xcode"}, {"tool", "git"}}));
@@ -234,14 +249,14 @@ TEST_F(SQLiteEntityQueryTest, KindFilterTogetherWithBounds) {
               (std::vector<EntityAggregation>{row("tool", "git", 2, kT + 10, kT + 20)}));
 }
 
-TEST_F(SQLiteEntityQueryTest, TextIsBoundNotSpliced) {
+TEST_P(SQLiteEntityQueryTest, TextIsBoundNotSpliced) {
     createDatabase(mentionsAt("o1", kT, {{"ap''p", "Grüße 東京"}, {"app", "Xcode"}}));
     EXPECT_EQ(aggregate(params({}, {}, "ap'p", 100)),
               (std::vector<EntityAggregation>{row("ap'p", "Grüße 東京", 1, kT, kT)}));
     EXPECT_EQ(aggregate(params({}, {}, "app' OR '1'='1", 100)), std::vector<EntityAggregation>{});
 }
 
-TEST_F(SQLiteEntityQueryTest, FrameTimeWinsOverObservationTime) {
+TEST_P(SQLiteEntityQueryTest, FrameTimeWinsOverObservationTime) {
     createDatabase(frame("f1", kT) + observation("o1", "'f1'", kT + 500) +
                    entity("o1", "app", "Xcode"));
     EXPECT_EQ(aggregate(params({}, {}, {}, 100)),
@@ -249,7 +264,7 @@ TEST_F(SQLiteEntityQueryTest, FrameTimeWinsOverObservationTime) {
     EXPECT_EQ(aggregate(params(kT + 400, {}, {}, 100)), std::vector<EntityAggregation>{});
 }
 
-TEST_F(SQLiteEntityQueryTest, MentionWithoutFrameIsDatedByObservation) {
+TEST_P(SQLiteEntityQueryTest, MentionWithoutFrameIsDatedByObservation) {
     createDatabase(observation("no-frame", "NULL", kT + 100) +
                    observation("deleted-frame", "'gone'", kT + 200) +
                    entity("no-frame", "app", "Xcode") + entity("deleted-frame", "app", "Xcode"));
@@ -259,7 +274,7 @@ TEST_F(SQLiteEntityQueryTest, MentionWithoutFrameIsDatedByObservation) {
               (std::vector<EntityAggregation>{row("app", "Xcode", 1, kT + 200, kT + 200)}));
 }
 
-TEST_F(SQLiteEntityQueryTest, FrameWithoutTimeFallsBackToObservationTime) {
+TEST_P(SQLiteEntityQueryTest, FrameWithoutTimeFallsBackToObservationTime) {
     createLooseDatabase(
         "INSERT INTO frames VALUES ('f1', NULL), ('f2', " + std::to_string(kT) + ");\n"
         "INSERT INTO observations VALUES ('o1', 'f1', " + std::to_string(kT + 300) + "), "
@@ -269,7 +284,7 @@ TEST_F(SQLiteEntityQueryTest, FrameWithoutTimeFallsBackToObservationTime) {
               (std::vector<EntityAggregation>{row("app", "Xcode", 2, kT, kT + 300)}));
 }
 
-TEST_F(SQLiteEntityQueryTest, EveryMentionCountsEvenWithinOneObservation) {
+TEST_P(SQLiteEntityQueryTest, EveryMentionCountsEvenWithinOneObservation) {
     createLooseDatabase(
         "INSERT INTO observations VALUES ('o1', NULL, " + std::to_string(kT) + ");\n"
         "INSERT INTO observation_entities VALUES ('o1', 'tool', 'git'), ('o1', 'tool', 'git');\n");
@@ -277,13 +292,13 @@ TEST_F(SQLiteEntityQueryTest, EveryMentionCountsEvenWithinOneObservation) {
               (std::vector<EntityAggregation>{row("tool", "git", 2, kT, kT)}));
 }
 
-TEST_F(SQLiteEntityQueryTest, MentionOfMissingObservationIsIgnored) {
+TEST_P(SQLiteEntityQueryTest, MentionOfMissingObservationIsIgnored) {
     createDatabase(entity("ghost", "app", "Xcode") + mentionsAt("o1", kT, {{"app", "Mail"}}));
     EXPECT_EQ(aggregate(params({}, {}, {}, 100)),
               (std::vector<EntityAggregation>{row("app", "Mail", 1, kT, kT)}));
 }
 
-TEST_F(SQLiteEntityQueryTest, KindAndValueWithoutTextReadAsEmptyAndEndAtANul) {
+TEST_P(SQLiteEntityQueryTest, KindAndValueWithoutTextReadAsEmptyAndEndAtANul) {
     // Which of these rows the statement gives is its own business; reading
     // them never stops the process.
     createLooseDatabase(
@@ -296,7 +311,7 @@ TEST_F(SQLiteEntityQueryTest, KindAndValueWithoutTextReadAsEmptyAndEndAtANul) {
                                               row("app", "Mail", 1, kT, kT)}));
 }
 
-TEST_F(SQLiteEntityQueryTest, MissingTableIsQueryFailed) {
+TEST_P(SQLiteEntityQueryTest, MissingTableIsQueryFailed) {
     sqlite3* handle = VarnholtSampleData::openWritableDatabase(path());
     VarnholtSampleData::execWritable(handle, "PRAGMA user_version = 24;");
     sqlite3_close(handle);
@@ -308,6 +323,10 @@ TEST_F(SQLiteEntityQueryTest, MissingTableIsQueryFailed) {
         EXPECT_EQ(error.message(), "no such table: observation_entities");
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(BothStatements, SQLiteEntityQueryTest,
+                         ::testing::Values(StatementChoice::literal, StatementChoice::indexed),
+                         [](const auto& info) { return VarnholtTestSupport::nameOf(info.param); });
 
 }  // namespace
 }  // namespace VarnholtQueryLib

@@ -11,6 +11,7 @@
 #include "DatabaseError.h"
 #include "RecorderSchema.h"
 #include "SQLiteReadConnection.h"
+#include "StatementLog.h"
 #include "TemporaryDirectory.h"
 #include "search/FTS5Keyword.h"
 
@@ -19,6 +20,8 @@ namespace {
 
 using VarnholtSQLiteSupport::DatabaseError;
 using VarnholtSQLiteSupport::SQLiteReadConnection;
+using VarnholtTestSupport::StatementChoice;
+using VarnholtTestSupport::StatementLog;
 using VarnholtTestSupport::TemporaryDirectory;
 
 using Ids = std::vector<std::string>;
@@ -204,7 +207,7 @@ TEST(SQLiteObservationSearchTest, FTS5SyntaxPassesThroughInsideTerms) {
 // ---------------------------------------------------------------------------
 // Searching a database shaped like the recorder's.
 
-class SQLiteObservationSearchDatabaseTest : public ::testing::Test {
+class SQLiteObservationSearchDatabaseTest : public ::testing::TestWithParam<StatementChoice> {
 protected:
     std::string path() const { return directory_.file("varnholt.db"); }
 
@@ -223,8 +226,15 @@ protected:
 
     std::vector<ObservationSearchResult> search(const ObservationSearchParams& params) {
         if (!connection_) connection_ = std::make_unique<SQLiteReadConnection>(path());
-        SQLiteObservationSearch adapter(*connection_);
-        return adapter.search(params);
+        SQLiteObservationSearch adapter(*connection_,
+                                        VarnholtTestSupport::indexesFor(GetParam(), connection_->handle()));
+        StatementLog log(connection_->handle());
+        auto results = adapter.search(params);
+        ranLiteral_ = log.ran(SQLiteObservationSearch::statementFor(params));
+        if (GetParam() == StatementChoice::literal) {
+            EXPECT_TRUE(ranLiteral_);
+        }
+        return results;
     }
 
     static ObservationSearchParams paramsFor(const std::string& keyword) {
@@ -240,9 +250,13 @@ protected:
         return ids;
     }
 
+    // Whether the last search ran the literal statement.
+    bool ranLiteral() const { return ranLiteral_; }
+
 private:
     TemporaryDirectory directory_;
     std::unique_ptr<SQLiteReadConnection> connection_;
+    bool ranLiteral_ = false;
 };
 
 // Observations one minute apart from 10:00 on, each with its own frame.
@@ -263,43 +277,43 @@ INSERT INTO observations (id, frame_id, type, timestamp, image_path, vlm_descrip
    'Writing unit tests for the parser', '["Xcode"]', '2026-04-01T10:03:05Z');
 )SQL";
 
-TEST_F(SQLiteObservationSearchDatabaseTest, BestMatchFirstAndNewerFirstAmongEqualScores) {
+TEST_P(SQLiteObservationSearchDatabaseTest, BestMatchFirstAndNewerFirstAmongEqualScores) {
     createDatabase(kRankingFixture);
     EXPECT_EQ(idsOf(search(paramsFor("invoice"))), (Ids{"O-STRONG", "O-TIE-NEW", "O-TIE-OLD"}));
 }
 
-TEST_F(SQLiteObservationSearchDatabaseTest, LatestOrdersStrictlyByTime) {
+TEST_P(SQLiteObservationSearchDatabaseTest, LatestOrdersStrictlyByTime) {
     createDatabase(kRankingFixture);
     ObservationSearchParams params = paramsFor("invoice");
     params.latestOnly = true;
     EXPECT_EQ(idsOf(search(params)), (Ids{"O-TIE-NEW", "O-TIE-OLD", "O-STRONG"}));
 }
 
-TEST_F(SQLiteObservationSearchDatabaseTest, LimitCutsTheRankedList) {
+TEST_P(SQLiteObservationSearchDatabaseTest, LimitCutsTheRankedList) {
     createDatabase(kRankingFixture);
     ObservationSearchParams params = paramsFor("invoice");
     params.limit = 2;
     EXPECT_EQ(idsOf(search(params)), (Ids{"O-STRONG", "O-TIE-NEW"}));
 }
 
-TEST_F(SQLiteObservationSearchDatabaseTest, SeveralWordsMatchAnyOfThem) {
+TEST_P(SQLiteObservationSearchDatabaseTest, SeveralWordsMatchAnyOfThem) {
     createDatabase(kRankingFixture);
     ObservationSearchParams params = paramsFor("parser draft");
     params.latestOnly = true;
     EXPECT_EQ(idsOf(search(params)), (Ids{"O-OTHER", "O-TIE-NEW", "O-TIE-OLD"}));
 }
 
-TEST_F(SQLiteObservationSearchDatabaseTest, PorterStemmingMatchesWordForms) {
+TEST_P(SQLiteObservationSearchDatabaseTest, PorterStemmingMatchesWordForms) {
     createDatabase(kRankingFixture);
     EXPECT_EQ(idsOf(search(paramsFor("invoices"))), (Ids{"O-STRONG", "O-TIE-NEW", "O-TIE-OLD"}));
 }
 
-TEST_F(SQLiteObservationSearchDatabaseTest, NoMatchIsAnEmptyList) {
+TEST_P(SQLiteObservationSearchDatabaseTest, NoMatchIsAnEmptyList) {
     createDatabase(kRankingFixture);
     EXPECT_TRUE(search(paramsFor("spreadsheet")).empty());
 }
 
-TEST_F(SQLiteObservationSearchDatabaseTest, DecodesEveryColumnAndPrefersTheFrameTime) {
+TEST_P(SQLiteObservationSearchDatabaseTest, DecodesEveryColumnAndPrefersTheFrameTime) {
     createDatabase(R"SQL(
 INSERT INTO frames (id, display_id, captured_at, timestamp, image_path) VALUES
   ('F1', '1', '2026-04-01T10:00:00Z', 1775037600.25, '/home/u/shots/f1.png');
@@ -320,7 +334,7 @@ INSERT INTO observation_entities VALUES
     EXPECT_EQ(search(paramsFor("invoice")), std::vector<ObservationSearchResult>{expected});
 }
 
-TEST_F(SQLiteObservationSearchDatabaseTest, PrunedFrameFallsBackToTheObservationTime) {
+TEST_P(SQLiteObservationSearchDatabaseTest, PrunedFrameFallsBackToTheObservationTime) {
     createDatabase(R"SQL(
 INSERT INTO observations (id, frame_id, type, timestamp, vlm_description, apps, created_at) VALUES
   ('O1', 'GONE', 'visual', 1775037000.5, 'Editing the invoice template', '[]', '2026-04-01T09:50:05Z');
@@ -330,7 +344,7 @@ INSERT INTO observations (id, frame_id, type, timestamp, vlm_description, apps, 
     EXPECT_EQ(results[0].frameTimestamp, 1775037000.5);
 }
 
-TEST_F(SQLiteObservationSearchDatabaseTest, NullColumnsDecodeToEmptyAndAbsent) {
+TEST_P(SQLiteObservationSearchDatabaseTest, NullColumnsDecodeToEmptyAndAbsent) {
     createDatabase(R"SQL(
 INSERT INTO observations (id, frame_id, type, timestamp, image_path, vlm_description, apps, created_at) VALUES
   ('O1', NULL, 'visual', 1775037600.0, NULL, 'Editing the invoice template', NULL, '2026-04-01T10:00:05Z');
@@ -342,7 +356,7 @@ INSERT INTO observations (id, frame_id, type, timestamp, image_path, vlm_descrip
     EXPECT_TRUE(results[0].entities.empty());
 }
 
-TEST_F(SQLiteObservationSearchDatabaseTest, AppsThatAreNotAListOfNamesDecodeToNoApps) {
+TEST_P(SQLiteObservationSearchDatabaseTest, AppsThatAreNotAListOfNamesDecodeToNoApps) {
     createDatabase(R"SQL(
 INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at) VALUES
   ('O1', 'visual', 1775037600.0, 'invoice one', '{"app":"Mail"}', '2026-04-01T10:00:05Z'),
@@ -356,7 +370,7 @@ INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at
     EXPECT_TRUE(results[1].apps.empty());
 }
 
-TEST_F(SQLiteObservationSearchDatabaseTest, EntityWithoutTextMembersIsSkippedSiblingsKept) {
+TEST_P(SQLiteObservationSearchDatabaseTest, EntityWithoutTextMembersIsSkippedSiblingsKept) {
     // The recorder declares entity columns as TEXT, which turns numbers into
     // text. A table without declared types (an older or hand-edited
     // database) keeps a number a number, and the JSON then carries it as one.
@@ -377,7 +391,7 @@ INSERT INTO observation_entities VALUES
               (std::vector<SearchResultEntity>{{"app", "Pages"}, {"programming_language", "Swift"}}));
 }
 
-TEST_F(SQLiteObservationSearchDatabaseTest, ObservationsWithoutDescriptionAreNeverFound) {
+TEST_P(SQLiteObservationSearchDatabaseTest, ObservationsWithoutDescriptionAreNeverFound) {
     // An observation that lost its description (NULL) after indexing: the
     // index still lists the old text, the statement must not return it.
     createDatabase(R"SQL(
@@ -398,7 +412,7 @@ INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at
   ('O-NONE', 'visual', 1775037780.0, 'invoice export script', NULL, '2026-04-01T10:03:05Z');
 )SQL";
 
-TEST_F(SQLiteObservationSearchDatabaseTest, ApplicationFilterMatchesWholeEntryInAnyCase) {
+TEST_P(SQLiteObservationSearchDatabaseTest, ApplicationFilterMatchesWholeEntryInAnyCase) {
     createDatabase(kApplicationFixture);
     ObservationSearchParams params = paramsFor("invoice");
     params.appFilter = "code";
@@ -406,7 +420,7 @@ TEST_F(SQLiteObservationSearchDatabaseTest, ApplicationFilterMatchesWholeEntryIn
     EXPECT_EQ(idsOf(search(params)), (Ids{"O-UPPER", "O-CODE"}));
 }
 
-TEST_F(SQLiteObservationSearchDatabaseTest, ApplicationFilterAndUpperBoundBindInOrder) {
+TEST_P(SQLiteObservationSearchDatabaseTest, ApplicationFilterAndUpperBoundBindInOrder) {
     createDatabase(kApplicationFixture);
     ObservationSearchParams params = paramsFor("invoice");
     params.appFilter = "Terminal";
@@ -423,7 +437,7 @@ INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at
   ('O-1101', 'visual', 1775041201.0, 'invoice five', '[]', '2026-04-01T11:00:01Z');
 )SQL";
 
-TEST_F(SQLiteObservationSearchDatabaseTest, BothBoundsAreInclusive) {
+TEST_P(SQLiteObservationSearchDatabaseTest, BothBoundsAreInclusive) {
     createDatabase(kBoundsFixture);
     ObservationSearchParams params = paramsFor("invoice");
     params.fromTs = 1775037600.0;
@@ -432,7 +446,7 @@ TEST_F(SQLiteObservationSearchDatabaseTest, BothBoundsAreInclusive) {
     EXPECT_EQ(idsOf(search(params)), (Ids{"O-1100", "O-1030", "O-1000"}));
 }
 
-TEST_F(SQLiteObservationSearchDatabaseTest, LowerBoundAlone) {
+TEST_P(SQLiteObservationSearchDatabaseTest, LowerBoundAlone) {
     createDatabase(kBoundsFixture);
     ObservationSearchParams params = paramsFor("invoice");
     params.fromTs = 1775039400.0;
@@ -440,7 +454,7 @@ TEST_F(SQLiteObservationSearchDatabaseTest, LowerBoundAlone) {
     EXPECT_EQ(idsOf(search(params)), (Ids{"O-1101", "O-1100", "O-1030"}));
 }
 
-TEST_F(SQLiteObservationSearchDatabaseTest, QuotedPhraseMatchesOnlyThePhrase) {
+TEST_P(SQLiteObservationSearchDatabaseTest, QuotedPhraseMatchesOnlyThePhrase) {
     createDatabase(R"SQL(
 INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at) VALUES
   ('O-PHRASE', 'visual', 1775037600.0, 'Sending the quarterly invoice', '[]', '2026-04-01T10:00:00Z'),
@@ -461,7 +475,7 @@ INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at
   ('O-HELLO', 'visual', 1775037960.0, 'Printing hello world twice', '[]', '2026-04-01T10:06:05Z');
 )SQL";
 
-TEST_F(SQLiteObservationSearchDatabaseTest, OrdinaryWordsThatAreFTS5SyntaxAreSearchedLiterally) {
+TEST_P(SQLiteObservationSearchDatabaseTest, OrdinaryWordsThatAreFTS5SyntaxAreSearchedLiterally) {
     createDatabase(kOrdinaryWordsFixture);
     EXPECT_EQ(idsOf(search(paramsFor("node.js"))), (Ids{"O-NODE"}));
     EXPECT_EQ(idsOf(search(paramsFor("feature-flag"))), (Ids{"O-FLAG"}));
@@ -471,14 +485,14 @@ TEST_F(SQLiteObservationSearchDatabaseTest, OrdinaryWordsThatAreFTS5SyntaxAreSea
     EXPECT_EQ(idsOf(search(paramsFor("localhost:3000"))), (Ids{"O-HOST"}));
 }
 
-TEST_F(SQLiteObservationSearchDatabaseTest, AnUnbalancedQuoteIsSearchedLiterally) {
+TEST_P(SQLiteObservationSearchDatabaseTest, AnUnbalancedQuoteIsSearchedLiterally) {
     createDatabase(kOrdinaryWordsFixture);
     ObservationSearchParams params = paramsFor("checkout \"hello world");
     params.latestOnly = true;
     EXPECT_EQ(idsOf(search(params)), (Ids{"O-HELLO", "O-FLAG"}));
 }
 
-TEST_F(SQLiteObservationSearchDatabaseTest, WithNothingLiteralLeftTheFTS5ErrorIsReported) {
+TEST_P(SQLiteObservationSearchDatabaseTest, WithNothingLiteralLeftTheFTS5ErrorIsReported) {
     createDatabase(kRankingFixture);
     for (const char* keyword : {"\"", "\" \t", "\"\"\""}) {
         try {
@@ -491,7 +505,7 @@ TEST_F(SQLiteObservationSearchDatabaseTest, WithNothingLiteralLeftTheFTS5ErrorIs
     }
 }
 
-TEST_F(SQLiteObservationSearchDatabaseTest, KeywordsThatWorkKeepTheirFTS5Meaning) {
+TEST_P(SQLiteObservationSearchDatabaseTest, KeywordsThatWorkKeepTheirFTS5Meaning) {
     // Taken literally, "inv*" would look for the word "inv", and the operator
     // query for any of its three words.
     createDatabase(kRankingFixture);
@@ -515,7 +529,7 @@ INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at
   ('O-GAMMA-7', 'visual', 1775038140.0, 'gamma filler text', '[]', '2026-04-01T10:09:05Z');
 )SQL";
 
-TEST_F(SQLiteObservationSearchDatabaseTest, RankedSearchesWeighEveryCopyOfARepeatedWord) {
+TEST_P(SQLiteObservationSearchDatabaseTest, RankedSearchesWeighEveryCopyOfARepeatedWord) {
     createDatabase(kRepeatedWordsFixture);
     EXPECT_EQ(idsOf(search(paramsFor("alpha beta"))), (Ids{"O-ALPHA", "O-BETA-NEW", "O-BETA-OLD"}));
     EXPECT_EQ(idsOf(search(paramsFor("alpha beta beta"))), (Ids{"O-BETA-NEW", "O-BETA-OLD", "O-ALPHA"}));
@@ -544,7 +558,7 @@ Ids referenceIds(const std::string& databasePath, const ObservationSearchParams&
     return ids;
 }
 
-TEST_F(SQLiteObservationSearchDatabaseTest, NewestFirstRepeatedWordsMatchTheSameRows) {
+TEST_P(SQLiteObservationSearchDatabaseTest, NewestFirstRepeatedWordsMatchTheSameRows) {
     // Equal times in pairs, so that ties are part of what must not change.
     createDatabase(R"SQL(
 WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n WHERE i < 299)
@@ -576,7 +590,7 @@ FROM n;
     }
 }
 
-TEST_F(SQLiteObservationSearchDatabaseTest, ANullIdReadsAsEmptyText) {
+TEST_P(SQLiteObservationSearchDatabaseTest, ANullIdReadsAsEmptyText) {
     createDatabase(R"SQL(
 INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at) VALUES
   (NULL, 'visual', 1775037600.0, 'Editing the invoice template', '[]', '2026-04-01T10:00:05Z');
@@ -586,7 +600,7 @@ INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at
     EXPECT_EQ(results[0].observationId, "");
 }
 
-TEST_F(SQLiteObservationSearchDatabaseTest, TextEndsAtItsFirstNul) {
+TEST_P(SQLiteObservationSearchDatabaseTest, TextEndsAtItsFirstNul) {
     createDatabase(R"SQL(
 INSERT INTO observations (id, type, timestamp, image_path, vlm_description, apps, created_at) VALUES
   ('O1' || char(0) || 'hidden', 'visual', 1775037600.0, '/a.png' || char(0) || '/b.png',
@@ -601,7 +615,7 @@ INSERT INTO observations (id, type, timestamp, image_path, vlm_description, apps
     EXPECT_EQ(results[0].apps, std::vector<std::string>{"Pages"});
 }
 
-TEST_F(SQLiteObservationSearchDatabaseTest, MissingTableIsAFailedQuery) {
+TEST_P(SQLiteObservationSearchDatabaseTest, MissingTableIsAFailedQuery) {
     createDatabase("DROP TABLE observations_fts;");
     try {
         search(paramsFor("invoice"));
@@ -611,6 +625,10 @@ TEST_F(SQLiteObservationSearchDatabaseTest, MissingTableIsAFailedQuery) {
         EXPECT_EQ(error.message(), "no such table: observations_fts");
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(BothStatements, SQLiteObservationSearchDatabaseTest,
+                         ::testing::Values(StatementChoice::literal, StatementChoice::indexed),
+                         [](const auto& info) { return VarnholtTestSupport::nameOf(info.param); });
 
 }  // namespace
 }  // namespace VarnholtQueryLib

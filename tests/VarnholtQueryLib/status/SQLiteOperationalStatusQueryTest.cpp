@@ -6,11 +6,14 @@
 #include "DatabaseError.h"
 #include "RecorderSchema.h"
 #include "SQLiteReadConnection.h"
+#include "StatementLog.h"
 #include "TemporaryDirectory.h"
 
 using namespace VarnholtQueryLib;
 using VarnholtSQLiteSupport::DatabaseError;
 using VarnholtSQLiteSupport::SQLiteReadConnection;
+using VarnholtTestSupport::StatementChoice;
+using VarnholtTestSupport::StatementLog;
 
 namespace {
 
@@ -23,7 +26,7 @@ public:
     double instant;
 };
 
-class SQLiteOperationalStatusQueryTest : public ::testing::Test {
+class SQLiteOperationalStatusQueryTest : public ::testing::TestWithParam<StatementChoice> {
 protected:
     // Builds the recorder's schema plus `inserts`, then asks for the metrics
     // through a query-only connection, as the tool does.
@@ -33,8 +36,13 @@ protected:
         if (!inserts.empty()) VarnholtSampleData::execWritable(handle, inserts);
         sqlite3_close(handle);
         SQLiteReadConnection connection(path_);
-        SQLiteOperationalStatusQuery query(connection, clock_);
-        return query.getOperationalMetrics();
+        SQLiteOperationalStatusQuery query(
+            connection, VarnholtTestSupport::indexesFor(GetParam(), connection.handle()), clock_);
+        StatementLog log(connection.handle());
+        const OperationalMetrics metrics = query.getOperationalMetrics();
+        ranLiteral_ = log.ran(SQLiteOperationalStatusQuery::kStatement);
+        EXPECT_EQ(ranLiteral_, GetParam() == StatementChoice::literal);
+        return metrics;
     }
 
     static std::string frame(const std::string& id, const std::string& timestamp, int analyzed) {
@@ -51,11 +59,12 @@ protected:
     VarnholtTestSupport::TemporaryDirectory directory_;
     std::string path_ = directory_.file("varnholt.db");
     FakeClock clock_{kNow};
+    bool ranLiteral_ = false;
 };
 
 }  // namespace
 
-TEST_F(SQLiteOperationalStatusQueryTest, EmptyTablesGiveZeroCountsAndNoTimes) {
+TEST_P(SQLiteOperationalStatusQueryTest, EmptyTablesGiveZeroCountsAndNoTimes) {
     const OperationalMetrics metrics = metricsAfter("");
     EXPECT_EQ(metrics, OperationalMetrics{});
     EXPECT_EQ(metrics.totalFrames, 0);
@@ -67,7 +76,7 @@ TEST_F(SQLiteOperationalStatusQueryTest, EmptyTablesGiveZeroCountsAndNoTimes) {
     EXPECT_FALSE(metrics.lastObservationAt.has_value());
 }
 
-TEST_F(SQLiteOperationalStatusQueryTest, CountsAndNewestTimes) {
+TEST_P(SQLiteOperationalStatusQueryTest, CountsAndNewestTimes) {
     const OperationalMetrics metrics = metricsAfter(
         frame("F1", "1775030000.25", 1) + frame("F2", "1775036000.75", 1) +
         frame("F3", "1775037500.5", 0) + observation("O1", "1775020000") +
@@ -83,7 +92,7 @@ TEST_F(SQLiteOperationalStatusQueryTest, CountsAndNewestTimes) {
     EXPECT_EQ(metrics.observationsLast5Min, 0);
 }
 
-TEST_F(SQLiteOperationalStatusQueryTest, PendingCountsOnlyUnanalysedFrames) {
+TEST_P(SQLiteOperationalStatusQueryTest, PendingCountsOnlyUnanalysedFrames) {
     // 1 is analysed and 2 failed; neither waits any more.
     const OperationalMetrics metrics =
         metricsAfter(frame("A", "1775000000", 0) + frame("B", "1775000001", 0) +
@@ -93,7 +102,7 @@ TEST_F(SQLiteOperationalStatusQueryTest, PendingCountsOnlyUnanalysedFrames) {
     EXPECT_EQ(metrics.pendingFrames, 3);
 }
 
-TEST_F(SQLiteOperationalStatusQueryTest, FrameExactlyThreeHundredSecondsOldCountsAsRecent) {
+TEST_P(SQLiteOperationalStatusQueryTest, FrameExactlyThreeHundredSecondsOldCountsAsRecent) {
     const OperationalMetrics metrics = metricsAfter(
         frame("EDGE", "1775037300.0", 1) + frame("OLDER", "1775037299.999", 1) +
         observation("EDGE", "1775037300.0") + observation("OLDER", "1775037299.5"));
@@ -101,7 +110,7 @@ TEST_F(SQLiteOperationalStatusQueryTest, FrameExactlyThreeHundredSecondsOldCount
     EXPECT_EQ(metrics.observationsLast5Min, 1);
 }
 
-TEST_F(SQLiteOperationalStatusQueryTest, WindowFollowsTheClock) {
+TEST_P(SQLiteOperationalStatusQueryTest, WindowFollowsTheClock) {
     clock_.instant = kNow + 1.0;
     const OperationalMetrics metrics =
         metricsAfter(frame("EDGE", "1775037300.0", 1) + observation("EDGE", "1775037300.0"));
@@ -109,7 +118,7 @@ TEST_F(SQLiteOperationalStatusQueryTest, WindowFollowsTheClock) {
     EXPECT_EQ(metrics.observationsLast5Min, 0);
 }
 
-TEST_F(SQLiteOperationalStatusQueryTest, FractionalObservationTimeIsTruncatedToTheSecond) {
+TEST_P(SQLiteOperationalStatusQueryTest, FractionalObservationTimeIsTruncatedToTheSecond) {
     const OperationalMetrics metrics =
         metricsAfter(observation("O1", "1775036000.9") + observation("O0", "1775030000.9"));
     EXPECT_EQ(metrics.lastObservationAt, 1775036000);
@@ -119,12 +128,13 @@ TEST_F(SQLiteOperationalStatusQueryTest, FractionalObservationTimeIsTruncatedToT
     EXPECT_EQ(metrics.totalFrames, 0);
 }
 
-TEST_F(SQLiteOperationalStatusQueryTest, MissingTablesAreAQueryFailure) {
+TEST_P(SQLiteOperationalStatusQueryTest, MissingTablesAreAQueryFailure) {
     sqlite3* handle = VarnholtSampleData::openWritableDatabase(path_);
     VarnholtSampleData::execWritable(handle, "PRAGMA user_version = 24; CREATE TABLE other (x);");
     sqlite3_close(handle);
     SQLiteReadConnection connection(path_);
-    SQLiteOperationalStatusQuery query(connection, clock_);
+    SQLiteOperationalStatusQuery query(
+        connection, VarnholtTestSupport::indexesFor(GetParam(), connection.handle()), clock_);
     try {
         query.getOperationalMetrics();
         FAIL() << "expected a DatabaseError";
@@ -133,3 +143,7 @@ TEST_F(SQLiteOperationalStatusQueryTest, MissingTablesAreAQueryFailure) {
         EXPECT_EQ(error.message(), "no such table: frames");
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(BothStatements, SQLiteOperationalStatusQueryTest,
+                         ::testing::Values(StatementChoice::literal, StatementChoice::indexed),
+                         [](const auto& info) { return VarnholtTestSupport::nameOf(info.param); });

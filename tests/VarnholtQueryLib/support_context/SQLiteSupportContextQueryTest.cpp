@@ -6,11 +6,14 @@
 #include "DatabaseError.h"
 #include "RecorderSchema.h"
 #include "SQLiteReadConnection.h"
+#include "StatementLog.h"
 #include "TemporaryDirectory.h"
 
 using namespace VarnholtQueryLib;
 using VarnholtSQLiteSupport::DatabaseError;
 using VarnholtSQLiteSupport::SQLiteReadConnection;
+using VarnholtTestSupport::StatementChoice;
+using VarnholtTestSupport::StatementLog;
 
 namespace {
 
@@ -29,7 +32,7 @@ INSERT INTO observations (id, frame_id, type, timestamp, vlm_description, apps, 
   ('O5', NULL, 'visual', 1775020000.0, 'Long ago', '["Mail"]', 'x');
 )SQL";
 
-class SQLiteSupportContextQueryTest : public ::testing::Test {
+class SQLiteSupportContextQueryTest : public ::testing::TestWithParam<StatementChoice> {
 protected:
     void SetUp() override {
         sqlite3* handle = VarnholtSampleData::openWritableDatabase(path_);
@@ -39,8 +42,12 @@ protected:
     }
     std::vector<SupportContextObservation> since(double instant) {
         SQLiteReadConnection connection(path_);
-        SQLiteSupportContextQuery query(connection);
-        return query.findRecentObservations(instant);
+        SQLiteSupportContextQuery query(connection,
+                                        VarnholtTestSupport::indexesFor(GetParam(), connection.handle()));
+        StatementLog log(connection.handle());
+        auto rows = query.findRecentObservations(instant);
+        EXPECT_EQ(log.ran(SQLiteSupportContextQuery::kStatement), GetParam() == StatementChoice::literal);
+        return rows;
     }
 
     VarnholtTestSupport::TemporaryDirectory directory_;
@@ -49,7 +56,7 @@ protected:
 
 }  // namespace
 
-TEST_F(SQLiteSupportContextQueryTest, NewestFirstDatedByFrameElseOwnTime) {
+TEST_P(SQLiteSupportContextQueryTest, NewestFirstDatedByFrameElseOwnTime) {
     const std::vector<SupportContextObservation> expected = {
         {1775036400.25, "", {}},                                               // O2: own time, NULLs
         {1775035800.0, "Debugging the importer", {}},                          // O4: frame F2
@@ -59,7 +66,7 @@ TEST_F(SQLiteSupportContextQueryTest, NewestFirstDatedByFrameElseOwnTime) {
     EXPECT_EQ(since(1775030000.0), expected);
 }
 
-TEST_F(SQLiteSupportContextQueryTest, WindowStartIsInclusiveAndUsesTheEffectiveTime) {
+TEST_P(SQLiteSupportContextQueryTest, WindowStartIsInclusiveAndUsesTheEffectiveTime) {
     // O1's own time is far older, but its frame's time is in the window.
     const auto rows = since(1775034000.5);
     ASSERT_EQ(rows.size(), 4u);
@@ -67,11 +74,11 @@ TEST_F(SQLiteSupportContextQueryTest, WindowStartIsInclusiveAndUsesTheEffectiveT
     EXPECT_EQ(since(1775034000.75).size(), 3u);
 }
 
-TEST_F(SQLiteSupportContextQueryTest, NothingInTheWindowGivesNoRows) {
+TEST_P(SQLiteSupportContextQueryTest, NothingInTheWindowGivesNoRows) {
     EXPECT_TRUE(since(1775040000.0).empty());
 }
 
-TEST_F(SQLiteSupportContextQueryTest, ReturnsEveryRowWithoutALimit) {
+TEST_P(SQLiteSupportContextQueryTest, ReturnsEveryRowWithoutALimit) {
     sqlite3* handle = VarnholtSampleData::openWritableDatabase(path_);
     std::string inserts = "BEGIN;\n";
     for (int i = 0; i < 250; ++i) {
@@ -85,7 +92,7 @@ TEST_F(SQLiteSupportContextQueryTest, ReturnsEveryRowWithoutALimit) {
     EXPECT_EQ(since(1775037000.0).size(), 250u);
 }
 
-TEST_F(SQLiteSupportContextQueryTest, MissingTableIsAQueryFailure) {
+TEST_P(SQLiteSupportContextQueryTest, MissingTableIsAQueryFailure) {
     sqlite3* handle = VarnholtSampleData::openWritableDatabase(path_);
     VarnholtSampleData::execWritable(handle, "DROP TABLE frames;");
     sqlite3_close(handle);
@@ -97,3 +104,7 @@ TEST_F(SQLiteSupportContextQueryTest, MissingTableIsAQueryFailure) {
         EXPECT_EQ(error.message(), "no such table: frames");
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(BothStatements, SQLiteSupportContextQueryTest,
+                         ::testing::Values(StatementChoice::literal, StatementChoice::indexed),
+                         [](const auto& info) { return VarnholtTestSupport::nameOf(info.param); });

@@ -1,0 +1,91 @@
+#include "search/IndexedSearchStatement.h"
+
+#include "EffectiveTimeWindow.h"
+
+namespace VarnholtQueryLib {
+
+using namespace VarnholtSQLiteSupport;
+
+namespace {
+
+constexpr const char* kEffectiveTime = "COALESCE(f.timestamp, o.timestamp)";
+
+WindowBounds boundsOf(const ObservationSearchParams& params) {
+    return {params.fromTs.has_value(), params.toTs.has_value()};
+}
+
+std::string matchConditions(const ObservationSearchParams& params) {
+    std::string conditions =
+        "      WHERE observations_fts MATCH :match\n"
+        "        AND fts.rowid BETWEEN :lo AND :hi\n"
+        "        AND o.vlm_description IS NOT NULL";
+    if (params.appFilter) {
+        conditions += "\n        AND EXISTS (SELECT 1 FROM json_each(o.apps) WHERE lower(value) = lower(:app))";
+    }
+    const std::string window = windowCondition(kEffectiveTime, boundsOf(params));
+    if (!window.empty()) conditions += "\n        AND " + window;
+    return conditions;
+}
+
+// The literal ordering over the columns of the ranked rows.
+std::string ranking(const std::string& qualifier, const ObservationSearchParams& params,
+                    const std::vector<OrderTerm>& tieOrder) {
+    const std::string relevance = params.latestOnly ? "" : qualifier + "score ASC, ";
+    return relevance + qualifier + "t COLLATE BINARY DESC" + orderTermKeys(qualifier, tieOrder);
+}
+
+}  // namespace
+
+const char* const kMatchCountStatement =
+    "SELECT count(*) FROM (SELECT rowid FROM observations_fts\n"
+    "                      WHERE observations_fts MATCH :match LIMIT :cap)";
+
+std::string windowFrameCountStatement(const ObservationSearchParams& params) {
+    return "SELECT count(*) FROM (SELECT 1 FROM frames WHERE " +
+           windowCondition("timestamp", boundsOf(params)) + " LIMIT :cap)";
+}
+
+std::string windowRowidRangeStatement(const ObservationSearchParams& params) {
+    WindowSelect window;
+    window.columns = "o.rowid AS rid";
+    window.bounds = boundsOf(params);
+    return std::string("    WITH RECURSIVE\n    ") + kRecordingGroups +
+           "\n    SELECT min(rid), max(rid) FROM (\n" + frameDatedRows(window) +
+           "\n    UNION ALL\n"
+           "    SELECT o.rowid FROM recording_groups g\n"
+           "    CROSS JOIN observations o ON o.recording_id IS g.recording_id COLLATE BINARY\n"
+           "    WHERE " +
+           windowCondition("o.timestamp", window.bounds) + "\n    )";
+}
+
+std::string indexedSearchStatement(const ObservationSearchParams& params,
+                                   const std::vector<OrderTerm>& tieOrder) {
+    // Not called rank: FTS5 tables have a hidden column of that name.
+    const std::string score = params.latestOnly ? "NULL" : "bm25(observations_fts)";
+    return "    WITH ranked AS (\n"
+           "      SELECT o.rowid AS rid, " +
+           score + " AS score, " + kEffectiveTime + " AS t" + orderTermColumns(tieOrder) +
+           "\n"
+           "      FROM observations o\n"
+           "      JOIN observations_fts fts ON fts.rowid = o.rowid\n"
+           "      LEFT JOIN frames f ON o.frame_id = f.id\n" +
+           matchConditions(params) + "\n      ORDER BY " + ranking("", params, tieOrder) +
+           "\n      LIMIT :limit\n"
+           "    )\n"
+           "    SELECT o.id, o.vlm_description, o.apps, o.image_path, r.t,\n"
+           "           (SELECT json_group_array(json_object('kind', entity_kind, 'value', entity_value))\n"
+           "            FROM observation_entities WHERE observation_id = o.id) AS entities_json\n"
+           "    FROM ranked r CROSS JOIN observations o ON o.rowid = r.rid\n"
+           "    ORDER BY " +
+           ranking("r.", params, tieOrder);
+}
+
+bool servesIndexedSearch(const IndexCatalogue& catalogue) {
+    // Each row's entities come in the order the sub-select walks them. With
+    // an index on observation_id both statements look them up through it;
+    // without one SQLite decides per statement whether to build a temporary
+    // index, and the two could list the same entities in different orders.
+    return servesEffectiveTimeWindows(catalogue) && catalogue.hasIndexOn("observation_entities", {"observation_id"});
+}
+
+}  // namespace VarnholtQueryLib

@@ -1,0 +1,81 @@
+#pragma once
+
+#include <string>
+
+#include "IndexCatalogue.h"
+
+namespace VarnholtSQLiteSupport {
+
+// Statement pieces that find observations by effective time through the
+// recorder's indexes, for the index-driven statements of every query.
+//
+// An observation's effective time is COALESCE(f.timestamp, o.timestamp) over
+// "LEFT JOIN frames f": its frame's time, else its own. No index serves that
+// expression, so the literal statements walk all of history. But the rows
+// of that LEFT JOIN fall into two parts that indexes do serve:
+//  - frame-dated rows, whose frame has a time: the window's frames come from
+//    frames(timestamp) in time order, their observations from
+//    observations(frame_id);
+//  - self-dated rows, without a frame or with a frame without time
+//    (f.timestamp IS NULL): found by the observation's own time through
+//    observations(recording_id, timestamp), once per recording_id value.
+// Each row of the LEFT JOIN is in exactly one part, with the same effective
+// time; together they are exactly the rows the literal statements filter.
+// Comparisons are SQLite's own on the stored values, so a text time sorts
+// after every number in both forms alike.
+//
+// Every piece binds the window as the named parameters :from and :to.
+
+// Which ends of the window a statement bounds. Both absent is not a window.
+struct WindowBounds {
+    bool from = false;  // :from, inclusive
+    bool to = false;    // :to, inclusive
+};
+
+// What one part selects. In `columns`, "{time}" stands for the effective
+// time (f.timestamp in the frame-dated part, o.timestamp in the self-dated).
+struct WindowSelect {
+    std::string columns;
+    // The frame join as the query's literal statement writes it: which side
+    // comes first decides whose collation the equality uses.
+    std::string frameJoin = "o.frame_id = f.id";
+    std::string joins;       // further joins after o and f, each with its leading blank
+    std::string conditions;  // further conditions, ANDed; may be empty
+    WindowBounds bounds;
+};
+
+// Whether the catalogue has every index these pieces walk: frames(timestamp),
+// a unique frames(id), observations(frame_id) and
+// observations(recording_id, timestamp).
+bool servesEffectiveTimeWindows(const IndexCatalogue& catalogue);
+
+// The frame-dated part: "SELECT ... FROM frames f CROSS JOIN observations o
+// ..." (frames first, so the walk follows frames(timestamp)).
+std::string frameDatedRows(const WindowSelect& select);
+
+// The self-dated part for one recording_id value, chosen by
+// `recordingCondition` (such as "o.recording_id IS NULL").
+std::string selfDatedRows(const WindowSelect& select, const std::string& recordingCondition);
+
+// The self-dated part for every recording_id value, NULL included, walking
+// the recording_groups table of kRecordingGroups (which must precede it in a
+// WITH RECURSIVE clause).
+std::string selfDatedRowsOfEveryRecording(const WindowSelect& select);
+
+// "WITH RECURSIVE <kRecordingGroups>, <name> AS (<frame-dated part> UNION ALL
+// <self-dated part of every recording>)": the window's rows of every
+// recording_id value as the table `name`, for a statement to continue with
+// its SELECT.
+std::string everyRecordingWindow(const std::string& name, const WindowSelect& select);
+
+// Common table expressions, for a WITH RECURSIVE clause: recording_groups
+// (recording_id), one row for NULL and one for each distinct non-NULL value,
+// found by skipping through observations(recording_id, ...) one seek per
+// value. Recorders hold a handful of values, so this costs microseconds.
+extern const char* const kRecordingGroups;
+
+// "f.timestamp >= :from AND f.timestamp <= :to" for the bounds present,
+// with `column` in place of f.timestamp.
+std::string windowCondition(const std::string& column, const WindowBounds& bounds);
+
+}  // namespace VarnholtSQLiteSupport

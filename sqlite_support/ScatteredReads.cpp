@@ -1,0 +1,11 @@
+#include "ScatteredReads.h"
+
+#include <sqlite3.h>
+
+namespace VarnholtSQLiteSupport {
+
+void readScatteredPages(sqlite3* handle) {
+    if (handle != nullptr) sqlite3_exec(handle, "PRAGMA mmap_size = 0", nullptr, nullptr, nullptr);
+}
+
+}  // namespace VarnholtSQLiteSupport

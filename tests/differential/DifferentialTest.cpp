@@ -1,0 +1,373 @@
+// The literal statements define every answer; the index-driven statements
+// must give exactly the same one. This test builds hundreds of small random
+// recorder databases (tools/random_db: ties, pruned and timeless frames,
+// frameless observations, recording ids, odd values, missing indexes, other
+// index orders, statistics) and asks every query both ways, with every kind
+// of range the commands use, comparing rows exactly: same rows, same order,
+// same text, doubles bit for bit, and the same failure when there is one.
+
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include <algorithm>
+#include <bit>
+#include <cinttypes>
+#include <cstdio>
+#include <functional>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "DatabaseError.h"
+#include "IndexCatalogue.h"
+#include "RandomRecorderDatabase.h"
+#include "SampleRandom.h"
+#include "SQLiteObservationTimeline.h"
+#include "SQLiteReadConnection.h"
+#include "StatementLog.h"
+#include "TemporaryDirectory.h"
+#include "entities/SQLiteEntityQuery.h"
+#include "search/SQLiteObservationSearch.h"
+#include "status/SQLiteOperationalStatusQuery.h"
+#include "support_context/SQLiteSupportContextQuery.h"
+
+namespace {
+
+using RecentWorkTimelineSQLite::SQLiteObservationTimeline;
+using VarnholtQueryLib::ClockPort;
+using VarnholtQueryLib::EntityQueryParams;
+using VarnholtQueryLib::ObservationSearchParams;
+using VarnholtQueryLib::SQLiteEntityQuery;
+using VarnholtQueryLib::SQLiteObservationSearch;
+using VarnholtQueryLib::SQLiteOperationalStatusQuery;
+using VarnholtQueryLib::SQLiteSupportContextQuery;
+using VarnholtRandomData::RandomDatabaseShape;
+using VarnholtSQLiteSupport::DatabaseError;
+using VarnholtSQLiteSupport::IndexCatalogue;
+using VarnholtSQLiteSupport::SQLiteReadConnection;
+using VarnholtTestSupport::StatementLog;
+
+constexpr int kBlocks = 10;
+constexpr int kDatabasesPerBlock = 30;
+constexpr double kDay = 86400.0;
+
+// Exact text forms: a double by its bits (and readably), text as is.
+std::string exact(double value) {
+    char text[64];
+    std::snprintf(text, sizeof text, "%.17g/%016" PRIx64, value, std::bit_cast<std::uint64_t>(value));
+    return text;
+}
+
+std::string exact(const std::optional<std::string>& text) { return text ? "'" + *text + "'" : "<absent>"; }
+
+std::string exact(const std::vector<std::string>& list) {
+    std::string text = "[";
+    for (const auto& item : list) text += "'" + item + "',";
+    return text + "]";
+}
+
+template <typename Number>
+std::string exact(const std::optional<Number>& value) {
+    return value ? exact(static_cast<double>(*value)) + "/" + std::to_string(*value) : "<absent>";
+}
+
+// What one query answered: its rows in exact text form, or its failure.
+using Answer = std::vector<std::string>;
+
+Answer failureOf(const DatabaseError& failure) {
+    return {"failure " + std::to_string(static_cast<int>(failure.errorCase())) + ": " + failure.message()};
+}
+
+class FixedClock final : public ClockPort {
+public:
+    explicit FixedClock(double now) : now_(now) {}
+    double now() const override { return now_; }
+
+private:
+    double now_;
+};
+
+// One database, asked every query both ways.
+class DatabaseComparison {
+public:
+    DatabaseComparison(const std::string& path, const RandomDatabaseShape& shape)
+        : shape_(shape),
+          random_(VarnholtSampleData::SampleRandom::forStream(shape.seed, 0xD1FF)),
+          connection_(path),
+          indexes_(IndexCatalogue::read(connection_.handle())) {
+        // All of the recorder's indexes present: every index-driven
+        // statement must then serve (for a bounded window).
+        indexedExpected_ = shape.missingIndexes.empty();
+    }
+
+    void compareTimeline() {
+        for (const auto& [from, to] : some(windows(), 5)) {
+            // The commands always ask for 5000; other limits cut elsewhere.
+            for (std::int64_t limit : some(std::vector<std::int64_t>{5000, 5000, 1, 37, 0, -1}, 1)) {
+                compare("timeline " + exact(from) + ".." + exact(to) + " limit " + std::to_string(limit),
+                        SQLiteObservationTimeline::kStatement, true, [&](const IndexCatalogue& indexes) {
+                            SQLiteObservationTimeline timeline(connection_, indexes);
+                            Answer rows;
+                            for (const auto& row : timeline.fetchTimeline(from, to, limit)) {
+                                rows.push_back(row.id + " " + exact(row.timestamp) + " '" + row.vlmDescription +
+                                               "' " + exact(row.apps) + " " + exact(row.imagePath) + " " +
+                                               exact(row.entitiesJson));
+                            }
+                            return rows;
+                        });
+            }
+        }
+    }
+
+    void compareSearch() {
+        std::vector<std::string> keywords = shape_.words;
+        keywords.insert(keywords.end(), {"error deploy", "\"working on\" budget", "Error*", "\"unbalanced",
+                                         "kubernetes OR review", "", "nothing-matches"});
+        std::vector<std::optional<std::string>> applications = {std::nullopt, "slack", "VS Code"};
+        const double end = shape_.end;
+        const std::vector<std::pair<std::optional<double>, std::optional<double>>> bounds = {
+            {end - kDay, std::nullopt},         // the 24-hour default
+            {end - 30 * kDay, end},             // --since 30d
+            {end - 7200, end},                  // --since 2h
+            {shape_.start, shape_.end},         // the whole activity
+            {std::nullopt, end - kDay},         // --to only
+            {std::nullopt, std::nullopt},       // no bound
+            {pickShared(), std::nullopt},       // from a shared time on
+        };
+        // Keywords, bounds, filters and orders vary from draw to draw.
+        for (int i = 0; i < 10; ++i) {
+            ObservationSearchParams params;
+            params.keyword = random_.pick(keywords);
+            std::tie(params.fromTs, params.toTs) = random_.pick(bounds);
+            params.appFilter = random_.pick(applications);
+            params.latestOnly = random_.chance(0.3);
+            params.limit = params.latestOnly ? 1 : (random_.chance(0.3) ? 200 : 7);
+            compare("search '" + params.keyword + "' from " + exact(params.fromTs) + " to " + exact(params.toTs) +
+                        " app " + exact(params.appFilter) + (params.latestOnly ? " latest" : "") + " limit " +
+                        std::to_string(params.limit),
+                    SQLiteObservationSearch::statementFor(params), params.fromTs || params.toTs,
+                    [&](const IndexCatalogue& indexes) {
+                        SQLiteObservationSearch search(connection_, indexes);
+                        Answer rows;
+                        for (const auto& result : search.search(params)) {
+                            std::string entities;
+                            for (const auto& entity : result.entities) entities += entity.kind + "=" + entity.value + ";";
+                            rows.push_back(result.observationId + " " + exact(result.frameTimestamp) + " '" +
+                                           result.vlmDescription + "' " + exact(result.apps) + " " +
+                                           exact(result.imagePath) + " " + entities);
+                        }
+                        return rows;
+                    });
+        }
+    }
+
+    void compareEntities() {
+        const double end = shape_.end;
+        const std::vector<std::pair<std::optional<double>, std::optional<double>>> bounds = {
+            {end - kDay, std::nullopt},      // the 24-hour default
+            {end - 7 * kDay, end},           // --since 1w
+            {shape_.start, shape_.end},
+            {shape_.start - 2e9, shape_.end + 2e9},
+            {pickShared(), pickShared()},
+            {std::nullopt, end},
+            {std::nullopt, std::nullopt},    // no bound: the literal statement
+        };
+        const std::vector<std::optional<std::string>> kinds = {std::nullopt, std::nullopt, "app", "App", "nothing"};
+        for (const auto& [from, to] : some(bounds, 4)) {
+            for (const std::optional<std::string>& kind : some(kinds, 1)) {
+                EntityQueryParams params{from, to, kind, random_.chance(0.5) ? 500 : 3};
+                compare("entities from " + exact(from) + " to " + exact(to) + " kind " + exact(kind) + " limit " +
+                            std::to_string(params.limit),
+                        SQLiteEntityQuery::composeSQL(params), from || to, [&](const IndexCatalogue& indexes) {
+                            SQLiteEntityQuery query(connection_, indexes);
+                            Answer rows;
+                            for (const auto& row : query.aggregate(params)) {
+                                rows.push_back(row.kind + " " + row.value + " " + std::to_string(row.count) + " " +
+                                               exact(row.firstSeen) + " " + exact(row.lastSeen));
+                            }
+                            return rows;
+                        });
+            }
+        }
+    }
+
+    void compareSupportContext() {
+        for (double since :
+             some(std::vector<double>{shape_.end - 7200, shape_.end - 7200, shape_.start, pickShared(),
+                                      shape_.start - 2e9, shape_.end + 1e9},
+                  2)) {
+            compare("support context since " + exact(since), SQLiteSupportContextQuery::kStatement, true,
+                    [&](const IndexCatalogue& indexes) {
+                        SQLiteSupportContextQuery query(connection_, indexes);
+                        Answer rows;
+                        for (const auto& row : query.findRecentObservations(since)) {
+                            rows.push_back(exact(row.timestamp) + " '" + row.vlmDescription + "' " +
+                                           exact(row.applications));
+                        }
+                        return rows;
+                    });
+        }
+    }
+
+    void compareMetrics() {
+        for (double now : some(std::vector<double>{shape_.end, shape_.start + 300, pickShared() + 300,
+                                                    shape_.end + 2e9},
+                               2)) {
+            compare("metrics at " + exact(now), SQLiteOperationalStatusQuery::kStatement, true,
+                    [&](const IndexCatalogue& indexes) {
+                        const FixedClock clock(now);
+                        SQLiteOperationalStatusQuery query(connection_, indexes, clock);
+                        const auto metrics = query.getOperationalMetrics();
+                        return Answer{std::to_string(metrics.totalFrames), std::to_string(metrics.totalObservations),
+                                      std::to_string(metrics.pendingFrames), exact(metrics.lastFrameTimestamp),
+                                      exact(metrics.lastObservationTimestamp),
+                                      std::to_string(metrics.framesLast5Min),
+                                      std::to_string(metrics.observationsLast5Min),
+                                      exact(metrics.firstObservationAt), exact(metrics.lastObservationAt)};
+                    });
+        }
+    }
+
+    int comparisons() const { return comparisons_; }
+    int indexedAnswers() const { return indexedAnswers_; }
+
+private:
+    // Closed ranges as the timeline commands ask them: days, a week, the
+    // whole activity, everything, around and exactly at shared times.
+    std::vector<std::pair<double, double>> windows() {
+        const double start = shape_.start;
+        const double end = shape_.end;
+        std::vector<std::pair<double, double>> ranges = {
+            {end - kDay, end},            // today / yesterday-like
+            {end - 7200, end},            // recent --since 2h
+            {end - 7 * kDay, end},        // this-week
+            {end - 365 * kDay, end},      // range over a year
+            {start, end},
+            {start - 2e9, end + 2e9},     // everything, far past and future included
+            {end + 1, end + 3e9},         // only the future
+        };
+        const double shared = pickShared();
+        ranges.push_back({shared, shared});
+        ranges.push_back({shared - 60, shared + 60});
+        ranges.push_back({shared, end});
+        return ranges;
+    }
+
+    // `count` of `choices`, drawn without putting back (all when fewer):
+    // each database asks a different sample, the suite asks them all.
+    template <typename T>
+    std::vector<T> some(std::vector<T> choices, int count) {
+        std::vector<T> chosen;
+        while (!choices.empty() && static_cast<int>(chosen.size()) < count) {
+            const auto at = static_cast<std::size_t>(random_.integer(0, static_cast<int>(choices.size()) - 1));
+            chosen.push_back(choices[at]);
+            choices.erase(choices.begin() + static_cast<std::ptrdiff_t>(at));
+        }
+        return chosen;
+    }
+
+    double pickShared() {
+        const auto& shared = shape_.sharedTimes;
+        return shared[static_cast<std::size_t>(picks_++) % shared.size()];
+    }
+
+    // Runs `query` with no index known (the literal statement) and with the
+    // database's indexes, and expects the same answer. `literalSQL` tells
+    // whether the literal statement ran; with all indexes present and a
+    // window to walk (`windowed`), the indexed run must not have needed it.
+    void compare(const std::string& what, const std::string& literalSQL, bool windowed,
+                 const std::function<Answer(const IndexCatalogue&)>& query) {
+        const Answer literal = answer(query, IndexCatalogue());
+        StatementLog log(connection_.handle());
+        const Answer indexed = answer(query, indexes_);
+        const bool usedIndexes = !log.ran(literalSQL);
+        ++comparisons_;
+        if (usedIndexes) ++indexedAnswers_;
+        if (indexedExpected_ && windowed && !(literal.size() == 1 && literal[0].starts_with("failure"))) {
+            EXPECT_TRUE(usedIndexes) << what << " ran the literal statement";
+        }
+        if (literal == indexed) return;
+        std::size_t first = 0;
+        while (first < literal.size() && first < indexed.size() && literal[first] == indexed[first]) ++first;
+        ADD_FAILURE() << what << ": " << literal.size() << " rows literally, " << indexed.size()
+                      << " indexed; first difference at row " << first << ":\n  literal: "
+                      << (first < literal.size() ? literal[first] : "<none>")
+                      << "\n  indexed: " << (first < indexed.size() ? indexed[first] : "<none>");
+    }
+
+    static Answer answer(const std::function<Answer(const IndexCatalogue&)>& query, const IndexCatalogue& indexes) {
+        try {
+            return query(indexes);
+        } catch (const DatabaseError& failure) {
+            return failureOf(failure);
+        }
+    }
+
+    const RandomDatabaseShape& shape_;
+    VarnholtSampleData::SampleRandom random_;
+    SQLiteReadConnection connection_;
+    const IndexCatalogue indexes_;
+    bool indexedExpected_ = false;
+    int picks_ = 0;
+    int comparisons_ = 0;
+    int indexedAnswers_ = 0;
+};
+
+class DifferentialTest : public ::testing::TestWithParam<int> {};
+
+// Asks every query both ways on the random database of `seed`; adds what
+// it compared to the counters.
+void compareAll(std::uint64_t seed, const VarnholtRandomData::RandomDatabaseOptions& options, int& comparisons,
+                int& indexedAnswers) {
+    VarnholtTestSupport::TemporaryDirectory directory;
+    const std::string path = directory.file("varnholt.db");
+    const RandomDatabaseShape shape = VarnholtRandomData::writeRandomDatabase(path, seed, options);
+    SCOPED_TRACE(shape.summary());
+    if (!options.missingIndex.empty()) {
+        EXPECT_EQ(shape.missingIndexes.size(), 1u);
+    }
+    DatabaseComparison comparison(path, shape);
+    comparison.compareTimeline();
+    comparison.compareSearch();
+    comparison.compareEntities();
+    comparison.compareSupportContext();
+    comparison.compareMetrics();
+    comparisons += comparison.comparisons();
+    indexedAnswers += comparison.indexedAnswers();
+}
+
+TEST_P(DifferentialTest, IndexedStatementsAnswerExactlyAsTheLiteralOnes) {
+    int comparisons = 0;
+    int indexedAnswers = 0;
+    for (int i = 0; i < kDatabasesPerBlock; ++i) {
+        compareAll(static_cast<std::uint64_t>(GetParam() * kDatabasesPerBlock + i + 1), {}, comparisons,
+                   indexedAnswers);
+    }
+    // Most answers must come from the index-driven statements, or the
+    // comparison proves little.
+    EXPECT_GT(indexedAnswers * 10, comparisons * 7) << indexedAnswers << " of " << comparisons;
+    RecordProperty("comparisons", comparisons);
+    RecordProperty("indexed_answers", indexedAnswers);
+}
+
+INSTANTIATE_TEST_SUITE_P(SeedBlocks, DifferentialTest, ::testing::Range(0, kBlocks));
+
+// Without any one of the recorder's indexes the queries that walk it fall
+// back to their literal statements, and the answers still agree.
+TEST(DifferentialFallbackTest, EachMissingIndexStillGivesTheSameAnswers) {
+    const std::vector<std::string> indexes = {
+        "idx_frames_analyzed", "idx_frames_timestamp", "idx_frames_processing_lock",
+        "idx_frames_analyzed_timestamp", "idx_observations_recording_type",
+        "idx_observations_recording_timestamp", "idx_observations_frame", "idx_observations_tb",
+        "idx_observation_entities_observation", "idx_observation_entities_kind"};
+    int comparisons = 0;
+    int indexedAnswers = 0;
+    for (std::size_t i = 0; i < indexes.size(); ++i) {
+        for (std::uint64_t seed : {10001 + 2 * i, 10002 + 2 * i}) {
+            compareAll(seed, {indexes[i]}, comparisons, indexedAnswers);
+        }
+    }
+    EXPECT_GT(comparisons, 0);
+}
+
+}  // namespace

@@ -1,0 +1,51 @@
+#include "IndexedTimelineStatement.h"
+
+#include "EffectiveTimeWindow.h"
+
+namespace RecentWorkTimelineSQLite {
+
+using namespace VarnholtSQLiteSupport;
+
+namespace {
+
+// The literal statement's conditions on the observation itself.
+constexpr const char* kUsableDescription =
+    "o.vlm_description IS NOT NULL AND length(trim(o.vlm_description)) > 0";
+constexpr const char* kNoSeparateRecording = "(o.recording_id IS NULL OR o.recording_id = '')";
+
+}  // namespace
+
+const char* const kFrameAtPositionStatement =
+    "SELECT timestamp FROM frames\n"
+    "WHERE timestamp >= :from AND timestamp <= :to\n"
+    "ORDER BY timestamp DESC LIMIT 1 OFFSET :offset";
+
+std::string indexedTimelineStatement(const std::vector<OrderTerm>& tieOrder) {
+    WindowSelect eligible;
+    eligible.columns = "o.rowid AS rid, {time} AS t" + orderTermColumns(tieOrder);
+    eligible.bounds = {true, true};
+
+    WindowSelect framed = eligible;
+    framed.conditions = std::string(kUsableDescription) + "\n      AND " + kNoSeparateRecording;
+    WindowSelect selfDated = eligible;
+    selfDated.conditions = kUsableDescription;
+
+    return "    WITH candidates AS (\n" + frameDatedRows(framed) + "\n    UNION ALL\n" +
+           selfDatedRows(selfDated, "o.recording_id IS NULL") + "\n    UNION ALL\n" +
+           selfDatedRows(selfDated, "o.recording_id = ''") +
+           "\n    ),\n"
+           "    newest AS (\n"
+           "      SELECT * FROM candidates\n"
+           "      ORDER BY t COLLATE BINARY DESC" +
+           orderTermKeys("", tieOrder) +
+           "\n      LIMIT :limit\n"
+           "    )\n"
+           "    SELECT o.id, o.vlm_description, o.apps, o.image_path, n.t,\n"
+           "           (SELECT json_group_array(json_object('kind', entity_kind, 'value', entity_value))\n"
+           "            FROM observation_entities WHERE observation_id = o.id) AS entities_json\n"
+           "    FROM newest n CROSS JOIN observations o ON o.rowid = n.rid\n"
+           "    ORDER BY n.t COLLATE BINARY ASC" +
+           orderTermKeys("n.", tieOrder);
+}
+
+}  // namespace RecentWorkTimelineSQLite
