@@ -190,12 +190,17 @@ std::vector<ObservationSearchResult> SQLiteObservationSearch::search(
     // Ordinary words such as "node.js" or "feature-flag" are FTS5 syntax
     // errors; taken literally they are what the user meant. FTS5 is asked
     // first, so that the statements run once, with the text it accepts. When
-    // neither form is accepted, the keyword as given runs and its failure is
-    // the one that explains it.
+    // neither form works, the keyword as given runs and its failure is the
+    // one reported.
     if (!acceptsMatch(handle_, matchText)) {
         const std::string literalText = FTS5Keyword::literal(params.keyword, repeated);
         if (!literalText.empty() && literalText != matchText && acceptsMatch(handle_, literalText)) {
-            return searchMatching(literalText, params);
+            try {
+                return searchMatching(literalText, params);
+            } catch (const DatabaseError& failure) {
+                // What went wrong with the keyword as given explains it best.
+                if (failure.errorCase() == DatabaseError::Case::locked) throw;
+            }
         }
     }
     return searchMatching(matchText, params);
