@@ -28,10 +28,15 @@ std::string notAWindowFrame(const WindowBounds& bounds) {
 
 std::string selfDatedBody(const WindowSelect& select) {
     return windowCondition("o.timestamp", select.bounds) + "\n      AND " + notAWindowFrame(select.bounds) +
-           "\n      AND f.timestamp IS NULL" + andAlso(select.conditions);
+           "\n      AND " + kNoFrameTime + andAlso(select.conditions);
 }
 
 }  // namespace
+
+const char* const kEffectiveTime =
+    "COALESCE(CASE WHEN f.timestamp < '' THEN f.timestamp END, CASE WHEN o.timestamp < '' THEN o.timestamp END)";
+
+const char* const kNoFrameTime = "(f.timestamp IS NULL OR f.timestamp >= '')";
 
 const char* const kRecordingGroups =
     "recording_ids(recording_id) AS (\n"
@@ -60,6 +65,7 @@ std::string windowCondition(const std::string& column, const WindowBounds& bound
     std::string condition;
     if (bounds.from) condition = column + " >= :from";
     if (bounds.to) condition += (condition.empty() ? "" : " AND ") + column + " <= :to";
+    if (bounds.from && !bounds.to) condition += " AND " + column + " < ''";
     return condition;
 }
 

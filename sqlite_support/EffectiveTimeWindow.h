@@ -9,22 +9,35 @@ namespace VarnholtSQLiteSupport {
 // Statement pieces that find observations by effective time through the
 // recorder's indexes, for the index-driven statements of every query.
 //
-// An observation's effective time is COALESCE(f.timestamp, o.timestamp) over
-// "LEFT JOIN frames f": its frame's time, else its own. No index serves that
-// expression, so the literal statements walk all of history. But the rows
-// of that LEFT JOIN fall into two parts that indexes do serve:
+// A time is a number. Text or a BLOB in a time column (a damaged row, an
+// importer's mistake) is no time at all, exactly like NULL: reading it as a
+// number would date it 1970, and SQLite would sort it after every number,
+// inside every window without an upper end. A number sorts below every text
+// and BLOB and NULL compares to nothing, so "x < ''" holds for numbers only,
+// and, unlike typeof(x), it bounds an index range.
+//
+// An observation's effective time is kEffectiveTime over "LEFT JOIN frames
+// f": its frame's time, else its own. No index serves that expression, so
+// the literal statements walk all of history. But the rows of that LEFT JOIN
+// fall into two parts that indexes do serve:
 //  - frame-dated rows, whose frame has a time: the window's frames come from
 //    frames(timestamp) in time order, their observations from
 //    observations(frame_id);
 //  - self-dated rows, without a frame or with a frame without time
-//    (f.timestamp IS NULL): found by the observation's own time through
+//    (kNoFrameTime): found by the observation's own time through
 //    observations(recording_id, timestamp), once per recording_id value.
 // Each row of the LEFT JOIN is in exactly one part, with the same effective
 // time; together they are exactly the rows the literal statements filter.
-// Comparisons are SQLite's own on the stored values, so a text time sorts
-// after every number in both forms alike.
 //
 // Every piece binds the window as the named parameters :from and :to.
+
+// The effective time of the row of "observations o LEFT JOIN frames f":
+// the frame's time if it is a number, else the observation's if that is one,
+// else NULL.
+extern const char* const kEffectiveTime;
+
+// The row's frame is missing or has no time (NULL, text or a BLOB).
+extern const char* const kNoFrameTime;
 
 // Which ends of the window a statement bounds. Both absent is not a window.
 struct WindowBounds {
@@ -75,7 +88,9 @@ std::string everyRecordingWindow(const std::string& name, const WindowSelect& se
 extern const char* const kRecordingGroups;
 
 // "f.timestamp >= :from AND f.timestamp <= :to" for the bounds present,
-// with `column` in place of f.timestamp.
+// with `column` in place of f.timestamp. Without an upper bound the
+// condition ends with "f.timestamp < ''", which keeps the text and BLOB
+// values out of the window (a number bound does that at the upper end).
 std::string windowCondition(const std::string& column, const WindowBounds& bounds);
 
 }  // namespace VarnholtSQLiteSupport

@@ -1,6 +1,7 @@
 #include "IndexedTimelineStatement.h"
 
 #include "EffectiveTimeWindow.h"
+#include "ObservationEntitiesJSON.h"
 
 namespace RecentWorkTimelineSQLite {
 
@@ -41,8 +42,7 @@ std::string indexedTimelineStatement(const std::vector<OrderTerm>& tieOrder) {
            "\n      LIMIT :limit\n"
            "    )\n"
            "    SELECT o.id, o.vlm_description, o.apps, o.image_path, n.t,\n"
-           "           (SELECT json_group_array(json_object('kind', entity_kind, 'value', entity_value))\n"
-           "            FROM observation_entities WHERE observation_id = o.id) AS entities_json\n"
+           "           " + kObservationEntitiesJSON + " AS entities_json\n"
            "    FROM newest n CROSS JOIN observations o ON o.rowid = n.rid\n"
            "    ORDER BY n.t COLLATE BINARY ASC" +
            orderTermKeys("n.", tieOrder);

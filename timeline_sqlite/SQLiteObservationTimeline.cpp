@@ -23,19 +23,27 @@ using namespace VarnholtSQLiteSupport;
 // them back in time order. So a range with more than `limit` observations
 // loses its oldest ones, never its latest activity. An observation belongs
 // to the frame it describes: the frame's capture time wins, and its own time
-// stands in when the frame is gone or has no time. Rows of separately
+// stands in when the frame is gone or has no time. Only numbers are times:
+// text or a BLOB in a time column counts as no time (a number sorts below
+// every text and BLOB, and NULL compares to nothing). Rows of separately
 // imported recordings and rows without a usable description are not part of
-// the work timeline.
+// the work timeline; neither are entities whose kind or value is NULL or a
+// BLOB, which name nothing (and a BLOB would fail json_object).
 const char* const SQLiteObservationTimeline::kStatement =
     "    WITH eligible AS (\n"
     "        SELECT o.id, o.vlm_description, o.apps, o.image_path,\n"
-    "               COALESCE(f.timestamp, o.timestamp) AS frame_timestamp,\n"
+    "               COALESCE(CASE WHEN f.timestamp < '' THEN f.timestamp END,\n"
+    "                        CASE WHEN o.timestamp < '' THEN o.timestamp END) AS frame_timestamp,\n"
     "               (SELECT json_group_array(json_object('kind', entity_kind, 'value', entity_value))\n"
-    "                FROM observation_entities WHERE observation_id = o.id) AS entities_json\n"
+    "                FROM observation_entities WHERE observation_id = o.id\n"
+    "                  AND typeof(entity_kind) NOT IN ('null', 'blob')\n"
+    "                  AND typeof(entity_value) NOT IN ('null', 'blob')) AS entities_json\n"
     "        FROM observations o\n"
     "        LEFT JOIN frames f ON o.frame_id = f.id\n"
-    "        WHERE COALESCE(f.timestamp, o.timestamp) >= ?\n"
-    "          AND COALESCE(f.timestamp, o.timestamp) <= ?\n"
+    "        WHERE COALESCE(CASE WHEN f.timestamp < '' THEN f.timestamp END,\n"
+    "                       CASE WHEN o.timestamp < '' THEN o.timestamp END) >= ?\n"
+    "          AND COALESCE(CASE WHEN f.timestamp < '' THEN f.timestamp END,\n"
+    "                       CASE WHEN o.timestamp < '' THEN o.timestamp END) <= ?\n"
     "          AND o.vlm_description IS NOT NULL\n"
     "          AND length(trim(o.vlm_description)) > 0\n"
     "          AND (o.recording_id IS NULL OR o.recording_id = '')\n"

@@ -16,7 +16,9 @@ std::string indexedEntityStatement(const EntityQueryParams& params) {
     // The unary plus keeps SQLite from walking observation_entities(entity_kind)
     // for every observation, where no index leads with observation_id and
     // entity_kind together; the comparison itself is unchanged.
-    if (params.kind) mentions.conditions = "+oe.entity_kind = :kind";
+    mentions.conditions =
+        "typeof(oe.entity_kind) NOT IN ('null', 'blob') AND typeof(oe.entity_value) NOT IN ('null', 'blob')";
+    if (params.kind) mentions.conditions += " AND +oe.entity_kind = :kind";
     mentions.bounds = {params.fromTs.has_value(), params.toTs.has_value()};
     return everyRecordingWindow("mentions", mentions) +
            "    SELECT entity_kind, entity_value,\n"

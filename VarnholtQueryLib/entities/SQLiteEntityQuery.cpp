@@ -17,17 +17,23 @@ namespace {
 
 // The statement text is fixed down to its whitespace, so that every run sends
 // the same bytes and tests can compare them. The head ends with a line break
-// and four spaces and the tail begins with a line break: without a filter an
-// indented blank line separates them.
+// and four spaces and the tail begins with a line break.
+//
+// Only numbers are times: text or a BLOB in a time column counts as no
+// time, as NULL does (a number sorts below every text and BLOB). A mention
+// whose kind or value is NULL or a BLOB names nothing and is not counted.
 constexpr const char* kHead =
     "    SELECT oe.entity_kind, oe.entity_value,\n"
     "           COUNT(*) AS occurrence_count,\n"
-    "           MIN(COALESCE(f.timestamp, o.timestamp)) AS first_seen,\n"
-    "           MAX(COALESCE(f.timestamp, o.timestamp)) AS last_seen\n"
+    "           MIN(COALESCE(CASE WHEN f.timestamp < '' THEN f.timestamp END,\n"
+    "                        CASE WHEN o.timestamp < '' THEN o.timestamp END)) AS first_seen,\n"
+    "           MAX(COALESCE(CASE WHEN f.timestamp < '' THEN f.timestamp END,\n"
+    "                        CASE WHEN o.timestamp < '' THEN o.timestamp END)) AS last_seen\n"
     "    FROM observation_entities oe\n"
     "    JOIN observations o ON oe.observation_id = o.id\n"
     "    LEFT JOIN frames f ON f.id = o.frame_id\n"
-    "    ";
+    "    WHERE typeof(oe.entity_kind) NOT IN ('null', 'blob')\n"
+    "      AND typeof(oe.entity_value) NOT IN ('null', 'blob')";
 
 constexpr const char* kTail =
     "\n"
@@ -35,8 +41,12 @@ constexpr const char* kTail =
     "    ORDER BY occurrence_count DESC, entity_kind ASC, entity_value ASC\n"
     "    LIMIT ?";
 
-constexpr const char* kFromCondition = "COALESCE(f.timestamp, o.timestamp) >= ?";
-constexpr const char* kToCondition = "COALESCE(f.timestamp, o.timestamp) <= ?";
+constexpr const char* kFromCondition =
+    "COALESCE(CASE WHEN f.timestamp < '' THEN f.timestamp END,\n"
+    "               CASE WHEN o.timestamp < '' THEN o.timestamp END) >= ?";
+constexpr const char* kToCondition =
+    "COALESCE(CASE WHEN f.timestamp < '' THEN f.timestamp END,\n"
+    "               CASE WHEN o.timestamp < '' THEN o.timestamp END) <= ?";
 constexpr const char* kKindCondition = "oe.entity_kind = ?";
 
 // Both statements answer these columns in this order.
@@ -62,7 +72,7 @@ SQLiteEntityQuery::SQLiteEntityQuery(const SQLiteReadConnection& connection, Ind
 std::string SQLiteEntityQuery::composeSQL(const EntityQueryParams& params) {
     std::string filter;
     const auto addCondition = [&filter](const char* condition) {
-        filter += filter.empty() ? "WHERE " : " AND ";
+        filter += "\n      AND ";
         filter += condition;
     };
     if (params.fromTs) addCondition(kFromCondition);

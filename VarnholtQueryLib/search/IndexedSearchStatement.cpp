@@ -1,14 +1,13 @@
 #include "search/IndexedSearchStatement.h"
 
 #include "EffectiveTimeWindow.h"
+#include "ObservationEntitiesJSON.h"
 
 namespace VarnholtQueryLib {
 
 using namespace VarnholtSQLiteSupport;
 
 namespace {
-
-constexpr const char* kEffectiveTime = "COALESCE(f.timestamp, o.timestamp)";
 
 WindowBounds boundsOf(const ObservationSearchParams& params) {
     return {params.fromTs.has_value(), params.toTs.has_value()};
@@ -73,8 +72,7 @@ std::string indexedSearchStatement(const ObservationSearchParams& params,
            "\n      LIMIT :limit\n"
            "    )\n"
            "    SELECT o.id, o.vlm_description, o.apps, o.image_path, r.t,\n"
-           "           (SELECT json_group_array(json_object('kind', entity_kind, 'value', entity_value))\n"
-           "            FROM observation_entities WHERE observation_id = o.id) AS entities_json\n"
+           "           " + kObservationEntitiesJSON + " AS entities_json\n"
            "    FROM ranked r CROSS JOIN observations o ON o.rowid = r.rid\n"
            "    ORDER BY " +
            ranking("r.", params, tieOrder);

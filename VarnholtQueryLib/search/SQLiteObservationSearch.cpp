@@ -26,16 +26,22 @@ using namespace VarnholtSQLiteSupport;
 namespace {
 
 // Everything up to the first condition. Each observation's entities come from
-// a correlated sub-select, so one statement answers the whole search.
+// a correlated sub-select, so one statement answers the whole search; an
+// entity whose kind or value is NULL or a BLOB names nothing and is left
+// out. Only numbers are times: text or a BLOB in a time column counts as no
+// time, as NULL does (a number sorts below every text and BLOB).
 constexpr const char* kStatementHead =
     "    SELECT\n"
     "        o.id,\n"
     "        o.vlm_description,\n"
     "        o.apps,\n"
     "        o.image_path,\n"
-    "        COALESCE(f.timestamp, o.timestamp) AS frame_timestamp,\n"
+    "        COALESCE(CASE WHEN f.timestamp < '' THEN f.timestamp END,\n"
+    "                 CASE WHEN o.timestamp < '' THEN o.timestamp END) AS frame_timestamp,\n"
     "        (SELECT json_group_array(json_object('kind', entity_kind, 'value', entity_value))\n"
-    "         FROM observation_entities WHERE observation_id = o.id) AS entities_json\n"
+    "         FROM observation_entities WHERE observation_id = o.id\n"
+    "           AND typeof(entity_kind) NOT IN ('null', 'blob')\n"
+    "           AND typeof(entity_value) NOT IN ('null', 'blob')) AS entities_json\n"
     "    FROM observations o\n"
     "    JOIN observations_fts fts ON fts.rowid = o.rowid\n"
     "    LEFT JOIN frames f ON o.frame_id = f.id\n"
@@ -47,8 +53,12 @@ constexpr const char* kDescribedCondition = "o.vlm_description IS NOT NULL";
 // Whole-entry comparison: "Code" must not match an app named "VS Code".
 constexpr const char* kApplicationCondition =
     "EXISTS (SELECT 1 FROM json_each(o.apps) WHERE lower(value) = lower(?))";
-constexpr const char* kLowerBoundCondition = "COALESCE(f.timestamp, o.timestamp) >= ?";
-constexpr const char* kUpperBoundCondition = "COALESCE(f.timestamp, o.timestamp) <= ?";
+constexpr const char* kLowerBoundCondition =
+    "COALESCE(CASE WHEN f.timestamp < '' THEN f.timestamp END,\n"
+    "           CASE WHEN o.timestamp < '' THEN o.timestamp END) >= ?";
+constexpr const char* kUpperBoundCondition =
+    "COALESCE(CASE WHEN f.timestamp < '' THEN f.timestamp END,\n"
+    "           CASE WHEN o.timestamp < '' THEN o.timestamp END) <= ?";
 // Equal BM25 scores are common for near-identical descriptions; the newer
 // observation is the more useful one then.
 constexpr const char* kRelevanceOrder = "bm25(observations_fts) ASC, frame_timestamp DESC";

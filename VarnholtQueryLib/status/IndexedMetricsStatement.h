@@ -20,6 +20,9 @@ namespace VarnholtQueryLib {
 //    minimum, the maximum of the maximums the maximum, and the counts add up,
 //    because every observation has exactly one recording_id value.
 //
+// Every time condition carries "< ''", as in the literal aggregate: only
+// numbers are times, and the index range ends below the first text value.
+//
 // Parameter :since is now minus five minutes, for both recent counts.
 std::string indexedMetricsStatement();
 

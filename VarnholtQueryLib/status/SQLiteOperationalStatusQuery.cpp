@@ -12,23 +12,26 @@ namespace VarnholtQueryLib {
 
 using namespace VarnholtSQLiteSupport;
 
-// One pass over both tables: every row is read to count it.
+// One pass over both tables: every row is read to count it. Only numbers are
+// times: text or a BLOB in a time column counts as no time, as NULL does
+// (a number sorts below every text and BLOB, "timestamp < ''" holds for
+// numbers only); otherwise MAX would pick the text, read as 1970.
 const char* const SQLiteOperationalStatusQuery::kStatement =
     "    WITH\n"
     "      frame_stats AS (\n"
     "        SELECT\n"
     "          COUNT(*) AS total_frames,\n"
     "          COUNT(CASE WHEN analyzed = 0 THEN 1 END) AS pending_frames,\n"
-    "          MAX(timestamp) AS last_frame_ts,\n"
-    "          COUNT(CASE WHEN timestamp >= ? THEN 1 END) AS frames_last_5min\n"
+    "          MAX(CASE WHEN timestamp < '' THEN timestamp END) AS last_frame_ts,\n"
+    "          COUNT(CASE WHEN timestamp >= ? AND timestamp < '' THEN 1 END) AS frames_last_5min\n"
     "        FROM frames\n"
     "      ),\n"
     "      observation_stats AS (\n"
     "        SELECT\n"
     "          COUNT(*) AS total_observations,\n"
-    "          MIN(timestamp) AS first_observation_at,\n"
-    "          MAX(timestamp) AS last_observation_at,\n"
-    "          COUNT(CASE WHEN timestamp >= ? THEN 1 END) AS observations_last_5min\n"
+    "          MIN(CASE WHEN timestamp < '' THEN timestamp END) AS first_observation_at,\n"
+    "          MAX(CASE WHEN timestamp < '' THEN timestamp END) AS last_observation_at,\n"
+    "          COUNT(CASE WHEN timestamp >= ? AND timestamp < '' THEN 1 END) AS observations_last_5min\n"
     "        FROM observations\n"
     "      )\n"
     "    SELECT\n"

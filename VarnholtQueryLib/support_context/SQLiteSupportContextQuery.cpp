@@ -16,13 +16,18 @@ namespace VarnholtQueryLib {
 using namespace VarnholtSQLiteSupport;
 
 // No LIMIT: repeats are collapsed afterwards, and a limit here could cut the
-// window off inside a run of repeats.
+// window off inside a run of repeats. Only numbers are times: text or a BLOB
+// in a time column counts as no time, as NULL does; without the "< ''" text
+// would sort after every number and be inside the open window.
 const char* const SQLiteSupportContextQuery::kStatement =
-    "    SELECT COALESCE(f.timestamp, o.timestamp), o.vlm_description, o.apps\n"
+    "    SELECT COALESCE(CASE WHEN f.timestamp < '' THEN f.timestamp END,\n"
+    "                    CASE WHEN o.timestamp < '' THEN o.timestamp END) AS t,\n"
+    "           o.vlm_description, o.apps\n"
     "    FROM observations o\n"
     "    LEFT JOIN frames f ON o.frame_id = f.id\n"
-    "    WHERE COALESCE(f.timestamp, o.timestamp) >= ?\n"
-    "    ORDER BY COALESCE(f.timestamp, o.timestamp) DESC";
+    "    WHERE COALESCE(CASE WHEN f.timestamp < '' THEN f.timestamp END,\n"
+    "                   CASE WHEN o.timestamp < '' THEN o.timestamp END) >= ?\n"
+    "    ORDER BY t DESC";
 
 namespace {
 
