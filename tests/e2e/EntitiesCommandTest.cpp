@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "FixtureDatabase.h"
 #include "RecorderSchema.h"
 #include "TemporaryHome.h"
 
@@ -136,6 +137,39 @@ std::string defaultWindowDocument(const std::string& meta) {
 TEST(EntitiesCommandTest, DefaultWindowInBerlin) {
     TemporaryHome home;
     createDatabase(home, morningOfWork());
+    const ProcessResult result = runAt(home, {"entities"}, "Europe/Berlin");
+    EXPECT_EQ(result.exitStatus, 0);
+    EXPECT_EQ(result.standardError, "");
+    EXPECT_EQ(result.standardOutput, defaultWindowDocument(R"(    "current_date" : "2026-04-01",
+    "current_datetime" : "2026-04-01T12:00:00+02:00",
+    "from" : "2026-03-31T10:00:00Z",
+    "returned_entities" : 6,
+    "timezone" : "Europe\/Berlin")"));
+}
+
+// Rows a damaged database may hold, none of which counts in the default
+// window: t's frame has text for a time, so t's own time (three days ago)
+// dates it; u's own time is text and it has no frame, so it has no time at
+// all (as text it would sort after every number, inside a window without an
+// upper end). Mentions by a BLOB or NULL kind or value name nothing.
+constexpr const char* kDamagedRows = R"SQL(
+INSERT INTO frames (id, display_id, captured_at, timestamp, image_path, analyzed) VALUES
+  ('f-t', 'd1', 'x', 'pending', '/tmp/t.png', 1);
+INSERT INTO observations (id, frame_id, type, timestamp, vlm_description, apps, created_at) VALUES
+  ('t', 'f-t', 'screen', 1774778400.0, 'Working', '[]', 'x'),
+  ('u', NULL, 'screen', '2026-04-01T09:00:00Z', 'Working', '[]', 'x');
+INSERT INTO observation_entities (entity_id, observation_id, entity_kind, entity_value, confidence, created_at) VALUES
+  ('t-1', 't', 'app', 'Xcode', 0.9, 0),
+  ('u-1', 'u', 'app', 'Xcode', 0.9, 0),
+  ('o1-b1', 'o1', 'app', x'58636F6465', 0.9, 0),
+  ('o1-b2', 'o1', x'617070', 'Xcode', 0.9, 0),
+  ('o1-n1', 'o1', NULL, 'Xcode', 0.9, 0),
+  ('o1-n2', 'o1', 'app', NULL, 0.9, 0);
+)SQL";
+
+TEST(EntitiesCommandTest, TimesOfTextAreNoTimesAndMentionsWithoutTextDoNotCount) {
+    TemporaryHome home;
+    createDatabase(home, std::string(kEntitiesWithoutConstraints) + morningOfWork() + kDamagedRows);
     const ProcessResult result = runAt(home, {"entities"}, "Europe/Berlin");
     EXPECT_EQ(result.exitStatus, 0);
     EXPECT_EQ(result.standardError, "");

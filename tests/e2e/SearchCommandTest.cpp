@@ -1,5 +1,6 @@
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <regex>
 #include <string>
 #include <vector>
@@ -190,6 +191,51 @@ TEST_F(SearchCommandTest, RankedSearchOverTheLastDay) {
   "ok" : true
 }
 )");
+}
+
+// Rows a damaged database may hold: O-T's frame has text for a time, so
+// its own time (09:45) dates it; O-U's own time is text, so it has no time
+// and is in no window (as text it would sort after every number: inside
+// the open window of the last day, and the newest). A BLOB entity value on
+// O-A, a BLOB kind and NULL kinds and values on O-T name nothing and are
+// left out.
+constexpr const char* kDamagedRows = R"SQL(
+INSERT INTO frames (id, display_id, captured_at, timestamp, image_path, analyzed) VALUES
+  ('F-T', '1', 'x', 'pending', '/f/t.png', 1);
+INSERT INTO observations (id, frame_id, type, timestamp, vlm_description, apps, created_at) VALUES
+  ('O-T', 'F-T', 'visual', 1775036700.0, 'Filing the invoice copy', '["Finder"]', 'x'),
+  ('O-U', NULL, 'visual', '2026-04-01T09:59:00Z', 'Undated invoice', '[]', 'x');
+INSERT INTO observation_entities VALUES
+  ('E4', 'O-A', 'app', x'4D61696C', 0.9, 1775037001.0),
+  ('E5', 'O-T', x'617070', 'Finder', 0.9, 1775036701.0),
+  ('E6', 'O-T', 'software_tool', 'scanner', 0.9, 1775036701.0),
+  ('E7', 'O-T', NULL, 'Finder', 0.9, 1775036701.0),
+  ('E8', 'O-A', 'app', NULL, 0.9, 1775037001.0);
+)SQL";
+
+TEST_F(SearchCommandTest, TimesOfTextAreNoTimesAndEntitiesWithoutTextAreLeftOut) {
+    writeToDatabase(home_.databasePath(), std::string("CREATE TABLE kept AS SELECT * FROM observation_entities;") +
+                                              kEntitiesWithoutConstraints +
+                                              "INSERT INTO observation_entities SELECT * FROM kept;\n"
+                                              "DROP TABLE kept;\n" + kDamagedRows);
+    const json newest = document(search({"invoice", "--latest"}));
+    EXPECT_EQ(newest["data"]["results"], json::parse(R"([{
+        "applications": ["Pages", "Mail"],
+        "entities": [{"kind": "app", "value": "Pages"}, {"kind": "company", "value": "Müller"}],
+        "observation_id": "O-A", "timestamp": 1775037000.5, "timestamp_iso": "2026-04-01T09:50:00Z",
+        "vlm_description": "Drafting the invoice for the Müller project in Pages"}])"));
+
+    const json window = document(search({"invoice", "--from", "2026-04-01T09:44:00Z"}));
+    std::vector<std::string> ids = idsOf(window);
+    std::sort(ids.begin(), ids.end());
+    EXPECT_EQ(ids, (std::vector<std::string>{"O-A", "O-T"}));
+    for (const auto& result : window["data"]["results"]) {
+        if (result["observation_id"] != "O-T") continue;
+        EXPECT_EQ(result, json::parse(R"({
+            "applications": ["Finder"], "entities": [{"kind": "software_tool", "value": "scanner"}],
+            "observation_id": "O-T", "timestamp": 1775036700, "timestamp_iso": "2026-04-01T09:45:00Z",
+            "vlm_description": "Filing the invoice copy"})"));
+    }
 }
 
 TEST_F(SearchCommandTest, ClockReadingsAreTheFrozenLocalTime) {

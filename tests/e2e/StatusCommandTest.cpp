@@ -7,6 +7,9 @@
 #include <chrono>
 #include <filesystem>
 #include <regex>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "status/ByteCountFormat.h"
 #include "RecorderSchema.h"
@@ -200,6 +203,31 @@ TEST(StatusCommandTest, WithoutFailureReportOrLogsTheBridgeIsHealthy) {
     // tail's complaints about the three missing logs reach our standard error.
     EXPECT_NE(result.standardError.find("recorder.log"), std::string::npos);
     EXPECT_NE(result.standardError.find("mlx-bridge-recorder-vlm-stdout.log"), std::string::npos);
+}
+
+TEST(StatusCommandTest, TimesOfTextAreNoTimes) {
+    // As text, F4's and O3's times would sort after every number: the newest
+    // frame and observation, recent, and read as 1970. They count as rows.
+    TemporaryHome home;
+    createDatabase(home, std::string(kHealthyRecorder) + R"SQL(
+INSERT INTO frames (id, display_id, captured_at, timestamp, image_path, analyzed) VALUES
+  ('F4', '1', 'x', 'pending', '/f/4.png', 1);
+INSERT INTO observations (id, frame_id, type, timestamp, vlm_description, apps, created_at) VALUES
+  ('O3', 'F4', 'visual', '2026-04-01T09:59:59Z', 'Undated', '[]', 'x');
+)SQL",
+                   kFrozenNow - 30.0);
+    const ProcessResult result = home.run({"status", "--json"}, frozenIn("UTC"));
+    EXPECT_EQ(result.exitStatus, 0);
+    std::string expected = healthyDocument(home, /*degraded=*/false);
+    for (const auto& [before, after] : std::vector<std::pair<std::string, std::string>>{
+             {"\"total_observations\" : 2\n    },", "\"total_observations\" : 3\n    },"},
+             {"\"coverage_percent\" : 0.67,", "\"coverage_percent\" : 0.75,"},
+             {"\"total_frames\" : 3,", "\"total_frames\" : 4,"},
+             {"\"total_observations\" : 2\n    },", "\"total_observations\" : 3\n    },"}}) {
+        ASSERT_NE(expected.find(before), std::string::npos) << before;
+        expected.replace(expected.find(before), before.size(), after);
+    }
+    EXPECT_EQ(result.standardOutput, expected);
 }
 
 TEST(StatusCommandTest, MalformedFailureReportCountsAsHealthy) {

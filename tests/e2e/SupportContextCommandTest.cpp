@@ -7,6 +7,9 @@
 #include <chrono>
 #include <filesystem>
 #include <regex>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "RecorderSchema.h"
 #include "TemporaryHome.h"
@@ -165,6 +168,37 @@ TEST(SupportContextCommandTest, RecentDistinctWorkAndCondensedStatus) {
     EXPECT_EQ(result.exitStatus, 0);
     EXPECT_EQ(withCheckedCurrentDateTime(result.standardOutput), recentWorkDocument(home));
     // No log is tailed for this command, so tail never complains.
+    EXPECT_EQ(result.standardError, "");
+}
+
+// Rows a damaged database may hold, outside the window both: O10's frame
+// has text for a time, so O10's own time (yesterday) dates it; O11's own
+// time is text and it has no frame, so it has no time. As text either would
+// sort after every number: inside the window, newest, and dated 1970.
+constexpr const char* kDamagedRows = R"SQL(
+INSERT INTO frames (id, display_id, captured_at, timestamp, image_path, analyzed) VALUES
+  ('F2', '1', 'x', 'pending', '/f/2.png', 1);
+INSERT INTO observations (id, frame_id, type, timestamp, vlm_description, apps, created_at) VALUES
+  ('O10', 'F2', 'visual', 1774951200.0, 'Dated yesterday by itself', '[]', 'x'),
+  ('O11', NULL, 'visual', '2026-04-01T09:59:59Z', 'Undated', '[]', 'x');
+)SQL";
+
+TEST(SupportContextCommandTest, TimesOfTextAreNoTimes) {
+    TemporaryHome home;
+    createDatabase(home, std::string(kRecentWork) + kDamagedRows, kFrozenNow - 5.0);
+    home.writeFile(".varnholt/last-bridge-error.json", kFailureReport);
+    const ProcessResult result = home.run({"support-context"}, frozenIn("UTC"));
+    EXPECT_EQ(result.exitStatus, 0);
+    // The two rows count as rows, and only so.
+    std::string expected = recentWorkDocument(home);
+    for (const auto& [before, after] : std::vector<std::pair<std::string, std::string>>{
+             {"\"coverage_percent\" : 9,", "\"coverage_percent\" : 5.5,"},
+             {"\"total_frames\" : 1,", "\"total_frames\" : 2,"},
+             {"\"total_observations\" : 9", "\"total_observations\" : 11"}}) {
+        ASSERT_NE(expected.find(before), std::string::npos) << before;
+        expected.replace(expected.find(before), before.size(), after);
+    }
+    EXPECT_EQ(withCheckedCurrentDateTime(result.standardOutput), expected);
     EXPECT_EQ(result.standardError, "");
 }
 

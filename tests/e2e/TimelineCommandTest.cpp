@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "FixtureDatabase.h"
 #include "RecorderSchema.h"
 #include "TemporaryHome.h"
 
@@ -577,6 +578,65 @@ TEST_F(TimelineCommandTest, LastActiveDayWithoutObservationsShowsToday) {
               document({}, kUTC, {"today", "2026-04-01T00:00:00Z", "2026-04-02T00:00:00Z", 0, 0}));
     EXPECT_EQ(answer(empty, {"last-active-day"}, kNewYork),
               document({}, kNewYork, {"today", "2026-04-01T04:00:00Z", "2026-04-02T04:00:00Z", 0, 0}));
+}
+
+// The quiet week with rows a damaged database may hold: T's frame has text
+// for a time, so T's own time (19:00) dates it; U's own time is text and it
+// has no frame, so it has no time at all and belongs to no day (it would be
+// the newest, dated 1970, if text counted). Q2 and T name entities by BLOBs,
+// or NULL, which are left out; T's number 42 became text in its TEXT column.
+constexpr const char* kDamagedRows = R"SQL(
+    INSERT INTO frames (id, display_id, captured_at, timestamp, image_path, analyzed) VALUES
+        ('F-T', 'main', 'x', 'pending', '/f/t.png', 1);
+    INSERT INTO observations (id, frame_id, type, timestamp, vlm_description, apps, created_at) VALUES
+        ('T', 'F-T', 'visual', 1774465200.0, 'Checking the figures', '["Numbers"]', 'x'),
+        ('U', NULL, 'visual', '2026-03-26T10:00:00Z', 'Undated work', '[]', 'x');
+    INSERT INTO observation_entities (entity_id, observation_id, entity_kind, entity_value, confidence, created_at) VALUES
+        ('q1', 'Q2', 'app', x'5061676573', 0.9, 0),
+        ('t1', 'T', 'app', 'Numbers', 0.9, 0),
+        ('t2', 'T', x'617070', 'Numbers', 0.9, 0),
+        ('t3', 'T', 'count', 42, 0.9, 0),
+        ('t4', 'T', NULL, 'Numbers', 0.9, 0),
+        ('t5', 'T', 'app', NULL, 0.9, 0);
+)SQL";
+
+constexpr const char* kMomentT = R"(      {
+        "bucket_end_iso" : "2026-03-25T19:05:00Z",
+        "bucket_start_iso" : "2026-03-25T19:00:00Z",
+        "entities" : [
+          {
+            "count" : 1,
+            "kind" : "app",
+            "value" : "Numbers"
+          },
+          {
+            "count" : 1,
+            "kind" : "count",
+            "value" : "42"
+          }
+        ],
+        "observation_count" : 1,
+        "representative" : {
+          "applications" : [
+            "Numbers"
+          ],
+          "observation_id" : "T",
+          "timestamp" : 1774465200,
+          "timestamp_iso" : "2026-03-25T19:00:00Z",
+          "vlm_description" : "Checking the figures"
+        }
+      })";
+
+TEST_F(TimelineCommandTest, TimesOfTextAreNoTimesAndEntitiesWithoutTextAreLeftOut) {
+    TemporaryHome damaged;
+    createDatabase(damaged, std::string(kEntitiesWithoutConstraints) + kQuietWeek + kDamagedRows);
+    const Meta day{"last-active-day", "2026-03-25T00:00:00Z", "2026-03-26T00:00:00Z", 3, 3};
+    EXPECT_EQ(answer(damaged, {"last-active-day"}, kUTC), document({kMomentQ1, kMomentQ2, kMomentT}, kUTC, day));
+    EXPECT_EQ(answer(damaged, {"range", "--from", "2026-03-25", "--to", "2026-03-26"}, kUTC),
+              document({kMomentQ1, kMomentQ2, kMomentT}, kUTC,
+                       {"range", "2026-03-25T00:00:00Z", "2026-03-27T00:00:00Z", 3, 3}));
+    EXPECT_EQ(answer(damaged, {"today"}, kUTC),
+              document({}, kUTC, {"today", "2026-04-01T00:00:00Z", "2026-04-02T00:00:00Z", 0, 0}));
 }
 
 TEST_F(TimelineCommandTest, AnUnknownDurationUnitIsAnErrorEnvelope) {

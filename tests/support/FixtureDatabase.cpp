@@ -33,4 +33,13 @@ void writeToDatabase(const std::string& path, const std::string& sql) {
     withWritableDatabase(path, [&](sqlite3* handle) { VarnholtSampleData::execWritable(handle, sql); });
 }
 
+const char* const kEntitiesWithoutConstraints = R"SQL(
+DROP TABLE observation_entities;
+CREATE TABLE observation_entities (
+    entity_id TEXT PRIMARY KEY, observation_id TEXT NOT NULL, entity_kind TEXT, entity_value TEXT,
+    confidence REAL, created_at REAL);
+CREATE INDEX idx_observation_entities_observation ON observation_entities(observation_id);
+CREATE INDEX idx_observation_entities_kind ON observation_entities(entity_kind);
+)SQL";
+
 }  // namespace VarnholtTestSupport

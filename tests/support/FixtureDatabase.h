@@ -15,4 +15,10 @@ void createFixtureDatabase(const std::string& path, const std::string& sql);
 // Throws std::runtime_error with SQLite's message.
 void writeToDatabase(const std::string& path, const std::string& sql);
 
+// Rebuilds observation_entities, with the recorder's indexes, without its
+// NOT NULL and UNIQUE constraints, for databases that hold entities without a
+// kind or value (older or hand-edited ones). Run after the schema, before
+// the rows.
+extern const char* const kEntitiesWithoutConstraints;
+
 }  // namespace VarnholtTestSupport

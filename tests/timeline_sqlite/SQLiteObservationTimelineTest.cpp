@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "DatabaseError.h"
+#include "FixtureDatabase.h"
 #include "RecorderSchema.h"
 #include "SQLiteObservationTimeline.h"
 #include "SQLiteReadConnection.h"
@@ -194,6 +195,40 @@ TEST_P(SQLiteObservationTimelineTest, AFrameWithoutTimeFallsBackToTheObservation
     EXPECT_EQ(rows[0].timestamp, 1775037650.5);
 }
 
+TEST_P(SQLiteObservationTimelineTest, AFrameTimeOfTextOrBlobIsNoTimeAndNeitherIsSuchAnOwnTime) {
+    build(R"SQL(
+        INSERT INTO frames (id, display_id, captured_at, timestamp, image_path) VALUES
+            ('F-text', 'main', 'x', 'pending', '/f/text.png'),
+            ('F-blob', 'main', 'x', x'00', '/f/blob.png');
+        INSERT INTO observations (id, frame_id, type, timestamp, vlm_description, apps, created_at) VALUES
+            ('text-frame', 'F-text', 'visual', 1775037650.5, 'Planning', '[]', 'x'),
+            ('blob-frame', 'F-blob', 'visual', 1775037660.0, 'Planning', '[]', 'x'),
+            ('text-own', NULL, 'visual', '2026-04-01T10:00:00Z', 'Planning', '[]', 'x'),
+            ('text-both', 'F-text', 'visual', 'later', 'Planning', '[]', 'x'),
+            ('blob-own', NULL, 'visual', x'01', 'Planning', '[]', 'x');
+    )SQL");
+    const auto rows = fetch(kTen, kTen + 3600);
+    ASSERT_EQ(idsOf(rows), (std::vector<std::string>{"text-frame", "blob-frame"}));
+    EXPECT_EQ(rows[0].timestamp, 1775037650.5);
+    EXPECT_EQ(rows[1].timestamp, 1775037660.0);
+}
+
+TEST_P(SQLiteObservationTimelineTest, EntitiesWithoutTextKindOrValueAreLeftOut) {
+    build(R"SQL(
+        INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at)
+        VALUES ('OBS-1', 'visual', 1775037600.0, 'Reading mail', '[]', 'x');
+        INSERT INTO observation_entities (entity_id, observation_id, entity_kind, entity_value) VALUES
+            ('E1', 'OBS-1', 'app', 'Mail'), ('E2', 'OBS-1', 'app', x'4D61696C'),
+            ('E3', 'OBS-1', x'617070', 'Mail'), ('E4', 'OBS-1', NULL, 'Mail'),
+            ('E5', 'OBS-1', 'app', NULL), ('E6', 'OBS-1', 'count', 42);
+    )SQL",
+          VarnholtTestSupport::kEntitiesWithoutConstraints);
+    const auto rows = fetch(kTen, kTen + 3600);
+    ASSERT_EQ(rows.size(), 1u);
+    EXPECT_EQ(rows[0].entitiesJson,
+              std::optional<std::string>(R"([{"kind":"app","value":"Mail"},{"kind":"count","value":"42"}])"));
+}
+
 TEST_P(SQLiteObservationTimelineTest, BothBoundsAreInclusive) {
     build(R"SQL(
         INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at) VALUES
@@ -361,13 +396,18 @@ TEST(SQLiteObservationTimelineStatementTest, TheStatementTextIsKeptExactly) {
     EXPECT_STREQ(SQLiteObservationTimeline::kStatement,
                  "    WITH eligible AS (\n"
                  "        SELECT o.id, o.vlm_description, o.apps, o.image_path,\n"
-                 "               COALESCE(f.timestamp, o.timestamp) AS frame_timestamp,\n"
+                 "               COALESCE(CASE WHEN f.timestamp < '' THEN f.timestamp END,\n"
+                 "                        CASE WHEN o.timestamp < '' THEN o.timestamp END) AS frame_timestamp,\n"
                  "               (SELECT json_group_array(json_object('kind', entity_kind, 'value', entity_value))\n"
-                 "                FROM observation_entities WHERE observation_id = o.id) AS entities_json\n"
+                 "                FROM observation_entities WHERE observation_id = o.id\n"
+                 "                  AND typeof(entity_kind) NOT IN ('null', 'blob')\n"
+                 "                  AND typeof(entity_value) NOT IN ('null', 'blob')) AS entities_json\n"
                  "        FROM observations o\n"
                  "        LEFT JOIN frames f ON o.frame_id = f.id\n"
-                 "        WHERE COALESCE(f.timestamp, o.timestamp) >= ?\n"
-                 "          AND COALESCE(f.timestamp, o.timestamp) <= ?\n"
+                 "        WHERE COALESCE(CASE WHEN f.timestamp < '' THEN f.timestamp END,\n"
+                 "                       CASE WHEN o.timestamp < '' THEN o.timestamp END) >= ?\n"
+                 "          AND COALESCE(CASE WHEN f.timestamp < '' THEN f.timestamp END,\n"
+                 "                       CASE WHEN o.timestamp < '' THEN o.timestamp END) <= ?\n"
                  "          AND o.vlm_description IS NOT NULL\n"
                  "          AND length(trim(o.vlm_description)) > 0\n"
                  "          AND (o.recording_id IS NULL OR o.recording_id = '')\n"
@@ -378,6 +418,7 @@ TEST(SQLiteObservationTimelineStatementTest, TheStatementTextIsKeptExactly) {
                  "    FROM eligible\n"
                  "    ORDER BY frame_timestamp ASC");
 }
+
 
 INSTANTIATE_TEST_SUITE_P(BothStatements, SQLiteObservationTimelineTest,
                          ::testing::Values(StatementChoice::literal, StatementChoice::indexed),

@@ -20,7 +20,7 @@ namespace {
 
 // The recorder's tables without their NOT NULL constraints, and entities
 // without their uniqueness, for rows a real recorder would refuse: frames
-// without time, text in time columns, a pair mentioned twice.
+// without time, entities without kind or value, a pair mentioned twice.
 constexpr const char* kLooseTables = R"SQL(
 CREATE TABLE frames (
     id TEXT PRIMARY KEY, display_id TEXT, captured_at TEXT, timestamp REAL, image_path TEXT,
@@ -32,15 +32,20 @@ CREATE TABLE observations (
     activity_type TEXT, apps TEXT, topics TEXT, text TEXT, audio_source TEXT, audio_type TEXT,
     embedding BLOB, created_at TEXT, vlm_stats TEXT, tb_id TEXT);
 CREATE TABLE observation_entities (
-    entity_id TEXT PRIMARY KEY, observation_id TEXT NOT NULL, entity_kind TEXT NOT NULL,
-    entity_value TEXT NOT NULL, confidence REAL, created_at REAL);
+    entity_id TEXT PRIMARY KEY, observation_id TEXT NOT NULL, entity_kind TEXT,
+    entity_value TEXT, confidence REAL, created_at REAL);
 CREATE VIRTUAL TABLE observations_fts USING fts5(
     vlm_description, content='observations', content_rowid='rowid',
     tokenize="porter unicode61 tokenchars '_-.'");
 )SQL";
 
-// A value for one column: NULL, a real, an integer or text.
-using Value = std::variant<std::monostate, double, std::int64_t, std::string>;
+// Bytes stored as a BLOB.
+struct Blob {
+    std::string bytes;
+};
+
+// A value for one column: NULL, a real, an integer, text or a BLOB.
+using Value = std::variant<std::monostate, double, std::int64_t, std::string, Blob>;
 
 class Inserter {
 public:
@@ -62,6 +67,10 @@ public:
                 sqlite3_bind_double(statement_, position, std::get<double>(value));
             } else if (std::holds_alternative<std::int64_t>(value)) {
                 sqlite3_bind_int64(statement_, position, std::get<std::int64_t>(value));
+            } else if (std::holds_alternative<Blob>(value)) {
+                const std::string& bytes = std::get<Blob>(value).bytes;
+                sqlite3_bind_blob(statement_, position, bytes.data(), static_cast<int>(bytes.size()),
+                                  SQLITE_TRANSIENT);
             } else if (std::holds_alternative<std::string>(value)) {
                 const std::string& text = std::get<std::string>(value);
                 sqlite3_bind_text(statement_, position, text.c_str(), static_cast<int>(text.size()),
@@ -165,7 +174,8 @@ private:
     // round-trip through any text form.
     static double quarterSeconds(double time) { return std::floor(time * 4.0) / 4.0; }
 
-    // A time as a recorder (or a damaged database) might store it.
+    // A time as a recorder (or a damaged database) might store it. NOT NULL
+    // keeps out only NULL: text and BLOBs get into the recorder's schema too.
     Value timeValue(bool allowOdd) {
         const double draw = random_.uniform();
         if (draw < 0.35) return random_.pick(shape_.sharedTimes);
@@ -173,9 +183,21 @@ private:
         if (draw < 0.89) return shape_.start - random_.between(1e6, 1e9);
         if (draw < 0.93) return shape_.end + random_.between(1e6, 1e9);
         if (draw < 0.95) return static_cast<double>(static_cast<std::int64_t>(randomTime()));
-        if (!allowOdd || !shape_.looseSchema) return random_.pick(shape_.sharedTimes);
-        if (draw < 0.975) return Value();
-        return std::string(random_.chance(0.5) ? "pending" : "2026-04-01T10:00:00Z");
+        if (!allowOdd) return random_.pick(shape_.sharedTimes);
+        if (draw < 0.97 && shape_.looseSchema) return Value();
+        if (draw < 0.985) return std::string(random_.chance(0.5) ? "pending" : "2026-04-01T10:00:00Z");
+        return Blob{random_.chance(0.5) ? std::string("\x01") : std::string("1775000000")};
+    }
+
+    // An entity's kind or value as stored: mostly `text`; now and then a
+    // BLOB, a number (which a TEXT column turns into text) or, where the
+    // schema allows it, NULL.
+    Value entityText(const std::string& text) {
+        const double draw = random_.uniform();
+        if (draw < 0.03) return Blob{text};
+        if (draw < 0.04) return std::int64_t{42};
+        if (draw < 0.06 && shape_.looseSchema) return Value();
+        return text;
     }
 
     std::string words(int low, int high) {
@@ -278,7 +300,7 @@ private:
                 const std::string owner = random_.chance(0.03) ? "O-GONE-" + std::to_string(i) : id;
                 const std::string entityId = "E" + std::to_string(entityCount++);
                 const std::string value = random_.pick(values);
-                entities.insert({entityId, owner, random_.pick(shape_.kinds), value});
+                entities.insert({entityId, owner, entityText(random_.pick(shape_.kinds)), entityText(value)});
                 // Loose databases may repeat a pair within one observation.
                 if (shape_.looseSchema && random_.chance(0.05)) {
                     entities.insert({"E" + std::to_string(entityCount++), owner, std::string("app"), value});

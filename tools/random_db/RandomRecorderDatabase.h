@@ -11,7 +11,7 @@ namespace VarnholtRandomData {
 struct RandomDatabaseShape {
     std::uint64_t seed = 0;
     // The recorder's NOT NULL constraints dropped, so that frames without
-    // time, text times and NULL columns can be stored at all.
+    // time, NULL entity kinds and values and other NULL columns can be stored.
     bool looseSchema = false;
     // ANALYZE ran, so SQLite plans with statistics (sqlite_stat1).
     bool analyzed = false;
@@ -51,7 +51,8 @@ struct RandomDatabaseOptions {
 // a range, frames pruned or without time, observations without frames, NULL,
 // empty and other recording ids, blank or missing descriptions, entities on
 // frameless observations and on no observation at all, rows far in the past
-// and future, text where a time belongs. The same seed writes the same rows
+// and future, text and BLOBs where a time belongs, entities whose kind or
+// value is a BLOB, a number or NULL. The same seed writes the same rows
 // on every machine. Throws std::runtime_error on SQLite failures.
 RandomDatabaseShape writeRandomDatabase(const std::string& path, std::uint64_t seed,
                                         const RandomDatabaseOptions& options = {});

@@ -124,12 +124,22 @@ private:
 const std::string kHead =
     "    SELECT oe.entity_kind, oe.entity_value,\n"
     "           COUNT(*) AS occurrence_count,\n"
-    "           MIN(COALESCE(f.timestamp, o.timestamp)) AS first_seen,\n"
-    "           MAX(COALESCE(f.timestamp, o.timestamp)) AS last_seen\n"
+    "           MIN(COALESCE(CASE WHEN f.timestamp < '' THEN f.timestamp END,\n"
+    "                        CASE WHEN o.timestamp < '' THEN o.timestamp END)) AS first_seen,\n"
+    "           MAX(COALESCE(CASE WHEN f.timestamp < '' THEN f.timestamp END,\n"
+    "                        CASE WHEN o.timestamp < '' THEN o.timestamp END)) AS last_seen\n"
     "    FROM observation_entities oe\n"
     "    JOIN observations o ON oe.observation_id = o.id\n"
     "    LEFT JOIN frames f ON f.id = o.frame_id\n"
-    "    ";
+    "    WHERE typeof(oe.entity_kind) NOT IN ('null', 'blob')\n"
+    "      AND typeof(oe.entity_value) NOT IN ('null', 'blob')";
+const std::string kFrom =
+    "\n      AND COALESCE(CASE WHEN f.timestamp < '' THEN f.timestamp END,\n"
+    "               CASE WHEN o.timestamp < '' THEN o.timestamp END) >= ?";
+const std::string kTo =
+    "\n      AND COALESCE(CASE WHEN f.timestamp < '' THEN f.timestamp END,\n"
+    "               CASE WHEN o.timestamp < '' THEN o.timestamp END) <= ?";
+const std::string kKind = "\n      AND oe.entity_kind = ?";
 const std::string kTail =
     "\n"
     "    GROUP BY oe.entity_kind, oe.entity_value\n"
@@ -140,38 +150,30 @@ TEST_P(SQLiteEntityQueryTest, StatementWithoutConditions) {
     EXPECT_EQ(SQLiteEntityQuery::composeSQL(params({}, {}, {}, 100)),
               "    SELECT oe.entity_kind, oe.entity_value,\n"
               "           COUNT(*) AS occurrence_count,\n"
-              "           MIN(COALESCE(f.timestamp, o.timestamp)) AS first_seen,\n"
-              "           MAX(COALESCE(f.timestamp, o.timestamp)) AS last_seen\n"
+              "           MIN(COALESCE(CASE WHEN f.timestamp < '' THEN f.timestamp END,\n"
+              "                        CASE WHEN o.timestamp < '' THEN o.timestamp END)) AS first_seen,\n"
+              "           MAX(COALESCE(CASE WHEN f.timestamp < '' THEN f.timestamp END,\n"
+              "                        CASE WHEN o.timestamp < '' THEN o.timestamp END)) AS last_seen\n"
               "    FROM observation_entities oe\n"
               "    JOIN observations o ON oe.observation_id = o.id\n"
               "    LEFT JOIN frames f ON f.id = o.frame_id\n"
-              "    \n"
+              "    WHERE typeof(oe.entity_kind) NOT IN ('null', 'blob')\n"
+              "      AND typeof(oe.entity_value) NOT IN ('null', 'blob')\n"
               "    GROUP BY oe.entity_kind, oe.entity_value\n"
               "    ORDER BY occurrence_count DESC, entity_kind ASC, entity_value ASC\n"
               "    LIMIT ?");
 }
 
 TEST_P(SQLiteEntityQueryTest, StatementWithEachConditionAlone) {
-    EXPECT_EQ(SQLiteEntityQuery::composeSQL(params(kT, {}, {}, 1)),
-              kHead + "WHERE COALESCE(f.timestamp, o.timestamp) >= ?" + kTail);
-    EXPECT_EQ(SQLiteEntityQuery::composeSQL(params({}, kT, {}, 1)),
-              kHead + "WHERE COALESCE(f.timestamp, o.timestamp) <= ?" + kTail);
-    EXPECT_EQ(SQLiteEntityQuery::composeSQL(params({}, {}, "app", 1)),
-              kHead + "WHERE oe.entity_kind = ?" + kTail);
+    EXPECT_EQ(SQLiteEntityQuery::composeSQL(params(kT, {}, {}, 1)), kHead + kFrom + kTail);
+    EXPECT_EQ(SQLiteEntityQuery::composeSQL(params({}, kT, {}, 1)), kHead + kTo + kTail);
+    EXPECT_EQ(SQLiteEntityQuery::composeSQL(params({}, {}, "app", 1)), kHead + kKind + kTail);
 }
 
 TEST_P(SQLiteEntityQueryTest, StatementWithConditionsJoinedInOrder) {
-    EXPECT_EQ(SQLiteEntityQuery::composeSQL(params(kT, kT + 1, "app", 1)),
-              kHead +
-                  "WHERE COALESCE(f.timestamp, o.timestamp) >= ? AND "
-                  "COALESCE(f.timestamp, o.timestamp) <= ? AND oe.entity_kind = ?" +
-                  kTail);
-    EXPECT_EQ(SQLiteEntityQuery::composeSQL(params(kT, {}, "app", 1)),
-              kHead + "WHERE COALESCE(f.timestamp, o.timestamp) >= ? AND oe.entity_kind = ?" +
-                  kTail);
-    EXPECT_EQ(SQLiteEntityQuery::composeSQL(params({}, kT, "app", 1)),
-              kHead + "WHERE COALESCE(f.timestamp, o.timestamp) <= ? AND oe.entity_kind = ?" +
-                  kTail);
+    EXPECT_EQ(SQLiteEntityQuery::composeSQL(params(kT, kT + 1, "app", 1)), kHead + kFrom + kTo + kKind + kTail);
+    EXPECT_EQ(SQLiteEntityQuery::composeSQL(params(kT, {}, "app", 1)), kHead + kFrom + kKind + kTail);
+    EXPECT_EQ(SQLiteEntityQuery::composeSQL(params({}, kT, "app", 1)), kHead + kTo + kKind + kTail);
 }
 
 TEST_P(SQLiteEntityQueryTest, EmptyTablesGiveNoRows) {
@@ -298,17 +300,42 @@ TEST_P(SQLiteEntityQueryTest, MentionOfMissingObservationIsIgnored) {
               (std::vector<EntityAggregation>{row("app", "Mail", 1, kT, kT)}));
 }
 
-TEST_P(SQLiteEntityQueryTest, KindAndValueWithoutTextReadAsEmptyAndEndAtANul) {
-    // Which of these rows the statement gives is its own business; reading
-    // them never stops the process.
+TEST_P(SQLiteEntityQueryTest, KindOrValueNullOrBlobIsNotCountedAndTextEndsAtItsNul) {
     createLooseDatabase(
         "INSERT INTO observations VALUES ('o1', NULL, 1775037600.0);\n"
         "INSERT INTO observation_entities VALUES ('o1', NULL, 'Keynote'), ('o1', 'app', NULL),\n"
+        "  ('o1', x'617070', 'Pages'), ('o1', 'app', x'4D61696C'), ('o1', NULL, NULL),\n"
         "  ('o1', 'app', 'Mail' || char(0) || 'er');");
+    EXPECT_EQ(aggregate(params({}, {}, {}, 100)), (std::vector<EntityAggregation>{row("app", "Mail", 1, kT, kT)}));
+}
+
+TEST_P(SQLiteEntityQueryTest, ABlobValueIsNotCountedInAWindowAndANumberCountsAsItsText) {
+    // TEXT affinity stores the number 42 as the text "42".
+    createDatabase(mentionsAt("o1", kT, {{"app", "Mail"}}) +
+                   "INSERT INTO observation_entities (entity_id, observation_id, entity_kind, entity_value,\n"
+                   "  confidence, created_at) VALUES ('b1', 'o1', 'app', x'4D61696C', 0.9, 0),\n"
+                   "  ('b2', 'o1', x'617070', 'Mail', 0.9, 0), ('n1', 'o1', 'count', 42, 0.9, 0);\n");
+    EXPECT_EQ(aggregate(params(kT - 60, {}, {}, 100)),
+              (std::vector<EntityAggregation>{row("app", "Mail", 1, kT, kT), row("count", "42", 1, kT, kT)}));
+    EXPECT_EQ(aggregate(params(kT - 60, kT + 60, "app", 100)),
+              (std::vector<EntityAggregation>{row("app", "Mail", 1, kT, kT)}));
+}
+
+TEST_P(SQLiteEntityQueryTest, ATextTimeIsNoTime) {
+    // o1's frame time is text, so o1 is dated by its own time; o2 has only a
+    // text time of its own and no time at all then; o3 a BLOB.
+    createDatabase(
+        "INSERT INTO frames (id, display_id, captured_at, timestamp, image_path, analyzed)\n"
+        "  VALUES ('f1', 'd', 'c', 'pending', '/f1.png', 1);\n" +
+        observation("o1", "'f1'", kT + 30) +
+        "INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at)\n"
+        "  VALUES ('o2', 'screen', '2026-04-01T10:00:00Z', 'Working', '[]', 'x'),\n"
+        "         ('o3', 'screen', x'00', 'Working', '[]', 'x');\n" +
+        entity("o1", "app", "Mail") + entity("o2", "app", "Mail") + entity("o3", "app", "Mail"));
+    EXPECT_EQ(aggregate(params(kT, {}, {}, 100)),
+              (std::vector<EntityAggregation>{row("app", "Mail", 1, kT + 30, kT + 30)}));
     EXPECT_EQ(aggregate(params({}, {}, {}, 100)),
-              (std::vector<EntityAggregation>{row("", "Keynote", 1, kT, kT),
-                                              row("app", "", 1, kT, kT),
-                                              row("app", "Mail", 1, kT, kT)}));
+              (std::vector<EntityAggregation>{row("app", "Mail", 3, kT + 30, kT + 30)}));
 }
 
 TEST_P(SQLiteEntityQueryTest, MissingTableIsQueryFailed) {

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "DatabaseError.h"
+#include "FixtureDatabase.h"
 #include "RecorderSchema.h"
 #include "SQLiteReadConnection.h"
 #include "StatementLog.h"
@@ -36,9 +37,12 @@ const std::string kHead =
     "        o.vlm_description,\n"
     "        o.apps,\n"
     "        o.image_path,\n"
-    "        COALESCE(f.timestamp, o.timestamp) AS frame_timestamp,\n"
+    "        COALESCE(CASE WHEN f.timestamp < '' THEN f.timestamp END,\n"
+    "                 CASE WHEN o.timestamp < '' THEN o.timestamp END) AS frame_timestamp,\n"
     "        (SELECT json_group_array(json_object('kind', entity_kind, 'value', entity_value))\n"
-    "         FROM observation_entities WHERE observation_id = o.id) AS entities_json\n"
+    "         FROM observation_entities WHERE observation_id = o.id\n"
+    "           AND typeof(entity_kind) NOT IN ('null', 'blob')\n"
+    "           AND typeof(entity_value) NOT IN ('null', 'blob')) AS entities_json\n"
     "    FROM observations o\n"
     "    JOIN observations_fts fts ON fts.rowid = o.rowid\n"
     "    LEFT JOIN frames f ON o.frame_id = f.id\n"
@@ -52,8 +56,8 @@ std::string transform(const std::string& keyword) {
 // ---------------------------------------------------------------------------
 // The statement text of each variant.
 
-TEST(SQLiteObservationSearchTest, HeadIsFourHundredNinetyCharacters) {
-    EXPECT_EQ(kHead.size(), 490u);
+TEST(SQLiteObservationSearchTest, HeadIsSixHundredNinetyEightCharacters) {
+    EXPECT_EQ(kHead.size(), 698u);
 }
 
 TEST(SQLiteObservationSearchTest, StatementWithoutFiltersRanksByRelevance) {
@@ -76,8 +80,10 @@ TEST(SQLiteObservationSearchTest, StatementWithEveryFilter) {
               kHead +
                   "o.vlm_description IS NOT NULL\n"
                   "  AND EXISTS (SELECT 1 FROM json_each(o.apps) WHERE lower(value) = lower(?))\n"
-                  "  AND COALESCE(f.timestamp, o.timestamp) >= ?\n"
-                  "  AND COALESCE(f.timestamp, o.timestamp) <= ?\n"
+                  "  AND COALESCE(CASE WHEN f.timestamp < '' THEN f.timestamp END,\n"
+                  "           CASE WHEN o.timestamp < '' THEN o.timestamp END) >= ?\n"
+                  "  AND COALESCE(CASE WHEN f.timestamp < '' THEN f.timestamp END,\n"
+                  "           CASE WHEN o.timestamp < '' THEN o.timestamp END) <= ?\n"
                   "    ORDER BY bm25(observations_fts) ASC, frame_timestamp DESC\n"
                   "    LIMIT ?");
 }
@@ -91,7 +97,8 @@ TEST(SQLiteObservationSearchTest, StatementWithApplicationAndUpperBound) {
               kHead +
                   "o.vlm_description IS NOT NULL\n"
                   "  AND EXISTS (SELECT 1 FROM json_each(o.apps) WHERE lower(value) = lower(?))\n"
-                  "  AND COALESCE(f.timestamp, o.timestamp) <= ?\n"
+                  "  AND COALESCE(CASE WHEN f.timestamp < '' THEN f.timestamp END,\n"
+                  "           CASE WHEN o.timestamp < '' THEN o.timestamp END) <= ?\n"
                   "    ORDER BY bm25(observations_fts) ASC, frame_timestamp DESC\n"
                   "    LIMIT ?");
 }
@@ -104,7 +111,8 @@ TEST(SQLiteObservationSearchTest, StatementForLatestOrdersByTimeOnly) {
     EXPECT_EQ(SQLiteObservationSearch::statementFor(params),
               kHead +
                   "o.vlm_description IS NOT NULL\n"
-                  "  AND COALESCE(f.timestamp, o.timestamp) >= ?\n"
+                  "  AND COALESCE(CASE WHEN f.timestamp < '' THEN f.timestamp END,\n"
+                  "           CASE WHEN o.timestamp < '' THEN o.timestamp END) >= ?\n"
                   "    ORDER BY frame_timestamp DESC\n"
                   "    LIMIT ?");
 }
@@ -389,6 +397,59 @@ INSERT INTO observation_entities VALUES
     ASSERT_EQ(results.size(), 1u);
     EXPECT_EQ(results[0].entities,
               (std::vector<SearchResultEntity>{{"app", "Pages"}, {"programming_language", "Swift"}}));
+}
+
+TEST_P(SQLiteObservationSearchDatabaseTest, EntityWithNullOrBlobKindOrValueIsLeftOut) {
+    createDatabase(std::string(VarnholtTestSupport::kEntitiesWithoutConstraints) + R"SQL(
+INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at) VALUES
+  ('O1', 'visual', 1775037600.0, 'Editing the invoice template', '["Pages"]', '2026-04-01T10:00:05Z');
+INSERT INTO observation_entities VALUES
+  ('E1', 'O1', 'app', x'5061676573', 0.9, 1775037601.0),
+  ('E2', 'O1', x'617070', 'Pages', 0.9, 1775037601.0),
+  ('E3', 'O1', NULL, 'Keynote', 0.8, 1775037601.0),
+  ('E4', 'O1', 'app', NULL, 0.8, 1775037601.0),
+  ('E5', 'O1', 'software_tool', 42, 0.8, 1775037601.0),
+  ('E6', 'O1', 'programming_language', 'Swift', 0.7, 1775037601.0);
+)SQL");
+    ObservationSearchParams params = paramsFor("invoice");
+    for (const bool latest : {false, true}) {
+        params.latestOnly = latest;
+        params.fromTs = latest ? std::optional<double>(kTen - 60) : std::nullopt;
+        const auto results = search(params);
+        ASSERT_EQ(results.size(), 1u);
+        EXPECT_EQ(results[0].entities, (std::vector<SearchResultEntity>{{"software_tool", "42"},
+                                                                        {"programming_language", "Swift"}}));
+    }
+}
+
+TEST_P(SQLiteObservationSearchDatabaseTest, ATimeOfTextOrBlobIsNoTime) {
+    // O-TEXT-FRAME is dated by its own time, its frame's being text;
+    // O-TEXT-OWN and O-BLOB-OWN have no time at all and stay out of every
+    // window, as a NULL time would.
+    createDatabase(R"SQL(
+INSERT INTO frames (id, display_id, captured_at, timestamp, image_path, analyzed) VALUES
+  ('F-TEXT', '1', 'x', 'pending', '/f.png', 1);
+INSERT INTO observations (id, frame_id, type, timestamp, vlm_description, apps, created_at) VALUES
+  ('O-TEXT-FRAME', 'F-TEXT', 'visual', 1775037630.5, 'invoice one', '[]', 'x'),
+  ('O-TEXT-OWN', NULL, 'visual', '2026-04-01T10:00:00Z', 'invoice two', '[]', 'x'),
+  ('O-BLOB-OWN', NULL, 'visual', x'00', 'invoice three', '[]', 'x'),
+  ('O-NUMBER', NULL, 'visual', 1775037600.0, 'invoice four', '[]', 'x');
+)SQL");
+    ObservationSearchParams params = paramsFor("invoice");
+    params.latestOnly = true;
+    params.fromTs = kTen;
+    const auto results = search(params);
+    ASSERT_EQ(idsOf(results), (Ids{"O-TEXT-FRAME", "O-NUMBER"}));
+    EXPECT_EQ(results[0].frameTimestamp, 1775037630.5);
+    params.fromTs = kTen - 3600;
+    params.toTs = kTen + 3600;
+    EXPECT_EQ(idsOf(search(params)), (Ids{"O-TEXT-FRAME", "O-NUMBER"}));
+    // Without a window they are found, last and undated, as with NULL.
+    params.fromTs.reset();
+    params.toTs.reset();
+    const auto unbounded = search(params);
+    ASSERT_EQ(idsOf(unbounded), (Ids{"O-TEXT-FRAME", "O-NUMBER", "O-TEXT-OWN", "O-BLOB-OWN"}));
+    EXPECT_EQ(unbounded[2].frameTimestamp, 0.0);
 }
 
 TEST_P(SQLiteObservationSearchDatabaseTest, ObservationsWithoutDescriptionAreNeverFound) {

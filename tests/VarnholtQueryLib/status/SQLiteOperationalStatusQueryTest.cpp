@@ -92,6 +92,32 @@ TEST_P(SQLiteOperationalStatusQueryTest, CountsAndNewestTimes) {
     EXPECT_EQ(metrics.observationsLast5Min, 0);
 }
 
+TEST_P(SQLiteOperationalStatusQueryTest, TimesOfTextOrBlobAreNoTimesButTheRowsCount) {
+    // Text and BLOBs sort after every number: read as times they would be
+    // the newest, and recent, and read as numbers they would be 1970.
+    const OperationalMetrics metrics = metricsAfter(
+        frame("F1", "1775037500.5", 1) + frame("F2", "'pending'", 1) + frame("F3", "x'00'", 1) +
+        observation("O1", "1775036000") + observation("O2", "'2026-04-01T10:00:00Z'") +
+        observation("O3", "x'01'"));
+    EXPECT_EQ(metrics.totalFrames, 3);
+    EXPECT_EQ(metrics.totalObservations, 3);
+    EXPECT_EQ(metrics.lastFrameTimestamp, 1775037500.5);
+    EXPECT_EQ(metrics.firstObservationAt, 1775036000);
+    EXPECT_EQ(metrics.lastObservationAt, 1775036000);
+    EXPECT_EQ(metrics.framesLast5Min, 1);
+    EXPECT_EQ(metrics.observationsLast5Min, 0);
+}
+
+TEST_P(SQLiteOperationalStatusQueryTest, OnlyTextTimesGiveNoTimesAtAll) {
+    const OperationalMetrics metrics =
+        metricsAfter(frame("F1", "'pending'", 1) + observation("O1", "'pending'"));
+    EXPECT_FALSE(metrics.lastFrameTimestamp.has_value());
+    EXPECT_FALSE(metrics.firstObservationAt.has_value());
+    EXPECT_FALSE(metrics.lastObservationAt.has_value());
+    EXPECT_EQ(metrics.framesLast5Min, 0);
+    EXPECT_EQ(metrics.observationsLast5Min, 0);
+}
+
 TEST_P(SQLiteOperationalStatusQueryTest, PendingCountsOnlyUnanalysedFrames) {
     // 1 is analysed and 2 failed; neither waits any more.
     const OperationalMetrics metrics =

@@ -92,6 +92,27 @@ TEST_P(SQLiteSupportContextQueryTest, ReturnsEveryRowWithoutALimit) {
     EXPECT_EQ(since(1775037000.0).size(), 250u);
 }
 
+TEST_P(SQLiteSupportContextQueryTest, ATimeOfTextOrBlobIsNoTime) {
+    // Text sorts after every number, so it used to be inside a window open
+    // at the top, and newest. O6's frame time is text: its own time dates it.
+    sqlite3* handle = VarnholtSampleData::openWritableDatabase(path_);
+    VarnholtSampleData::execWritable(handle, R"SQL(
+INSERT INTO frames (id, display_id, captured_at, timestamp, image_path, analyzed) VALUES
+  ('F-TEXT', '1', 'x', 'pending', '/f/t.png', 1);
+INSERT INTO observations (id, frame_id, type, timestamp, vlm_description, apps, created_at) VALUES
+  ('O6', 'F-TEXT', 'visual', 1775036000.0, 'Dated by itself', '[]', 'x'),
+  ('O7', NULL, 'visual', '2026-04-01T10:00:00Z', 'Text time', '[]', 'x'),
+  ('O8', 'F-TEXT', 'visual', x'00', 'No time at all', '[]', 'x');
+)SQL");
+    sqlite3_close(handle);
+    const std::vector<SupportContextObservation> expected = {
+        {1775036400.25, "", {}},
+        {1775036000.0, "Dated by itself", {}},
+        {1775035800.0, "Debugging the importer", {}},
+    };
+    EXPECT_EQ(since(1775035800.0), expected);
+}
+
 TEST_P(SQLiteSupportContextQueryTest, MissingTableIsAQueryFailure) {
     sqlite3* handle = VarnholtSampleData::openWritableDatabase(path_);
     VarnholtSampleData::execWritable(handle, "DROP TABLE frames;");
