@@ -15,19 +15,21 @@ using namespace VarnholtSQLiteSupport;
 
 namespace {
 
-// Frames with and without time, one with text for a time; observations of
-// them, of pruned frames and of none, in every recording group.
+// Frames with and without time, one with text and one with a BLOB for a
+// time; observations of them, of pruned frames and of none, in every
+// recording group, two with text or a BLOB for their own time.
 constexpr const char* kRows = R"SQL(
 CREATE TABLE frames (id TEXT PRIMARY KEY, timestamp REAL);
 CREATE TABLE observations (id TEXT PRIMARY KEY, recording_id TEXT, frame_id TEXT, timestamp REAL);
 CREATE INDEX frames_time ON frames(timestamp);
 CREATE INDEX observations_frame ON observations(frame_id);
 CREATE INDEX observations_recording_time ON observations(recording_id, timestamp);
-INSERT INTO frames VALUES ('F10', 10), ('F20', 20), ('F30', 30), ('FNULL', NULL), ('FTEXT', 'later');
+INSERT INTO frames VALUES ('F10', 10), ('F20', 20), ('F30', 30), ('FNULL', NULL), ('FTEXT', 'later'), ('FBLOB', x'00');
 INSERT INTO observations VALUES
   ('a', NULL, 'F10', 10), ('b', NULL, 'F20', 99), ('c', '', 'F30', 1), ('d', 'R', 'F20', 20),
   ('e', NULL, 'FNULL', 15), ('f', 'R', 'FNULL', 40), ('g', NULL, 'GONE', 25), ('h', '', NULL, 5),
-  ('i', 'S', NULL, 30), ('j', NULL, 'FTEXT', 12), ('k', NULL, 'F10', 10), ('l', 'R', 'GONE', 'text');
+  ('i', 'S', NULL, 30), ('j', NULL, 'FTEXT', 12), ('k', NULL, 'F10', 10), ('l', 'R', 'GONE', 'text'),
+  ('m', NULL, 'FBLOB', 17), ('n', '', NULL, x'01');
 )SQL";
 
 class EffectiveTimeWindowTest : public ::testing::Test {
@@ -54,9 +56,9 @@ protected:
 
     // The rows the literal statements filter: the LEFT JOIN by effective time.
     std::vector<std::string> literalRows(const WindowBounds& bounds, double from, double to) {
-        return rows("SELECT o.id, COALESCE(f.timestamp, o.timestamp) FROM observations o "
-                    "LEFT JOIN frames f ON o.frame_id = f.id WHERE " +
-                        windowCondition("COALESCE(f.timestamp, o.timestamp)", bounds),
+        return rows(std::string("SELECT o.id, ") + kEffectiveTime +
+                        " FROM observations o LEFT JOIN frames f ON o.frame_id = f.id WHERE " +
+                        windowCondition(kEffectiveTime, bounds),
                     bounds, from, to);
     }
 
@@ -77,15 +79,16 @@ TEST_F(EffectiveTimeWindowTest, ThePartsHoldExactlyTheRowsOfTheLeftJoinWithTheir
              {0, 100}, {10, 10}, {11, 29}, {20, 40}, {-1e9, 1e9}, {50, 60}, {15, 15}}) {
         SCOPED_TRACE(std::to_string(from) + ".." + std::to_string(to));
         EXPECT_EQ(windowRows({true, true}, from, to), literalRows({true, true}, from, to));
-        // An open end keeps text times, which sort after every number.
         EXPECT_EQ(windowRows({true, false}, from, to), literalRows({true, false}, from, to));
         EXPECT_EQ(windowRows({false, true}, from, to), literalRows({false, true}, from, to));
     }
-    // j's frame has text for a time: it wins over j's own 12 and lies
-    // after every number, so no closed window holds j.
+    // j's frame has text for a time and m's a BLOB: their own 12 and 17
+    // date them. l and n have no time at all, and no window holds them, not
+    // even one open at the top (text and BLOBs sort after every number).
     EXPECT_EQ(windowRows({true, true}, 10, 20),
-              (std::vector<std::string>{"a 10.0", "b 20.0", "d 20.0", "e 15.0", "k 10.0"}));
-    EXPECT_EQ(windowRows({true, false}, 1e9, 0), (std::vector<std::string>{"j later", "l text"}));
+              (std::vector<std::string>{"a 10.0", "b 20.0", "d 20.0", "e 15.0", "j 12.0", "k 10.0", "m 17.0"}));
+    EXPECT_EQ(windowRows({true, false}, 1e9, 0), std::vector<std::string>{});
+    EXPECT_EQ(literalRows({true, false}, 1e9, 0), std::vector<std::string>{});
 }
 
 TEST_F(EffectiveTimeWindowTest, OnePartPerRecordingValueWhenAskedForOne) {
@@ -100,7 +103,8 @@ TEST_F(EffectiveTimeWindowTest, OnePartPerRecordingValueWhenAskedForOne) {
 
 TEST_F(EffectiveTimeWindowTest, ConditionsNameOnlyThePresentBounds) {
     EXPECT_EQ(windowCondition("f.timestamp", {true, true}), "f.timestamp >= :from AND f.timestamp <= :to");
-    EXPECT_EQ(windowCondition("t", {true, false}), "t >= :from");
+    // Open at the top, the window keeps only numbers.
+    EXPECT_EQ(windowCondition("t", {true, false}), "t >= :from AND t < ''");
     EXPECT_EQ(windowCondition("t", {false, true}), "t <= :to");
 }
 

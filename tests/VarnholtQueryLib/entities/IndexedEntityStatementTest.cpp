@@ -49,7 +49,7 @@ TEST(IndexedEntityStatementTest, PlanOnTheRecordersSchemaWithKindAndBothBounds) 
 TEST(IndexedEntityStatementTest, PlanOnTheRecordersSchemaForTheDefaultWindow) {
     QueryPlanDatabases databases;
     const auto plan = databases.planOnRecorderSchema(indexedEntityStatement(params(1.0, std::nullopt, std::nullopt)));
-    EXPECT_EQ(plan.at(3), "SEARCH f USING INDEX idx_frames_timestamp (timestamp>?)");
+    EXPECT_EQ(plan.at(3), "SEARCH f USING INDEX idx_frames_timestamp (timestamp>? AND timestamp<?)");
     EXPECT_EQ(plan.at(5), "SEARCH oe USING COVERING INDEX sqlite_autoindex_observation_entities_2 (observation_id=?)");
     EXPECT_EQ(QueryPlanDatabases::tableScans(plan), std::vector<std::string>{});
 }

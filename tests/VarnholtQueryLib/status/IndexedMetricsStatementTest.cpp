@@ -12,7 +12,8 @@ namespace {
 // Counting all rows of a table still walks one index from end to end: the
 // two totals. Everything else seeks: a range of frames(analyzed), the ends
 // and the recent range of frames(timestamp), and per recording_id value the
-// ends and the recent range of observations(recording_id, timestamp).
+// ends and the recent range of observations(recording_id, timestamp), each
+// range ending below the first text time.
 TEST(IndexedMetricsStatementTest, PlanOnTheRecordersSchema) {
     QueryPlanDatabases databases;
     EXPECT_EQ(databases.planOnRecorderSchema(indexedMetricsStatement()),
@@ -24,9 +25,9 @@ TEST(IndexedMetricsStatementTest, PlanOnTheRecordersSchema) {
                       "SCALAR SUBQUERY 12",
                       "SEARCH frames USING COVERING INDEX idx_frames_analyzed (analyzed=?)",
                       "SCALAR SUBQUERY 13",
-                      "SEARCH frames USING COVERING INDEX idx_frames_timestamp",
+                      "SEARCH frames USING COVERING INDEX idx_frames_timestamp (timestamp<?)",
                       "SCALAR SUBQUERY 14",
-                      "SEARCH frames USING COVERING INDEX idx_frames_timestamp (timestamp>?)",
+                      "SEARCH frames USING COVERING INDEX idx_frames_timestamp (timestamp>? AND timestamp<?)",
                       "SCALAR SUBQUERY 15",
                       "SCAN observations USING COVERING INDEX idx_observations_tb",
                       "SCALAR SUBQUERY 16",
@@ -36,11 +37,11 @@ TEST(IndexedMetricsStatementTest, PlanOnTheRecordersSchema) {
                   {
                       "SCAN g",
                       "CORRELATED SCALAR SUBQUERY 7",
-                      "SEARCH o USING COVERING INDEX idx_observations_recording_timestamp (recording_id=?)",
+                      "SEARCH o USING COVERING INDEX idx_observations_recording_timestamp (recording_id=? AND timestamp<?)",
                       "CORRELATED SCALAR SUBQUERY 8",
-                      "SEARCH o USING COVERING INDEX idx_observations_recording_timestamp (recording_id=?)",
+                      "SEARCH o USING COVERING INDEX idx_observations_recording_timestamp (recording_id=? AND timestamp<?)",
                       "CORRELATED SCALAR SUBQUERY 9",
-                      "SEARCH o USING COVERING INDEX idx_observations_recording_timestamp (recording_id=? AND timestamp>?)",
+                      "SEARCH o USING COVERING INDEX idx_observations_recording_timestamp (recording_id=? AND timestamp>? AND timestamp<?)",
                       "SEARCH per_recording",
                       "SCALAR SUBQUERY 17",
                       "SEARCH per_recording",
