@@ -58,9 +58,11 @@ std::string windowRowidRangeStatement(const ObservationSearchParams& params) {
 }
 
 std::string indexedSearchStatement(const ObservationSearchParams& params,
-                                   const std::vector<OrderTerm>& tieOrder) {
+                                   const std::vector<OrderTerm>& tieOrder, ScoreFunction function) {
     // Not called rank: FTS5 tables have a hidden column of that name.
-    const std::string score = params.latestOnly ? "NULL" : "bm25(observations_fts)";
+    const std::string score = params.latestOnly                            ? "NULL"
+                              : function == ScoreFunction::bm25WithCopies ? "bm25_with_copies(observations_fts, :copies)"
+                                                                          : "bm25(observations_fts)";
     return "    WITH ranked AS (\n"
            "      SELECT o.rowid AS rid, " +
            score + " AS score, " + kEffectiveTime + " AS t" + orderTermColumns(tieOrder) +

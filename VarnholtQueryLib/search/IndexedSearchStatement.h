@@ -27,10 +27,16 @@ namespace VarnholtQueryLib {
 // the literal statement's walk order `tieOrder` (observationScanOrder: FTS5
 // returns matches by ascending rowid).
 //
+// The relevance is FTS5's bm25, or bm25_with_copies (BM25WithCopies.h) with
+// :copies when :match holds the distinct alternatives of a keyword with
+// repeated words.
+//
 // Parameters: :match (the MATCH text), :lo and :hi (rowids), :app, :from and
-// :to where `params` has them, and :limit.
+// :to where `params` has them, :copies for bm25WithCopies, and :limit.
+enum class ScoreFunction { bm25, bm25WithCopies };
 std::string indexedSearchStatement(const ObservationSearchParams& params,
-                                   const std::vector<VarnholtSQLiteSupport::OrderTerm>& tieOrder);
+                                   const std::vector<VarnholtSQLiteSupport::OrderTerm>& tieOrder,
+                                   ScoreFunction score = ScoreFunction::bm25);
 
 // Matches of :match, counted up to :cap: walks the full-text index only.
 extern const char* const kMatchCountStatement;

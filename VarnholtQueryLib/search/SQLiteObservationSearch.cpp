@@ -17,7 +17,9 @@
 #include "SQLiteReadConnection.h"
 #include "SQLiteStatement.h"
 #include "search/FTS5Keyword.h"
+#include "search/BM25WithCopies.h"
 #include "search/IndexedSearchStatement.h"
+#include "search/RepeatedAlternatives.h"
 
 namespace VarnholtQueryLib {
 
@@ -104,20 +106,20 @@ std::vector<ObservationSearchResult> stepAll(sqlite3* handle, sqlite3_stmt* stat
     return results;
 }
 
-// How many matches and window frames are counted at most to choose between
-// confining the match to the window's rowids and letting it run over all of
-// them. Counting walks index entries only, some nanoseconds each.
+// How many window frames are counted at most to choose between confining
+// the match to the window's rowids and letting it run over all of them.
+// Counting walks index entries only, some nanoseconds each.
 constexpr std::int64_t kEstimateCap = 1'000'000;
 
 // The number the one-column `sql` counts, up to `cap`; absent when the
 // statement fails (the literal statement then reports the failure).
-std::optional<std::int64_t> countUpTo(sqlite3* handle, const std::string& sql,
+std::optional<std::int64_t> countUpTo(sqlite3* handle, const std::string& sql, std::int64_t cap,
                                       const std::function<void(sqlite3_stmt*)>& bind) {
     sqlite3_stmt* statement = prepareOrNull(handle, sql);
     if (statement == nullptr) return std::nullopt;
     FinalizeOnExit finalize(statement);
     bind(statement);
-    bindNamedInt64(statement, ":cap", kEstimateCap);
+    bindNamedInt64(statement, ":cap", cap);
     if (sqlite3_step(statement) != SQLITE_ROW) return std::nullopt;
     return sqlite3_column_int64(statement, 0);
 }
@@ -139,12 +141,15 @@ struct RowidRange {
 std::optional<RowidRange> rowidRangeFor(sqlite3* handle, const std::string& matchText,
                                         const ObservationSearchParams& params) {
     if (!params.fromTs && !params.toTs) return RowidRange();
-    const auto matches = countUpTo(handle, kMatchCountStatement, [&](sqlite3_stmt* statement) {
+    const auto frames = countUpTo(handle, windowFrameCountStatement(params), kEstimateCap,
+                                  [&](sqlite3_stmt* statement) { bindWindow(statement, params); });
+    if (!frames) return std::nullopt;
+    // Matches are counted only as far as the decision needs: a keyword of
+    // thousands of words costs FTS5 time for every match it counts.
+    const auto matches = countUpTo(handle, kMatchCountStatement, *frames + 1, [&](sqlite3_stmt* statement) {
         bindNamedText(statement, ":match", matchText);
     });
-    const auto frames = countUpTo(handle, windowFrameCountStatement(params),
-                                  [&](sqlite3_stmt* statement) { bindWindow(statement, params); });
-    if (!matches || !frames) return std::nullopt;
+    if (!matches) return std::nullopt;
     if (*frames >= *matches) return RowidRange();
 
     sqlite3_stmt* statement = prepareOrNull(handle, windowRowidRangeStatement(params));
@@ -244,15 +249,24 @@ std::optional<std::vector<ObservationSearchResult>> SQLiteObservationSearch::sea
     const auto tieOrder = observationScanOrder(*plan, indexes_);
     if (!tieOrder) return std::nullopt;
     readScatteredPages(handle_);
+    // Ranked by BM25, a pasted text's repeated words would each cost FTS5 a
+    // pass over their rows; the distinct ones match the same rows, and
+    // bm25_with_copies gives the scores of every copy from them.
+    std::optional<RepeatedAlternatives> repeats;
+    if (!params.latestOnly) repeats = repeatedAlternatives(matchText);
+    if (repeats && !registerBM25WithCopies(handle_)) repeats.reset();
+    const std::string& matching = repeats ? repeats->distinctMatchText : matchText;
     // The rowid range and the match must see the same rows.
     const ReadSnapshot snapshot(handle_);
-    const auto range = rowidRangeFor(handle_, matchText, params);
+    const auto range = rowidRangeFor(handle_, matching, params);
     if (!range) return std::nullopt;
 
-    sqlite3_stmt* statement = prepareOrNull(handle_, indexedSearchStatement(params, *tieOrder));
+    const ScoreFunction score = repeats ? ScoreFunction::bm25WithCopies : ScoreFunction::bm25;
+    sqlite3_stmt* statement = prepareOrNull(handle_, indexedSearchStatement(params, *tieOrder, score));
     if (statement == nullptr) return std::nullopt;
     FinalizeOnExit finalize(statement);
-    bindNamedText(statement, ":match", matchText);
+    bindNamedText(statement, ":match", matching);
+    if (repeats) bindNamedText(statement, ":copies", copiesArgument(repeats->copyOf));
     bindNamedInt64(statement, ":lo", range->lo);
     bindNamedInt64(statement, ":hi", range->hi);
     if (params.appFilter) bindNamedText(statement, ":app", *params.appFilter);

@@ -122,7 +122,15 @@ public:
     void compareSearch() {
         std::vector<std::string> keywords = shape_.words;
         keywords.insert(keywords.end(), {"error deploy", "\"working on\" budget", "Error*", "\"unbalanced",
-                                         "kubernetes OR review", "", "nothing-matches"});
+                                         "kubernetes OR review", "", "nothing-matches",
+                                         // Repeated words, ranked from their distinct alternatives.
+                                         "error error deploy", "budget error budget error error",
+                                         "\"working on\" budget \"working on\"", "deploy.x deploy.x invoice",
+                                         "error OR deploy OR error", "Error error ERROR errors"});
+        // A pasted stretch of the database's own words, most of them repeats.
+        std::string pasted;
+        for (int i = 0; i < 300; ++i) pasted += (i > 0 ? " " : "") + random_.pick(shape_.words);
+        keywords.push_back(pasted);
         std::vector<std::optional<std::string>> applications = {std::nullopt, "slack", "VS Code"};
         const double end = shape_.end;
         const std::vector<std::pair<std::optional<double>, std::optional<double>>> bounds = {
