@@ -202,3 +202,55 @@ TEST_F(RecorderDataTest, EntitiesAnswerDespiteAKindlessEntity) {
     for (const auto& entity : printed["data"]["entities"]) found = found || entity == mail;
     EXPECT_TRUE(found) << result.standardOutput;
 }
+
+TEST(RecorderInfiniteTimeTest, SearchWritesAnInfiniteTimeAsNullWithTheLatestInstant) {
+    // REAL columns can hold ±Inf (9e999 in SQL); JSON has no such number.
+    TemporaryHome home;
+    home.varnholtDirectory();
+    createFixtureDatabase(home.databasePath(), R"SQL(
+INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at) VALUES
+  ('O-INF', 'visual', 9e999, 'Reviewing the invoice forever', '[]', '2026-04-01T09:50:03Z');
+)SQL");
+    InvocationOptions options;
+    options.frozenTime = "2026-04-01 10:00:00";
+    const ProcessResult result = home.run({"search", "invoice", "--from", "2026-04-01T09:00:00Z"}, options);
+    EXPECT_EQ(result.exitStatus, 0);
+    EXPECT_EQ(result.standardError, "");
+    EXPECT_EQ(result.standardOutput, R"({
+  "api_version" : 2,
+  "data" : {
+    "results" : [
+      {
+        "applications" : [
+
+        ],
+        "entities" : [
+
+        ],
+        "observation_id" : "O-INF",
+        "timestamp" : null,
+        "timestamp_iso" : "292277026596-12-04T15:30:07Z",
+        "vlm_description" : "Reviewing the invoice forever"
+      }
+    ]
+  },
+  "error" : null,
+  "meta" : {
+    "current_date" : "2026-04-01",
+    "current_datetime" : "2026-04-01T10:00:00Z",
+    "has_more" : false,
+    "query" : {
+      "app_filter" : null,
+      "from" : "2026-04-01T09:00:00Z",
+      "keyword" : "invoice",
+      "latest_only" : false,
+      "limit" : 50,
+      "to" : null
+    },
+    "returned_results" : 1,
+    "timezone" : "UTC"
+  },
+  "ok" : true
+}
+)");
+}
