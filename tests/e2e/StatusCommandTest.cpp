@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 #include <fcntl.h>
+#include <unistd.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -397,6 +398,31 @@ TEST(StatusCommandTest, AFIFOOrDirectoryAtTheReportPathIsAHealthyBridge) {
     EXPECT_EQ(withDirectory.exitStatus, 0);
     EXPECT_EQ(withDirectory.standardOutput, healthyDocument(home, /*degraded=*/false));
     EXPECT_EQ(withDirectory.standardError, "");
+}
+
+TEST(StatusCommandTest, AReportThatMayNotBeReadIsAHealthyBridge) {
+    // Root reads every file; the report is kept from another user instead.
+    if (geteuid() != 0) GTEST_SKIP() << "needs root to run as another user";
+    TemporaryHome home;
+    createDatabase(home, kHealthyRecorder, kFrozenNow - 30.0);
+    writeLogs(home);
+    const std::string report = home.varnholtDirectory() + "/last-bridge-error.json";
+    // Readable, this report would make the bridge degraded.
+    home.writeFile(".varnholt/last-bridge-error.json", kFailureReport);
+    const unsigned user = TemporaryHome::kUnprivilegedUserId;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(home.path())) {
+        ASSERT_EQ(lchown(entry.path().c_str(), user, user), 0) << entry.path();
+    }
+    ASSERT_EQ(chown(home.path().c_str(), user, user), 0);
+    ASSERT_EQ(chown(report.c_str(), 0, 0), 0);
+    ASSERT_EQ(chmod(report.c_str(), 0600), 0);
+
+    InvocationOptions options = frozenIn("UTC");
+    options.unprivileged = true;
+    const ProcessResult result = home.run({"status"}, options);
+    EXPECT_EQ(result.exitStatus, 0);
+    EXPECT_EQ(result.standardOutput, healthyDocument(home, /*degraded=*/false));
+    EXPECT_EQ(result.standardError, "");
 }
 
 TEST(StatusCommandTest, LogPathsHoldingAFIFOOrADirectoryShowEmptyTails) {
