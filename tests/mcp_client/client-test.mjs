@@ -71,6 +71,12 @@ function makeHome(name) {
     FAKETIME_NO_CACHE: '1',
     NO_FAKE_STAT: '1',
     LD_PRELOAD: `${kNssWrapper} ${kFakeTime}`,
+    // For the programs built with the sanitizers (ignored otherwise): their
+    // runtime cannot live with nss_wrapper's RTLD_DEEPBIND, and its allocator
+    // asks for the time while it holds its lock, which deadlocks with
+    // libfaketime's first lookups, unless it never releases memory by time.
+    NSS_WRAPPER_DISABLE_DEEPBIND: '1',
+    ASAN_OPTIONS: 'allocator_release_to_os_interval_ms=-1',
   };
   return { home, env };
 }
