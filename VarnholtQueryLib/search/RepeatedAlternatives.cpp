@@ -1,6 +1,7 @@
 #include "search/RepeatedAlternatives.h"
 
 #include <map>
+#include <string_view>
 
 namespace VarnholtQueryLib {
 

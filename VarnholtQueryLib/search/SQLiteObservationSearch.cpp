@@ -4,7 +4,6 @@
 
 #include <functional>
 #include <limits>
-#include <memory>
 #include <optional>
 
 #include <nlohmann/json.hpp>
@@ -16,8 +15,8 @@
 #include "ScatteredReads.h"
 #include "SQLiteReadConnection.h"
 #include "SQLiteStatement.h"
-#include "search/FTS5Keyword.h"
 #include "search/BM25WithCopies.h"
+#include "search/FTS5Keyword.h"
 #include "search/IndexedSearchStatement.h"
 #include "search/RepeatedAlternatives.h"
 
