@@ -8,9 +8,9 @@
 
 namespace {
 
-std::int64_t mmapSize(sqlite3* handle) {
+std::int64_t pragma(sqlite3* handle, const char* sql) {
     sqlite3_stmt* statement = nullptr;
-    sqlite3_prepare_v2(handle, "PRAGMA mmap_size", -1, &statement, nullptr);
+    sqlite3_prepare_v2(handle, sql, -1, &statement, nullptr);
     sqlite3_step(statement);
     const std::int64_t size = sqlite3_column_int64(statement, 0);
     sqlite3_finalize(statement);
@@ -23,9 +23,19 @@ TEST(ScatteredReadsTest, TheConnectionStopsReadingThroughTheMemoryMap) {
     VarnholtTestSupport::TemporaryDirectory directory;
     sqlite3* handle = VarnholtSampleData::openWritableDatabase(directory.file("varnholt.db"));
     sqlite3_exec(handle, "PRAGMA mmap_size = 1048576", nullptr, nullptr, nullptr);
-    ASSERT_EQ(mmapSize(handle), 1048576);
+    ASSERT_EQ(pragma(handle, "PRAGMA mmap_size"), 1048576);
     VarnholtSQLiteSupport::readScatteredPages(handle);
-    EXPECT_EQ(mmapSize(handle), 0);
+    EXPECT_EQ(pragma(handle, "PRAGMA mmap_size"), 0);
     VarnholtSQLiteSupport::readScatteredPages(nullptr);  // harmless
+    sqlite3_close(handle);
+}
+
+TEST(ScatteredReadsTest, SortsAndIntermediateResultsStayInMemory) {
+    VarnholtTestSupport::TemporaryDirectory directory;
+    sqlite3* handle = VarnholtSampleData::openWritableDatabase(directory.file("varnholt.db"));
+    sqlite3_exec(handle, "PRAGMA temp_store = FILE", nullptr, nullptr, nullptr);
+    ASSERT_EQ(pragma(handle, "PRAGMA temp_store"), 1);
+    VarnholtSQLiteSupport::readScatteredPages(handle);
+    EXPECT_EQ(pragma(handle, "PRAGMA temp_store"), 2);  // MEMORY
     sqlite3_close(handle);
 }
