@@ -87,16 +87,9 @@ bool isFTS5Operator(const icu::UnicodeString& term) {
            upper.startsWith(icu::UnicodeString(u"NEAR/"));
 }
 
-// An FTS5 bare word: letters and digits of ASCII, "_", and anything beyond
-// ASCII.
-bool isBareWord(const icu::UnicodeString& term) {
-    for (int32_t i = 0; i < term.length(); ++i) {
-        const char16_t unit = term.charAt(i);
-        const bool asciiWord = (unit >= u'0' && unit <= u'9') || (unit >= u'A' && unit <= u'Z') ||
-                               (unit >= u'a' && unit <= u'z') || unit == u'_';
-        if (unit < 0x80 && !asciiWord) return false;
-    }
-    return !term.isEmpty();
+bool isBare(const icu::UnicodeString& term) {
+    std::string word;
+    return FTS5Keyword::isBareWord(term.toUTF8String(word));
 }
 
 bool isClosedPhrase(const icu::UnicodeString& term) {
@@ -134,7 +127,7 @@ std::string transformed(const std::string& keyword, RepeatedTerms repeated) {
     bool flatAlternatives = true;
     for (const auto& term : terms) {
         if (isFTS5Operator(term)) return keyword;
-        if (!isBareWord(term) && !isClosedPhrase(term)) flatAlternatives = false;
+        if (!isBare(term) && !isClosedPhrase(term)) flatAlternatives = false;
     }
     // Only bare words and whole phrases: their alternatives form one flat OR,
     // whose rows do not change when a repeated alternative goes.
@@ -151,6 +144,18 @@ std::string literal(const std::string& keyword, RepeatedTerms repeated) {
     // Quoted phrases without quotes inside always form a flat OR.
     if (repeated == RepeatedTerms::drop) terms = withoutRepeats(terms);
     return joinedWithOr(terms, icu::UnicodeString(u"\""));
+}
+
+bool isBareWord(std::string_view word) {
+    // A character beyond ASCII is bytes beyond ASCII in UTF-8, and every one
+    // of them belongs to a word.
+    for (const char c : word) {
+        const auto byte = static_cast<unsigned char>(c);
+        const bool asciiWord = (byte >= '0' && byte <= '9') || (byte >= 'A' && byte <= 'Z') ||
+                               (byte >= 'a' && byte <= 'z') || byte == '_';
+        if (byte < 0x80 && !asciiWord) return false;
+    }
+    return !word.empty();
 }
 
 }  // namespace FTS5Keyword

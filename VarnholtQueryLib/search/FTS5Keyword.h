@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 namespace VarnholtQueryLib {
 
@@ -36,6 +37,11 @@ std::string transformed(const std::string& keyword, RepeatedTerms repeated = Rep
 // double quotes and joined with " OR ". Empty when no term is left.
 // "node.js" gives "\"node.js\"", "TypeError: x" gives "\"TypeError:\" OR \"x\"".
 std::string literal(const std::string& keyword, RepeatedTerms repeated = RepeatedTerms::keep);
+
+// Whether FTS5 reads `word` (UTF-8) as one bare word: it is not empty and
+// holds ASCII letters and digits, "_", and characters beyond ASCII only.
+// Operators (AND, OR, NOT, NEAR) are bare words too.
+bool isBareWord(std::string_view word);
 
 }  // namespace FTS5Keyword
 

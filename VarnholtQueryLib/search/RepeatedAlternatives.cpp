@@ -3,23 +3,18 @@
 #include <map>
 #include <string_view>
 
+#include "search/FTS5Keyword.h"
+
 namespace VarnholtQueryLib {
 
 namespace {
 
 constexpr std::string_view kSeparator = " OR ";
 
-// An FTS5 bare word: ASCII letters and digits, "_", and any byte beyond
-// ASCII.
-bool isBareWord(std::string_view word) {
-    if (word.empty()) return false;
-    for (const char c : word) {
-        const auto byte = static_cast<unsigned char>(c);
-        const bool asciiWord = (byte >= '0' && byte <= '9') || (byte >= 'A' && byte <= 'Z') ||
-                               (byte >= 'a' && byte <= 'z') || byte == '_';
-        if (byte < 0x80 && !asciiWord) return false;
-    }
-    return word != "AND" && word != "OR" && word != "NOT" && word != "NEAR";
+// A bare word that FTS5 reads as a word, not as an operator (operators are
+// upper case only).
+bool isBareTerm(std::string_view word) {
+    return FTS5Keyword::isBareWord(word) && word != "AND" && word != "OR" && word != "NOT" && word != "NEAR";
 }
 
 // The alternative starting at `at`, which must end at the end of the text or
@@ -33,7 +28,7 @@ std::string_view alternativeAt(std::string_view text, std::size_t at) {
     } else {
         end = text.find(' ', at);
         if (end == std::string_view::npos) end = text.size();
-        if (!isBareWord(text.substr(at, end - at))) return {};
+        if (!isBareTerm(text.substr(at, end - at))) return {};
     }
     if (end != text.size() && text.substr(end, kSeparator.size()) != kSeparator) return {};
     return text.substr(at, end - at);

@@ -72,6 +72,19 @@ TEST(FTS5KeywordTest, RepeatsStayWhereTermsCarryFTS5Syntax) {
     EXPECT_EQ(FTS5Keyword::transformed("a AND a", RepeatedTerms::drop), "a AND a");
 }
 
+TEST(FTS5KeywordTest, BareWordsAreASCIILettersDigitsUnderscoreAndAnythingBeyondASCII) {
+    EXPECT_TRUE(FTS5Keyword::isBareWord("deploy_v2"));
+    EXPECT_TRUE(FTS5Keyword::isBareWord("Grüße"));
+    EXPECT_TRUE(FTS5Keyword::isBareWord("日本語"));
+    EXPECT_TRUE(FTS5Keyword::isBareWord("OR"));  // an operator is a bare word too
+    EXPECT_FALSE(FTS5Keyword::isBareWord(""));
+    EXPECT_FALSE(FTS5Keyword::isBareWord("node.js"));
+    EXPECT_FALSE(FTS5Keyword::isBareWord("feature-flag"));
+    EXPECT_FALSE(FTS5Keyword::isBareWord("inv*"));
+    EXPECT_FALSE(FTS5Keyword::isBareWord("\"a\""));
+    EXPECT_FALSE(FTS5Keyword::isBareWord("a b"));
+}
+
 TEST(FTS5KeywordTest, RepeatsDifferingInCaseAreDifferentTerms) {
     EXPECT_EQ(FTS5Keyword::transformed("Error error", RepeatedTerms::drop), "Error OR error");
 }
