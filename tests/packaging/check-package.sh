@@ -41,6 +41,13 @@ for field in Maintainer Section Priority Description; do
   [ -n "$(dpkg-deb -f "$package" "$field")" ] || fail "no $field"
 done
 
+# varnholt-query starts once per question: it carries ICU and the C++ runtime
+# in itself instead of loading them (the MCP server, started once, loads them).
+needed="$(readelf -d "$root/usr/bin/varnholt-query" | grep NEEDED || true)"
+if grep -qE "libicu|libstdc\+\+" <<<"$needed"; then
+  fail "varnholt-query loads ICU or the C++ runtime as shared libraries: $needed"
+fi
+
 for program in varnholt-query varnholt-mcp; do
   binary="$root/usr/bin/$program"
   file "$binary" | grep -q ", stripped" || fail "$program is not stripped"
