@@ -8,34 +8,39 @@
 
 namespace {
 
-std::int64_t pragma(sqlite3* handle, const char* sql) {
-    sqlite3_stmt* statement = nullptr;
-    sqlite3_prepare_v2(handle, sql, -1, &statement, nullptr);
-    sqlite3_step(statement);
-    const std::int64_t size = sqlite3_column_int64(statement, 0);
-    sqlite3_finalize(statement);
-    return size;
+class ScatteredReadsTest : public ::testing::Test {
+protected:
+    void SetUp() override { handle_ = VarnholtSampleData::openWritableDatabase(directory_.file("varnholt.db")); }
+    void TearDown() override { sqlite3_close(handle_); }
+
+    void execute(const char* sql) { sqlite3_exec(handle_, sql, nullptr, nullptr, nullptr); }
+
+    std::int64_t pragma(const char* sql) {
+        sqlite3_stmt* statement = nullptr;
+        sqlite3_prepare_v2(handle_, sql, -1, &statement, nullptr);
+        sqlite3_step(statement);
+        const std::int64_t value = sqlite3_column_int64(statement, 0);
+        sqlite3_finalize(statement);
+        return value;
+    }
+
+    VarnholtTestSupport::TemporaryDirectory directory_;
+    sqlite3* handle_ = nullptr;
+};
+
+TEST_F(ScatteredReadsTest, TheConnectionStopsReadingThroughTheMemoryMap) {
+    execute("PRAGMA mmap_size = 1048576");
+    ASSERT_EQ(pragma("PRAGMA mmap_size"), 1048576);
+    VarnholtSQLiteSupport::readScatteredPages(handle_);
+    EXPECT_EQ(pragma("PRAGMA mmap_size"), 0);
+    VarnholtSQLiteSupport::readScatteredPages(nullptr);  // harmless
+}
+
+TEST_F(ScatteredReadsTest, SortsAndIntermediateResultsStayInMemory) {
+    execute("PRAGMA temp_store = FILE");
+    ASSERT_EQ(pragma("PRAGMA temp_store"), 1);
+    VarnholtSQLiteSupport::readScatteredPages(handle_);
+    EXPECT_EQ(pragma("PRAGMA temp_store"), 2);  // MEMORY
 }
 
 }  // namespace
-
-TEST(ScatteredReadsTest, TheConnectionStopsReadingThroughTheMemoryMap) {
-    VarnholtTestSupport::TemporaryDirectory directory;
-    sqlite3* handle = VarnholtSampleData::openWritableDatabase(directory.file("varnholt.db"));
-    sqlite3_exec(handle, "PRAGMA mmap_size = 1048576", nullptr, nullptr, nullptr);
-    ASSERT_EQ(pragma(handle, "PRAGMA mmap_size"), 1048576);
-    VarnholtSQLiteSupport::readScatteredPages(handle);
-    EXPECT_EQ(pragma(handle, "PRAGMA mmap_size"), 0);
-    VarnholtSQLiteSupport::readScatteredPages(nullptr);  // harmless
-    sqlite3_close(handle);
-}
-
-TEST(ScatteredReadsTest, SortsAndIntermediateResultsStayInMemory) {
-    VarnholtTestSupport::TemporaryDirectory directory;
-    sqlite3* handle = VarnholtSampleData::openWritableDatabase(directory.file("varnholt.db"));
-    sqlite3_exec(handle, "PRAGMA temp_store = FILE", nullptr, nullptr, nullptr);
-    ASSERT_EQ(pragma(handle, "PRAGMA temp_store"), 1);
-    VarnholtSQLiteSupport::readScatteredPages(handle);
-    EXPECT_EQ(pragma(handle, "PRAGMA temp_store"), 2);  // MEMORY
-    sqlite3_close(handle);
-}
