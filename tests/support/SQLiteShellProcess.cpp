@@ -1,6 +1,5 @@
 #include "SQLiteShellProcess.h"
 
-#include <fcntl.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -8,6 +7,8 @@
 
 #include <cerrno>
 #include <stdexcept>
+
+#include "ChildProcess.h"
 
 extern char** environ;
 
@@ -24,9 +25,8 @@ SQLiteShellProcess::SQLiteShellProcess(const std::string& databasePath, const st
     // A separate program rather than a forked copy of the test: SQLite's
     // process-wide lock bookkeeping must not cross a fork.
     int input[2], output[2];
-    if (pipe2(input, O_CLOEXEC) != 0 || pipe2(output, O_CLOEXEC) != 0) {
-        throw std::runtime_error("pipe failed");
-    }
+    openPipe(input);
+    openPipe(output);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, input[0], STDIN_FILENO);
