@@ -1,8 +1,29 @@
 # SQLite, ICU and JSON for Modern C++, found through CMake's own modules. They
-# search CMAKE_PREFIX_PATH and each package's <Package>_ROOT (ICU_ROOT,
-# SQLite3_ROOT, as CMake variables or in the environment) before the system's
-# directories, which is how a Homebrew ICU or SQLite is found: Homebrew keeps
-# both outside the compiler's default paths.
+# search each package's <Package>_ROOT (ICU_ROOT, SQLite3_ROOT, as CMake
+# variables or in the environment) and CMAKE_PREFIX_PATH before the system's
+# directories.
+#
+# Homebrew installs ICU and SQLite keg-only, outside every default search
+# path, because macOS has libraries of the same names (its ICU without
+# headers). On macOS, unless a root or prefix path says where to look, ask
+# Homebrew where they are.
+if(APPLE AND NOT CMAKE_PREFIX_PATH AND NOT DEFINED ENV{CMAKE_PREFIX_PATH})
+  find_program(VARNHOLT_BREW brew)
+  foreach(root_and_formula ICU_ROOT:icu4c SQLite3_ROOT:sqlite)
+    string(REPLACE ":" ";" root_and_formula ${root_and_formula})
+    list(GET root_and_formula 0 root)
+    list(GET root_and_formula 1 formula)
+    if(VARNHOLT_BREW AND NOT ${root} AND NOT DEFINED ENV{${root}})
+      execute_process(COMMAND ${VARNHOLT_BREW} --prefix ${formula}
+        OUTPUT_VARIABLE prefix OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET RESULT_VARIABLE failed)
+      if(NOT failed AND IS_DIRECTORY "${prefix}")
+        set(${root} "${prefix}")
+        message(STATUS "${root} ${prefix}, from Homebrew")
+      endif()
+    endif()
+  endforeach()
+endif()
+
 find_package(SQLite3 REQUIRED)
 find_package(ICU REQUIRED COMPONENTS uc i18n)
 find_package(nlohmann_json 3 REQUIRED)
