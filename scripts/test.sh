@@ -41,6 +41,12 @@ cmake -S . -B build-clang -G Ninja -DCMAKE_BUILD_TYPE=None -DVARNHOLT_BUILD_TEST
   -DVARNHOLT_BUILD_BENCHMARKS=ON
 cmake --build build-clang -j2
 (cd build-clang && ctest -j2 --output-on-failure)
+# Both builds print the same bytes and exit alike for every command, on
+# random recorder databases full of awkward rows and on two weeks of sample
+# activity.
+bench/compare-outputs.sh build-tests/app/varnholt-query build-clang/app/varnholt-query \
+  --random 1 40 --random-db build-clang/tools/random_db/varnholt-random-db \
+  --sample 14 3 --sample-db build-clang/tools/sample_db/varnholt-sample-db
 
 # The same tests built with AddressSanitizer and UndefinedBehaviorSanitizer:
 # a leak, a bad memory access or undefined behaviour, in a test or in the
