@@ -16,7 +16,7 @@ namespace VarnholtQueryLib {
 namespace {
 
 bool writeString(const std::string& text, std::string& out) {
-    if (!VarnholtSQLiteSupport::isValidUTF8(text)) return false;
+    if (!VarnholtText::isValidUTF8(text)) return false;
     out += '"';
     for (const char c : text) {
         switch (c) {
