@@ -8,7 +8,6 @@
 #include "DatabaseError.h"
 #include "SQLiteStatement.h"
 #include "SchemaVersion.h"
-#include "UserHomeDirectory.h"
 
 namespace VarnholtSQLiteSupport {
 
@@ -36,9 +35,9 @@ PathKind kindOfPath(const std::string& path) {
 
 }  // namespace
 
-SQLiteReadConnection::SQLiteReadConnection(std::optional<std::string> path) {
+SQLiteReadConnection::SQLiteReadConnection(const std::string& path) {
     try {
-        open(path.value_or(defaultPath()));
+        open(path);
     } catch (...) {
         // The destructor does not run for a throwing constructor.
         sqlite3_close(handle_);
@@ -49,8 +48,8 @@ SQLiteReadConnection::SQLiteReadConnection(std::optional<std::string> path) {
 
 SQLiteReadConnection::~SQLiteReadConnection() { sqlite3_close(handle_); }
 
-std::string SQLiteReadConnection::defaultPath() {
-    return userHomeDirectory() + "/.varnholt/varnholt.db";
+std::string SQLiteReadConnection::pathBelow(const std::string& homeDirectory) {
+    return homeDirectory + "/.varnholt/varnholt.db";
 }
 
 void SQLiteReadConnection::open(const std::string& path) {

@@ -17,7 +17,7 @@
 #include "platform/LocalCalendar.h"
 #include "SQLiteReadConnection.h"
 #include "platform/SystemPlatform.h"
-#include "UserHomeDirectory.h"
+#include "platform/UserHomeDirectory.h"
 
 namespace VarnholtQueryLib {
 
@@ -49,7 +49,8 @@ void dispatch(const Command& command, const CommandEnvironment& environment) {
                     writeJSON(answerFromDatabase(command, environment));
                     return;
                 }
-                SQLiteReadConnection connection;
+                SQLiteReadConnection connection(
+                    SQLiteReadConnection::pathBelow(environment.platform.homeDirectory));
                 printHumanStatus(readStatus(connection, environment), std::cout);
                 std::cout.flush();
             },
@@ -92,7 +93,7 @@ void runCLI(const std::vector<std::string>& arguments) {
                                 fileSystem,
                                 processes,
                                 sleeper,
-                                VarnholtSQLiteSupport::userHomeDirectory(),
+                                userHomeDirectory(),
                                 standardOutputIsTerminal()};
         const LocalCalendar calendar = LocalCalendar::current();
         const CommandEnvironment environment{platform, calendar};

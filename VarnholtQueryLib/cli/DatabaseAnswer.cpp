@@ -18,7 +18,8 @@ JSON answerFromDatabase(const Command& command, const CommandEnvironment& enviro
     // too old database is reported the same way for every command; closed when
     // the answer is built, so a recorder restart between two answers is
     // harmless.
-    VarnholtSQLiteSupport::SQLiteReadConnection connection;
+    using VarnholtSQLiteSupport::SQLiteReadConnection;
+    SQLiteReadConnection connection(SQLiteReadConnection::pathBelow(environment.platform.homeDirectory));
     return std::visit(
         Overloaded{
             [&](const Command::Search& search) {

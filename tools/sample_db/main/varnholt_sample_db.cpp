@@ -15,8 +15,8 @@
 #include <vector>
 
 #include "SampleDatabase.h"
-#include "UserHomeDirectory.h"
 #include "platform/LocalCalendar.h"
+#include "platform/UserHomeDirectory.h"
 
 namespace {
 
@@ -87,7 +87,7 @@ std::string describeDays(int days) {
 }
 
 int run(const Arguments& arguments) {
-    const std::string home = VarnholtSQLiteSupport::userHomeDirectory();
+    const std::string home = VarnholtQueryLib::userHomeDirectory();
     if (home.empty()) {
         std::cerr << kProgram
                   << "Cannot find the home directory of the current user in the password database\n";
