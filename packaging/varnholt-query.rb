@@ -17,7 +17,7 @@ class VarnholtQuery < Formula
   depends_on "ninja" => :build
   depends_on "nlohmann-json" => :build
   depends_on "icu4c"
-  # Full-text search needs FTS5, which Homebrew's SQLite always has.
+  # Homebrew's SQLite rather than the system's: the one configure is pointed at.
   depends_on "sqlite"
 
   def install
