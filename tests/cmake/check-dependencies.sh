@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
 # Checks how configure finds ICU, with fake installations put first on the
-# search path through ICU_ROOT:
+# search path:
 # - headers of another ICU version, whose libraries are elsewhere: configure
 #   fails and says that headers and libraries come from different
 #   installations;
-# - an installation with headers and shared libraries but no archives:
-#   configure takes both from there, says which ICU it found, and links ICU
-#   shared, saying why.
+# - an installation with headers and shared libraries but no archives, named
+#   by ICU_ROOT or by CMAKE_PREFIX_PATH: configure takes both from there, says
+#   which ICU it found, and links ICU shared, saying why.
 #
 # Usage: check-dependencies.sh SOURCE_DIR WORK_DIR CXX_COMPILER [CXX_FLAGS]
 # The environment may name the cmake to run (CMAKE) and its generator
@@ -75,14 +75,16 @@ cp -R "$real_include/unicode" "$work/shared-only/include/"
 for library in "$real_library" "$real_i18n"; do
   ln -s "$library" "$work/shared-only/lib/$(basename "$library")"
 done
-status=0
-shared="$(configure -B "$work/shared" -DICU_ROOT="$work/shared-only")" ||
-  status=$?
-[ "$status" -eq 0 ] || fail "configure failed with an ICU that has no archives: $shared"
-grep -qF -- "-- ICU $real_version." <<<"$shared" && grep -qF "headers in $work/shared-only/include" <<<"$shared" ||
-  fail "configure does not say that it found the ICU in $work/shared-only: $shared"
-grep -qF "links ICU and the C++ runtime shared: $work/shared-only/lib has no " <<<"$shared" ||
-  fail "configure does not say why it links ICU shared: $shared"
+# Named by ICU_ROOT, and by CMAKE_PREFIX_PATH as a package manager would.
+for setting in ICU_ROOT CMAKE_PREFIX_PATH; do
+  status=0
+  shared="$(configure -B "$work/shared-$setting" -D"$setting"="$work/shared-only")" || status=$?
+  [ "$status" -eq 0 ] || fail "$setting: configure failed with an ICU that has no archives: $shared"
+  grep -qF -- "-- ICU $real_version." <<<"$shared" && grep -qF "headers in $work/shared-only/include" <<<"$shared" ||
+    fail "$setting: configure does not say that it found the ICU in $work/shared-only: $shared"
+  grep -qF "links ICU and the C++ runtime shared: $work/shared-only/lib has no " <<<"$shared" ||
+    fail "$setting: configure does not say why it links ICU shared: $shared"
+done
 
 if [ "$failures" -ne 0 ]; then
   echo "$failures failures" >&2
