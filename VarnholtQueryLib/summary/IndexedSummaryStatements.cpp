@@ -25,6 +25,8 @@ std::vector<std::string> indexedActivityStatements() {
     eligible.columns = std::string("{time} AS t, o.rowid AS rid, o.id, o.apps,\n           ") +
                        kObservationEntitiesJSON + " AS entities_json";
     eligible.bounds = {true, true};
+    // A summary's window holds days or weeks of frames.
+    eligible.framedCandidates = FramedCandidates::frameAtOwnTime;
 
     WindowSelect framed = eligible;
     framed.conditions = std::string(kUsableDescription) + "\n      AND " + kNoSeparateRecording;

@@ -19,10 +19,12 @@ const std::vector<std::string> kFrameDatedPlan = {
     "CORRELATED SCALAR SUBQUERY 1",
     "SEARCH observation_entities USING COVERING INDEX sqlite_autoindex_observation_entities_2 (observation_id=?)",
 };
+// A self-dated candidate with a frame at its own time is ruled out by one
+// seek in frames(timestamp); no list of the window's frame ids is built.
 const std::vector<std::string> kSelfDatedPlan = {
     "SEARCH o USING INDEX idx_observations_recording_timestamp (recording_id=? AND timestamp>? AND timestamp<?)",
-    "LIST SUBQUERY 2",
-    "SEARCH w USING INDEX idx_frames_timestamp (timestamp>? AND timestamp<?)",
+    "CORRELATED SCALAR SUBQUERY 2",
+    "SEARCH s USING INDEX idx_frames_timestamp (timestamp=?)",
     "SEARCH f USING INDEX sqlite_autoindex_frames_1 (id=?) LEFT-JOIN",
     "CORRELATED SCALAR SUBQUERY 1",
     "SEARCH observation_entities USING COVERING INDEX sqlite_autoindex_observation_entities_2 (observation_id=?)",
