@@ -1,6 +1,7 @@
 #include "summary/IndexedSummaryStatements.h"
 
 #include "EffectiveTimeWindow.h"
+#include "IndexedTimelineStatement.h"
 #include "ObservationEntitiesJSON.h"
 
 namespace VarnholtQueryLib {
@@ -9,10 +10,8 @@ using namespace VarnholtSQLiteSupport;
 
 namespace {
 
-// The timeline's conditions on the observation itself.
-constexpr const char* kUsableDescription =
-    "o.vlm_description IS NOT NULL AND length(trim(o.vlm_description)) > 0";
-constexpr const char* kNoSeparateRecording = "(o.recording_id IS NULL OR o.recording_id = '')";
+using RecentWorkTimelineSQLite::kNoSeparateRecording;
+using RecentWorkTimelineSQLite::kUsableDescription;
 
 // Each part in time order: the order its index walks it in, so nothing is
 // sorted and nothing is held.
