@@ -109,6 +109,10 @@ TEST(MCPServerTest, EveryToolAnswersWithTheCommandLinesDocument) {
         {{"search", {{"keyword", "tests"}, {"limit", 5}, {"collapse", true}}}, {"search", "tests", "--limit", "5", "--collapse"}},
         {{"search", json::object()}, {"search"}},
         {{"entities", {{"kind", "app"}, {"limit", 4}}}, {"entities", "--kind", "app", "--limit", "4"}},
+        {{"summary", json::object()}, {"summary", "--max-chars", "24000"}},
+        {{"summary", {{"preset", "this-week"}, {"idle", "10m"}, {"max_chars", 1500}}},
+         {"summary", "this-week", "--idle", "10m", "--max-chars", "1500"}},
+        {{"summary", {{"idle", "2h"}}}, {"summary", "--idle", "2h"}},
         {{"status", json::object()}, {"status", "--json"}},
         {{"support_context", json::object()}, {"support-context"}},
     };

@@ -194,6 +194,17 @@ const kCalls = [
   ['entities', { since: '1w', kind: 'app', limit: 3 }, ['entities', '--since', '1w', '--kind', 'app', '--limit', '3']],
   ['entities', { kind: 'programming_language', limit: 9999 }, ['entities', '--kind', 'programming_language', '--limit', '9999']],
   ['entities', { since: 'x' }, ['entities', '--since', 'x']],
+  // A summary without max_chars is budgeted to 24,000 characters; the ten
+  // days of the sample need more, so detail is dropped as on the command line.
+  ['summary', {}, ['summary', '--max-chars', '24000']],
+  ['summary', { preset: 'this-week' }, ['summary', 'this-week', '--max-chars', '24000']],
+  ['summary', { since: '10d' }, ['summary', '--since', '10d', '--max-chars', '24000']],
+  ['summary', { preset: 'yesterday', idle: '10m', kind: 'app', limit: 3, max_chars: 100000 },
+    ['summary', 'yesterday', '--idle', '10m', '--kind', 'app', '--limit', '3', '--max-chars', '100000']],
+  ['summary', { since: '2d', max_chars: 3000 }, ['summary', '--since', '2d', '--max-chars', '3000']],
+  ['summary', { from: '2026-03-30', to: '2026-03-31' }, ['summary', '--from', '2026-03-30', '--to', '2026-03-31', '--max-chars', '24000']],
+  ['summary', { idle: '2h' }, ['summary', '--idle', '2h', '--max-chars', '24000']],
+  ['summary', { max_chars: 50 }, ['summary', '--max-chars', '50']],
   ['status', {}, ['status', '--json']],
   ['support_context', {}, ['support-context']],
 ];
@@ -213,7 +224,7 @@ async function main() {
     await client.ping();
 
     const { tools } = await client.listTools();
-    check(tools.map((t) => t.name).join(' ') === 'timeline search entities status support_context',
+    check(tools.map((t) => t.name).join(' ') === 'timeline search entities summary status support_context',
       `tools ${tools.map((t) => t.name)}`);
     // Strict Ajv refuses unknown keywords and loose types, so the schemas say
     // exactly what they mean to every validator.
@@ -262,6 +273,9 @@ async function main() {
     await expectToolError(client, 'search', { keyword: 5 }, 'UNKNOWN_ERROR', "Argument 'keyword' must be a string.");
     await expectToolError(client, 'entities', { limit: '5' }, 'UNKNOWN_ERROR', "Argument 'limit' must be an integer.");
     await expectToolError(client, 'status', { verbose: true }, 'UNKNOWN_ERROR', "Unknown argument 'verbose'. Arguments: none.");
+    const tenDays = await client.callTool({ name: 'summary', arguments: { since: '10d' } });
+    check(tenDays.structuredContent?.meta?.truncated === true && tenDays.content[0].text.length <= 24000,
+      `summary of ten days within the default budget: ${tenDays.content[0].text.length} characters`);
 
     await expectProtocolError(client.callTool({ name: 'frobnicate', arguments: {} }), ErrorCode.InvalidParams, 'unknown tool');
     await expectProtocolError(client.request({ method: 'resources/list', params: {} }, ListResourcesResultSchema),
@@ -276,6 +290,7 @@ async function main() {
       ['timeline', { preset: 'last-active-day' }, ['last-active-day']],
       ['search', { keyword: 'tests' }, ['search', 'tests']],
       ['entities', {}, ['entities']],
+      ['summary', {}, ['summary', '--max-chars', '24000']],
       ['status', {}, ['status', '--json']],
       ['support_context', {}, ['support-context']],
     ]) {
