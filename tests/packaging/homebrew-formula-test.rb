@@ -67,6 +67,10 @@ class Formula
     raise FormulaCheckFailure, "expected #{actual.inspect} to contain #{expected.inspect}"
   end
 
+  def assert_includes(collection, item)
+    raise FormulaCheckFailure, "expected #{collection.inspect} to include #{item.inspect}" unless collection.include?(item)
+  end
+
   def assert_equal(expected, actual)
     raise FormulaCheckFailure, "expected #{expected.inspect}, got #{actual.inspect}" unless expected == actual
   end
