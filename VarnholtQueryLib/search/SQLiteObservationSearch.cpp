@@ -52,8 +52,12 @@ constexpr const char* kStatementHead =
 constexpr const char* kConditionSeparator = "\n  AND ";
 constexpr const char* kDescribedCondition = "o.vlm_description IS NOT NULL";
 // Whole-entry comparison: "Code" must not match an app named "VS Code".
+// Text that is not JSON (a damaged row, "Slack, Zoom", nesting too deep for
+// SQLite) lists no application, as the results decode it; handed to
+// json_each it would fail the whole search.
 constexpr const char* kApplicationCondition =
-    "EXISTS (SELECT 1 FROM json_each(o.apps) WHERE lower(value) = lower(?))";
+    "EXISTS (SELECT 1 FROM json_each(CASE WHEN json_valid(o.apps) THEN o.apps END)\n"
+    "          WHERE lower(value) = lower(?))";
 constexpr const char* kLowerBoundCondition =
     "COALESCE(CASE WHEN f.timestamp < '' THEN f.timestamp END,\n"
     "           CASE WHEN o.timestamp < '' THEN o.timestamp END) >= ?";
