@@ -639,6 +639,29 @@ TEST_F(TimelineCommandTest, TimesOfTextAreNoTimesAndEntitiesWithoutTextAreLeftOu
               document({}, kUTC, {"today", "2026-04-01T00:00:00Z", "2026-04-02T00:00:00Z", 0, 0}));
 }
 
+TEST_F(TimelineCommandTest, LastActiveDayOfANewestTimeBeyondTheCalendarIsAnErrorEnvelope) {
+    TemporaryHome farFuture;
+    createDatabase(farFuture, std::string(kQuietWeek) +
+                                  "INSERT INTO observations (id, type, timestamp, vlm_description, apps, "
+                                  "created_at) VALUES ('Z', 'visual', 1e300, 'Damaged', '[]', 'x');");
+    const ProcessResult result = farFuture.run({"last-active-day"}, in("UTC"));
+    EXPECT_EQ(result.exitStatus, 1);
+    EXPECT_EQ(result.standardError, "");
+    EXPECT_EQ(replaceChecked(result.standardOutput, "timestamp", R"(2026-04-01T10:00:00Z)"),
+              "{\n"
+              "  \"api_version\" : 2,\n"
+              "  \"data\" : null,\n"
+              "  \"error\" : {\n"
+              "    \"code\" : \"INVALID_TIME_RANGE\",\n"
+              "    \"message\" : \"The newest observation's time, 292277026596-12-04T15:30:07Z, lies outside "
+              "the calendar, so it has no day to show. Use range --from and --to for the days you want.\",\n"
+              "    \"timestamp\" : \"<timestamp>\"\n"
+              "  },\n"
+              "  \"meta\" : null,\n"
+              "  \"ok\" : false\n"
+              "}\n");
+}
+
 TEST_F(TimelineCommandTest, AnUnknownDurationUnitIsAnErrorEnvelope) {
     for (const Zone& zone : {kUTC, kNewYork}) {
         const ProcessResult result = workWeek.run({"recent", "--since", "5x"}, in(zone.identifier));
