@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "ErrorEnvelope.h"
 #include "FixtureDatabase.h"
 #include "RecorderSchema.h"
 #include "TemporaryHome.h"
@@ -81,16 +82,6 @@ void createDatabase(const TemporaryHome& home, const std::string& rows) {
 std::string fileBytes(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-}
-
-// `text` as the JSON writer puts it in a string: "/" escaped.
-std::string escapedSlashes(const std::string& text) {
-    std::string escaped;
-    for (const char c : text) {
-        if (c == '/') escaped += '\\';
-        escaped += c;
-    }
-    return escaped;
 }
 
 InvocationOptions in(const std::string& zone) {

@@ -84,6 +84,17 @@ TEST_F(SQLiteReadConnectionTest, MissingFileIsNotFoundAndNotCreated) {
     EXPECT_FALSE(std::filesystem::exists(path));
 }
 
+TEST_F(SQLiteReadConnectionTest, SymbolicLinksInALoopAreNamedAsTheReason) {
+    const std::string path = directory_.file("varnholt.db");
+    std::filesystem::create_symlink("other.db", path);
+    std::filesystem::create_symlink("varnholt.db", directory_.file("other.db"));
+    const DatabaseError error = openingFailure(path);
+    EXPECT_EQ(error.errorCase(), DatabaseError::Case::notFound);
+    EXPECT_EQ(error.message(), "Database not found at " + path +
+                                   ": its symbolic links lead in a loop. Point the link at the recorder's "
+                                   "database.");
+}
+
 TEST_F(SQLiteReadConnectionTest, OlderSchemasAreRefused) {
     for (const std::int32_t version : {23, 0}) {
         const std::string path = makeDatabase(version);
