@@ -49,9 +49,10 @@ bool needsDatabase(const Command& command);
 
 // Opens a query-only connection of its own, returns the command's JSON
 // answer and closes the connection again, so nothing is held between two
-// answers. REQUIRES: needsDatabase(command). Status answers as JSON here; its
-// human report is the command line's own affair. Throws CLIError or
-// DatabaseError, an opening failure before any use case runs.
+// answers. Every text of the answer is valid UTF-8 (withRepairedText).
+// REQUIRES: needsDatabase(command). Status answers as JSON here; its human
+// report is the command line's own affair. Throws CLIError or DatabaseError,
+// an opening failure before any use case runs.
 JSON answerFromDatabase(const Command& command, const CommandEnvironment& environment);
 
 // The live monitor; needs no database. Returns only when there is no usable

@@ -19,7 +19,7 @@ JSON answerFromDatabase(const Command& command, const CommandEnvironment& enviro
     // the answer is built, so a recorder restart between two answers is
     // harmless.
     VarnholtSQLiteSupport::SQLiteReadConnection connection;
-    return std::visit(
+    const JSON answer = std::visit(
         Overloaded{
             [&](const Command::Search& search) {
                 return answerSearchCommand(search, connection, environment);
@@ -37,6 +37,9 @@ JSON answerFromDatabase(const Command& command, const CommandEnvironment& enviro
             [](const auto&) -> JSON { throw std::logic_error("unreachable"); },
         },
         command.value);
+    // Database text is repaired as it is read; paths below the home directory
+    // are not, and a home named in another encoding must not cost the answer.
+    return withRepairedText(answer);
 }
 
 }  // namespace VarnholtQueryLib
