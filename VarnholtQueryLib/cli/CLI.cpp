@@ -16,7 +16,6 @@
 #include "status/StatusData.h"
 #include "status/StatusResponse.h"
 #include "platform/LocalCalendar.h"
-#include "SQLiteReadConnection.h"
 #include "platform/SystemPlatform.h"
 #include "UserHomeDirectory.h"
 #include "UTF8Text.h"
@@ -24,8 +23,6 @@
 namespace VarnholtQueryLib {
 
 namespace {
-
-using VarnholtSQLiteSupport::SQLiteReadConnection;
 
 // Writes a command's answer. One that cannot be written ends the run with
 // status 1, never 0: a caller that sees 0 takes the empty output for an
@@ -60,8 +57,7 @@ void dispatch(const Command& command, const CommandEnvironment& environment) {
                     writeAnswer(answerFromDatabase(command, environment));
                     return;
                 }
-                SQLiteReadConnection connection;
-                StatusData statusData = readStatus(connection, environment);
+                StatusData statusData = statusFromDatabase(environment);
                 // The one text of the report from outside the database.
                 statusData.dbPath = VarnholtSQLiteSupport::repairedUTF8(statusData.dbPath);
                 printHumanStatus(statusData, std::cout);
