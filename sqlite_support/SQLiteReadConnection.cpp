@@ -24,8 +24,6 @@ namespace {
 // How long a statement waits for the recorder's lock before giving up.
 constexpr int kBusyTimeoutMilliseconds = 1000;
 
-constexpr const char* kMemoryMapPragma = "PRAGMA mmap_size = 1099511627776";
-
 // SQLite's own words for a path it cannot open as a database.
 constexpr const char* kCannotOpenMessage = "unable to open database file";
 
@@ -150,13 +148,13 @@ void SQLiteReadConnection::open(const std::string& path) {
     }
     exec(handle_, "PRAGMA query_only = ON");
     exec(handle_, "PRAGMA busy_timeout = 1000");
-    // Our queries scan large parts of a file of several gigabytes with random
-    // primary-key look-ups, far beyond SQLite's default page cache. Reading
-    // through a memory map (capped by the library's compiled-in maximum)
-    // takes those pages straight from the operating system's cache instead of
-    // copying them in one system call each. It changes no answer, so a
-    // library that refuses it is simply left to read as before.
-    sqlite3_exec(handle_, kMemoryMapPragma, nullptr, nullptr, nullptr);
+    // No memory map (SQLite's default, stated here because it matters):
+    // reading a page through the map faults in the readahead window around
+    // it, 128 KB and more, and a statement that needs a few thousand
+    // scattered pages of a file of gigabytes then reads much of the file
+    // from disk after a reboot, and keeps it resident besides. Read one
+    // system call at a time, every statement reads the pages it needs.
+    sqlite3_exec(handle_, "PRAGMA mmap_size = 0", nullptr, nullptr, nullptr);
 
     sqlite3_stmt* statement = nullptr;
     if (sqlite3_prepare_v2(handle_, "PRAGMA user_version", -1, &statement, nullptr) != SQLITE_OK) {
