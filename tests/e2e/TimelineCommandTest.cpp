@@ -639,18 +639,10 @@ TEST_F(TimelineCommandTest, LastActiveDayOfANewestTimeBeyondTheCalendarIsAnError
     EXPECT_EQ(result.exitStatus, 1);
     EXPECT_EQ(result.standardError, "");
     EXPECT_EQ(replaceChecked(result.standardOutput, "timestamp", R"(2026-04-01T10:00:00Z)"),
-              "{\n"
-              "  \"api_version\" : 2,\n"
-              "  \"data\" : null,\n"
-              "  \"error\" : {\n"
-              "    \"code\" : \"INVALID_TIME_RANGE\",\n"
-              "    \"message\" : \"The newest observation's time, 292277026596-12-04T15:30:07Z, lies outside "
-              "the calendar, so it has no day to show. Use range --from and --to for the days you want.\",\n"
-              "    \"timestamp\" : \"<timestamp>\"\n"
-              "  },\n"
-              "  \"meta\" : null,\n"
-              "  \"ok\" : false\n"
-              "}\n");
+              errorEnvelope("INVALID_TIME_RANGE",
+                            "The newest observation's time, 292277026596-12-04T15:30:07Z, lies outside the "
+                            "calendar, so it has no day to show. Use range --from and --to for the days you want.",
+                            "<timestamp>"));
 }
 
 TEST_F(TimelineCommandTest, AnUnknownDurationUnitIsAnErrorEnvelope) {
