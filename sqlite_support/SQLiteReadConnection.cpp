@@ -66,8 +66,8 @@ std::optional<DatabaseError> unreadableCompanion(const std::string& path) {
         const std::string file = path + suffix;
         struct stat info {};
         if (::stat(file.c_str(), &info) != 0 || ::access(file.c_str(), R_OK) == 0) continue;
-        return DatabaseError::queryFailed("Cannot read " + file + ", " + what + ": " +
-                                          std::strerror(errno) +
+        const std::string reason = std::strerror(errno);
+        return DatabaseError::queryFailed("Cannot read " + file + ", " + what + ": " + reason +
                                           ". Run this tool as the user the recorder runs as.");
     }
     return std::nullopt;
