@@ -144,7 +144,7 @@ TEST(OneStatePerAnswerTest, AnswersBesideAWriterEachReadOneCommittedState) {
 
     // The writer kept writing throughout, so the answers had states to mix.
     EXPECT_GE(committedSteps(home.databasePath()), 100);
-    EXPECT_GE(answers, 100);
+    EXPECT_GE(answers, 50);
     for (const auto& [what, mismatch] : mismatches) {
         ADD_FAILURE() << mismatch.first << " " << what << " answers of " << answers
                       << " mixed two states, the first: " << mismatch.second;
