@@ -1,15 +1,33 @@
 #!/usr/bin/env bash
 # Installs what building and testing varnholt-query needs, from Debian's
-# packages. Does nothing when everything is already there.
+# packages, or on macOS from Homebrew's. Does nothing when everything is
+# already there.
 set -euo pipefail
+
+if [ "$(uname -s)" = Darwin ]; then
+  # Apple's command-line tools bring Clang, libc++, git, ruby and sqlite3.
+  command -v brew >/dev/null || { echo "Installing the dependencies on macOS needs Homebrew." >&2; exit 1; }
+  formulae=(cmake ninja icu4c sqlite nlohmann-json googletest)
+  missing=()
+  for formula in "${formulae[@]}"; do
+    brew list --versions "$formula" >/dev/null 2>&1 || missing+=("$formula")
+  done
+  [ ${#missing[@]} -eq 0 ] && exit 0
+  echo "Installing: ${missing[*]}" >&2
+  brew install "${missing[@]}"
+  exit 0
+fi
 
 packages=(
   cmake ninja-build g++ git
   libsqlite3-dev libicu-dev nlohmann-json3-dev
   libgtest-dev libnss-wrapper faketime sqlite3 tzdata coreutils
+  # The second build of the tests: Clang with LLVM's C++ library, as on
+  # macOS, and GoogleTest's sources to compile for that library.
+  clang libc++-dev libc++abi-dev googletest
   # The manual pages, the shell completions and the Debian package, and
-  # their tests.
-  groff-base man-db bash-completion zsh fish dpkg-dev file lintian
+  # their tests; Ruby for the test of the Homebrew formula.
+  groff-base man-db bash-completion zsh fish dpkg-dev file lintian ruby
 )
 
 missing=()

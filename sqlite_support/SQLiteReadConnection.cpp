@@ -6,6 +6,8 @@
 
 #include <cerrno>
 #include <cstring>
+#include <optional>
+#include <string>
 #include <utility>
 
 #include <nlohmann/json.hpp>
@@ -13,7 +15,6 @@
 #include "DatabaseError.h"
 #include "SQLiteStatement.h"
 #include "SchemaVersion.h"
-#include "UserHomeDirectory.h"
 
 namespace VarnholtSQLiteSupport {
 
@@ -75,9 +76,9 @@ std::optional<DatabaseError> unreadableCompanion(const std::string& path) {
 
 }  // namespace
 
-SQLiteReadConnection::SQLiteReadConnection(std::optional<std::string> path) {
+SQLiteReadConnection::SQLiteReadConnection(const std::string& path) {
     try {
-        open(path.value_or(defaultPath()));
+        open(path);
     } catch (...) {
         // The destructor does not run for a throwing constructor.
         sqlite3_close(handle_);
@@ -88,8 +89,8 @@ SQLiteReadConnection::SQLiteReadConnection(std::optional<std::string> path) {
 
 SQLiteReadConnection::~SQLiteReadConnection() { sqlite3_close(handle_); }
 
-std::string SQLiteReadConnection::defaultPath() {
-    return userHomeDirectory() + "/.varnholt/varnholt.db";
+std::string SQLiteReadConnection::pathBelow(const std::string& homeDirectory) {
+    return homeDirectory + "/.varnholt/varnholt.db";
 }
 
 void SQLiteReadConnection::open(const std::string& path) {

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,7 +25,7 @@ extern void (*const SQLITE_TRANSIENT_PTR)(void*);
 // is destroyed; it is not copyable. Single-threaded, like the whole tool.
 class SQLiteReadConnection {
 public:
-    // Opens the database at `path`, or at defaultPath() when absent.
+    // Opens the database at `path` (see pathBelow).
     // Throws DatabaseError: notFound (nothing at the path, nothing is
     // created; or a path that cannot be followed, such as symbolic links in
     // a loop, with the reason), connectionFailed (SQLite cannot open it, or
@@ -36,7 +35,7 @@ public:
     // database"; a write-ahead log or its index we may not read, named; a
     // hot rollback journal, kInterruptedWriteMessage), schemaMismatch (an
     // empty file counts as schema version 0).
-    explicit SQLiteReadConnection(std::optional<std::string> path = std::nullopt);
+    explicit SQLiteReadConnection(const std::string& path);
     ~SQLiteReadConnection();
 
     SQLiteReadConnection(const SQLiteReadConnection&) = delete;
@@ -45,8 +44,9 @@ public:
     // The raw handle; null only on a half-built connection.
     sqlite3* handle() const { return handle_; }
 
-    // "<home>/.varnholt/varnholt.db", home from the password database.
-    static std::string defaultPath();
+    // Where the recorder keeps its database below `homeDirectory`:
+    // "<homeDirectory>/.varnholt/varnholt.db".
+    static std::string pathBelow(const std::string& homeDirectory);
 
     // Runs `sql` without a row callback. Throws DatabaseError::locked when
     // SQLite stays busy, otherwise DatabaseError::queryFailed with SQLite's

@@ -21,7 +21,7 @@ std::string textOf(sqlite3_stmt* statement, int column) {
     if (text == nullptr) return std::string();
     std::string_view bytes(reinterpret_cast<const char*>(text), static_cast<size_t>(length));
     bytes = bytes.substr(0, bytes.find('\0'));
-    return repairedUTF8(bytes);
+    return VarnholtText::repairedUTF8(bytes);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "MomentBuckets.h"
 
 #include <cmath>
+#include <limits>
 
 namespace RecentWorkTimelineCore {
 
@@ -14,12 +15,13 @@ std::optional<std::int64_t> bucketStartOf(double timestamp, std::int64_t bucketS
     const auto whole = static_cast<std::int64_t>(seconds);
     std::int64_t quotient = whole / bucketSize;
     if (whole % bucketSize != 0 && whole < 0) --quotient;
-    std::int64_t start = 0;
-    std::int64_t end = 0;
-    if (__builtin_mul_overflow(quotient, bucketSize, &start) ||
-        __builtin_add_overflow(start, bucketSize, &end)) {
-        return std::nullopt;
-    }
+    // The bounds are checked before multiplying and adding, since a signed
+    // overflow is undefined (ISO C++ has no checked arithmetic).
+    constexpr std::int64_t kMax = std::numeric_limits<std::int64_t>::max();
+    constexpr std::int64_t kMin = std::numeric_limits<std::int64_t>::min();
+    if (quotient > kMax / bucketSize || quotient < kMin / bucketSize) return std::nullopt;
+    const std::int64_t start = quotient * bucketSize;
+    if (start > kMax - bucketSize) return std::nullopt;
     return start;
 }
 

@@ -17,7 +17,7 @@
 #include "status/StatusResponse.h"
 #include "platform/LocalCalendar.h"
 #include "platform/SystemPlatform.h"
-#include "UserHomeDirectory.h"
+#include "platform/UserHomeDirectory.h"
 #include "UTF8Text.h"
 
 namespace VarnholtQueryLib {
@@ -59,7 +59,7 @@ void dispatch(const Command& command, const CommandEnvironment& environment) {
                 }
                 StatusData statusData = statusFromDatabase(environment);
                 // The one text of the report from outside the database.
-                statusData.dbPath = VarnholtSQLiteSupport::repairedUTF8(statusData.dbPath);
+                statusData.dbPath = VarnholtText::repairedUTF8(statusData.dbPath);
                 printHumanStatus(statusData, std::cout);
                 std::cout.flush();
             },
@@ -102,7 +102,7 @@ void runCLI(const std::vector<std::string>& arguments) {
                                 fileSystem,
                                 processes,
                                 sleeper,
-                                VarnholtSQLiteSupport::userHomeDirectory(),
+                                userHomeDirectory(),
                                 standardOutputIsTerminal()};
         const LocalCalendar calendar = LocalCalendar::current();
         const CommandEnvironment environment{platform, calendar};

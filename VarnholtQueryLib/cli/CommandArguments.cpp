@@ -56,7 +56,7 @@ CommandArguments CommandArguments::fromProcessArguments(const std::vector<std::s
     if (!arguments.empty()) {
         std::transform(arguments.begin() + 1, arguments.end(), std::back_inserter(result.args),
                        [](const std::string& argument) {
-                           return VarnholtSQLiteSupport::repairedUTF8(argument);
+                           return VarnholtText::repairedUTF8(argument);
                        });
     }
     const auto& args = result.args;

@@ -26,7 +26,9 @@ namespace {
 // day and its timeline), and the recorder commits between any two of them.
 class AnswerSnapshot {
 public:
-    AnswerSnapshot() : snapshot_(connection_.handle()) {}
+    explicit AnswerSnapshot(const std::string& homeDirectory)
+        : connection_(VarnholtSQLiteSupport::SQLiteReadConnection::pathBelow(homeDirectory)),
+          snapshot_(connection_.handle()) {}
     VarnholtSQLiteSupport::SQLiteReadConnection& connection() { return connection_; }
 
 private:
@@ -38,7 +40,7 @@ private:
 
 JSON answerFromDatabase(const Command& command, const CommandEnvironment& environment) {
     if (!needsDatabase(command)) throw std::logic_error("This command does not read the database.");
-    AnswerSnapshot database;
+    AnswerSnapshot database(environment.platform.homeDirectory);
     VarnholtSQLiteSupport::SQLiteReadConnection& connection = database.connection();
     const JSON answer = std::visit(
         Overloaded{
@@ -67,7 +69,7 @@ JSON answerFromDatabase(const Command& command, const CommandEnvironment& enviro
 }
 
 StatusData statusFromDatabase(const CommandEnvironment& environment) {
-    AnswerSnapshot database;
+    AnswerSnapshot database(environment.platform.homeDirectory);
     return readStatus(database.connection(), environment);
 }
 

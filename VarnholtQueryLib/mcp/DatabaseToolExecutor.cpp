@@ -8,7 +8,7 @@
 #include "mcp/ToolCommands.h"
 #include "platform/LocalCalendar.h"
 #include "platform/SystemPlatform.h"
-#include "UserHomeDirectory.h"
+#include "platform/UserHomeDirectory.h"
 
 namespace VarnholtQueryLib::MCP {
 
@@ -22,7 +22,7 @@ ToolAnswer DatabaseToolExecutor::call(const std::string& name, const JSON& argum
         // terminal, so status answers as JSON.
         const Platform platform{clock,      fileSystem,
                                 processes,  sleeper,
-                                VarnholtSQLiteSupport::userHomeDirectory(),
+                                userHomeDirectory(),
                                 false};
         const LocalCalendar calendar = LocalCalendar::current();
         const CommandEnvironment environment{platform, calendar};

@@ -1,12 +1,12 @@
 #include "mcp/MCPServerMain.h"
 
-#include <csignal>
 #include <iostream>
 
 #include "cli/BuildMetadata.h"
 #include "mcp/DatabaseToolExecutor.h"
 #include "mcp/MCPSession.h"
 #include "mcp/StdioServer.h"
+#include "platform/StandardStreams.h"
 
 namespace VarnholtQueryLib::MCP {
 
@@ -49,7 +49,7 @@ int runMCPServer(const std::vector<std::string>& arguments) {
     }
     // A client that goes away closes our standard output; the write must
     // fail with an error we can report, not end the process with SIGPIPE.
-    std::signal(SIGPIPE, SIG_IGN);
+    ignoreBrokenPipeSignal();
     const DatabaseToolExecutor tools;
     MCPSession session(tools);
     return serveStdio(std::cin, std::cout, std::cerr, session);

@@ -17,7 +17,7 @@ namespace VarnholtQueryLib {
 namespace {
 
 bool writeString(const std::string& text, std::string& out) {
-    if (!VarnholtSQLiteSupport::isValidUTF8(text)) return false;
+    if (!VarnholtText::isValidUTF8(text)) return false;
     out += '"';
     for (const char c : text) {
         switch (c) {
@@ -127,7 +127,7 @@ bool writeValue(const JSON& value, int depth, std::string& out) {
 void repairText(JSON& value) {
     if (value.is_string()) {
         std::string& text = value.get_ref<std::string&>();
-        if (!VarnholtSQLiteSupport::isValidUTF8(text)) text = VarnholtSQLiteSupport::repairedUTF8(text);
+        if (!VarnholtText::isValidUTF8(text)) text = VarnholtText::repairedUTF8(text);
         return;
     }
     if (value.is_array()) {
@@ -138,12 +138,12 @@ void repairText(JSON& value) {
     std::vector<std::string> damagedKeys;
     for (auto& [key, member] : value.items()) {
         repairText(member);
-        if (!VarnholtSQLiteSupport::isValidUTF8(key)) damagedKeys.push_back(key);
+        if (!VarnholtText::isValidUTF8(key)) damagedKeys.push_back(key);
     }
     for (const std::string& key : damagedKeys) {
         JSON member = std::move(value[key]);
         value.erase(key);
-        value[VarnholtSQLiteSupport::repairedUTF8(key)] = std::move(member);
+        value[VarnholtText::repairedUTF8(key)] = std::move(member);
     }
 }
 

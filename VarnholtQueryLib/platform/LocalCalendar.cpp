@@ -88,10 +88,16 @@ long long wholeSeconds(double instant) {
 // "yyyy-MM-ddTHH:mm:ss" of the wall clock `offsetSeconds` east of UTC,
 // followed by `zoneSuffix`. The wall clock stays within 64-bit seconds too.
 std::string formatDateTime(double instant, int offsetSeconds, const std::string& zoneSuffix) {
+    constexpr long long kMax = std::numeric_limits<long long>::max();
+    constexpr long long kMin = std::numeric_limits<long long>::min();
+    const long long whole = wholeSeconds(instant);
     long long seconds = 0;
-    if (__builtin_add_overflow(wholeSeconds(instant), static_cast<long long>(offsetSeconds), &seconds)) {
-        seconds = offsetSeconds < 0 ? std::numeric_limits<long long>::min()
-                                    : std::numeric_limits<long long>::max();
+    if (offsetSeconds > 0 && whole > kMax - offsetSeconds) {
+        seconds = kMax;
+    } else if (offsetSeconds < 0 && whole < kMin - offsetSeconds) {
+        seconds = kMin;
+    } else {
+        seconds = whole + offsetSeconds;
     }
     long long days = seconds / 86400;
     long long secondOfDay = seconds % 86400;
@@ -272,13 +278,17 @@ std::string LocalCalendar::localDate(double instant) const {
     return dateTime.substr(0, dateTime.find('T'));
 }
 
-std::string LocalCalendar::localInternetDateTime(double instant) const {
+int LocalCalendar::utcOffsetSeconds(double instant) const {
     int32_t rawOffset = 0, dstOffset = 0;
     UErrorCode status = U_ZERO_ERROR;
     zone_->getOffset(std::floor(clampToCalendarRange(instant)) * kMillisPerSecond, false,
                      rawOffset, dstOffset, status);
     check(status, "Cannot read the zone offset");
-    const int offsetSeconds = (rawOffset + dstOffset) / 1000;
+    return (rawOffset + dstOffset) / 1000;
+}
+
+std::string LocalCalendar::localInternetDateTime(double instant) const {
+    const int offsetSeconds = utcOffsetSeconds(instant);
     if (offsetSeconds == 0) return formatDateTime(instant, 0, "Z");
     const int magnitude = offsetSeconds < 0 ? -offsetSeconds : offsetSeconds;
     char suffix[16];

@@ -90,6 +90,10 @@ public:
     // that day). Absent when the text does not match.
     std::optional<double> parseLocalPattern(std::string_view text, const char* pattern) const;
 
+    // How far the zone's clocks are ahead of UTC at `instant`, in seconds
+    // (negative west of Greenwich), daylight saving time included.
+    int utcOffsetSeconds(double instant) const;
+
     // "yyyy-MM-dd" of the local day of `instant` (en_US_POSIX digits).
     std::string localDate(double instant) const;
     // ISO 8601 internet date-time in this zone with its offset ("+01:00",

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <iostream>
 
@@ -87,5 +88,7 @@ std::optional<std::string> standardOutputFailure() {
     if (!std::cout) return std::string(std::strerror(EIO));
     return std::nullopt;
 }
+
+void ignoreBrokenPipeSignal() { std::signal(SIGPIPE, SIG_IGN); }
 
 }  // namespace VarnholtQueryLib

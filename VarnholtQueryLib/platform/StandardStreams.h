@@ -54,4 +54,9 @@ void prepareStandardStreams();
 // error" when prepareStandardStreams did not run and the reason is unknown.
 std::optional<std::string> standardOutputFailure();
 
+// From now on, a write to a pipe whose reader has gone fails with EPIPE
+// instead of ending the process with SIGPIPE, so that a program that keeps
+// serving (the MCP server) can report it.
+void ignoreBrokenPipeSignal();
+
 }  // namespace VarnholtQueryLib

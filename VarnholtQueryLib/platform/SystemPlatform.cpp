@@ -33,6 +33,35 @@ std::optional<std::string> readToEnd(int descriptor) {
     }
 }
 
+// A pipe whose ends are closed in a started program, so that the child holds
+// no copy of the read end and the parent sees the end of its output. pipe2
+// would set the flag at once, but macOS has no pipe2; setting it afterwards
+// is as good here, where no other thread can start a program in between.
+bool openPipe(int ends[2]) {
+    if (::pipe(ends) != 0) return false;
+    for (int i = 0; i < 2; ++i) {
+        if (::fcntl(ends[i], F_SETFD, FD_CLOEXEC) != 0) {
+            const int error = errno;
+            ::close(ends[0]);
+            ::close(ends[1]);
+            errno = error;
+            return false;
+        }
+    }
+    return true;
+}
+
+// The modification time of `info`, to the nanosecond; macOS names the field
+// differently.
+double modificationTime(const struct stat& info) {
+#if defined(__APPLE__)
+    const struct timespec& modified = info.st_mtimespec;
+#else
+    const struct timespec& modified = info.st_mtim;
+#endif
+    return static_cast<double>(modified.tv_sec) + static_cast<double>(modified.tv_nsec) / 1e9;
+}
+
 }  // namespace
 
 double SystemClock::now() const {
@@ -46,8 +75,7 @@ std::optional<FileAttributes> SystemFileSystem::attributes(const std::string& pa
     if (::stat(path.c_str(), &info) != 0) return std::nullopt;
     FileAttributes attributes;
     attributes.sizeBytes = static_cast<std::int64_t>(info.st_size);
-    attributes.modifiedAt =
-        static_cast<double>(info.st_mtim.tv_sec) + static_cast<double>(info.st_mtim.tv_nsec) / 1e9;
+    attributes.modifiedAt = modificationTime(info);
     attributes.isRegularFile = S_ISREG(info.st_mode);
     return attributes;
 }
@@ -76,7 +104,7 @@ ProcessOutput SystemProcess::run(const std::string& program,
                                  const std::vector<std::string>& arguments) const {
     ProcessOutput output;
     int pipeEnds[2];
-    if (pipe2(pipeEnds, O_CLOEXEC) != 0) {
+    if (!openPipe(pipeEnds)) {
         output.launchError = std::strerror(errno);
         return output;
     }

@@ -103,7 +103,11 @@ public:
     }
 
     void compareTimeline() {
-        for (const auto& [from, to] : some(windows(), 5)) {
+        for (const auto& window : some(windows(), 5)) {
+            // Copies with names: Clang before 16 cannot capture a
+            // structured binding in a lambda.
+            const double from = window.first;
+            const double to = window.second;
             // The commands always ask for 5000; other limits cut elsewhere.
             for (std::int64_t limit : some(std::vector<std::int64_t>{5000, 5000, 1, 37, 0, -1}, 1)) {
                 compare("timeline " + exact(from) + ".." + exact(to) + " limit " + std::to_string(limit),

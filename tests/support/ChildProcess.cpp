@@ -20,6 +20,15 @@ std::vector<char*> nullTerminated(std::vector<std::string>& strings) {
     return result;
 }
 
+void openPipe(int ends[2]) {
+    if (pipe(ends) != 0) throw std::runtime_error("pipe failed");
+    if (fcntl(ends[0], F_SETFD, FD_CLOEXEC) != 0 || fcntl(ends[1], F_SETFD, FD_CLOEXEC) != 0) {
+        close(ends[0]);
+        close(ends[1]);
+        throw std::runtime_error("cannot mark a pipe close-on-exec");
+    }
+}
+
 int decodeWaitStatus(int status) {
     if (WIFEXITED(status)) return WEXITSTATUS(status);
     if (WIFSIGNALED(status)) return 128 + WTERMSIG(status);
@@ -31,11 +40,13 @@ ReadyChildProcess::ReadyChildProcess(const std::string& program, std::vector<std
     // A separate program rather than a forked copy of the test: SQLite's
     // process-wide lock bookkeeping must not cross a fork.
     int inputPipe[2], outputPipe[2];
-    if (pipe2(inputPipe, O_CLOEXEC) != 0) throw std::runtime_error("pipe failed");
-    if (pipe2(outputPipe, O_CLOEXEC) != 0) {
+    openPipe(inputPipe);
+    try {
+        openPipe(outputPipe);
+    } catch (...) {
         close(inputPipe[0]);
         close(inputPipe[1]);
-        throw std::runtime_error("pipe failed");
+        throw;
     }
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);

@@ -127,7 +127,7 @@ int arrangeStream(posix_spawn_file_actions_t& actions, int target, StreamTarget 
     switch (kind) {
         case StreamTarget::pipe: {
             int ends[2];
-            if (pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("pipe failed");
+            openPipe(ends);
             posix_spawn_file_actions_adddup2(&actions, ends[1], target);
             closeAfterSpawn.push_back(ends[1]);
             return ends[0];
@@ -140,7 +140,7 @@ int arrangeStream(posix_spawn_file_actions_t& actions, int target, StreamTarget 
             return -1;
         case StreamTarget::brokenPipe: {
             int ends[2];
-            if (pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("pipe failed");
+            openPipe(ends);
             close(ends[0]);  // no reader, ever
             posix_spawn_file_actions_adddup2(&actions, ends[1], target);
             closeAfterSpawn.push_back(ends[1]);

@@ -20,7 +20,6 @@ namespace {
 
 // Wednesday 2026-04-01 16:00:00 UTC: mid-afternoon of a working day.
 constexpr double kEnd = 1775059200.0;
-constexpr double kDay = 86400.0;
 const std::string kHome = "/home/tester";
 
 SampleDatabaseOptions optionsFor(int days, std::uint64_t seed, int utcOffsetSeconds = 0) {

@@ -63,6 +63,23 @@ TEST(VarnholtSampleDbCommandTest, WritesADatabaseAtThePathGiven) {
               "1|2");
 }
 
+TEST(VarnholtSampleDbCommandTest, WorkingHoursFollowTheTimeZone) {
+    TemporaryHome home;
+    InvocationOptions brisbane;
+    brisbane.timeZone = "Australia/Brisbane";  // UTC+10 all year
+    const std::string path = home.path() + "/brisbane.db";
+    ASSERT_EQ(home.runProgram(VARNHOLT_SAMPLE_DB_BINARY, {"--days", "3", "--end", kEnd, path}, brisbane).exitStatus,
+              0);
+    // The end is 02:00 in Brisbane; before the session that runs until it,
+    // all work falls between 08:00 and 19:00 there, which is the UTC night.
+    EXPECT_EQ(firstRow(path, "SELECT count(*) FROM frames WHERE timestamp < " + kEnd +
+                                 " - 7200 AND strftime('%H', timestamp + 36000, 'unixepoch') "
+                                 "NOT BETWEEN '08' AND '18'"),
+              "0");
+    EXPECT_NE(firstRow(path, "SELECT count(*) FROM frames WHERE strftime('%H', timestamp, 'unixepoch') < '08'"),
+              "0");
+}
+
 TEST(VarnholtSampleDbCommandTest, RefusesToOverwriteAnExistingFile) {
     TemporaryHome home;
     const std::string path = home.path() + "/important.db";

@@ -28,6 +28,14 @@ TEST(LocalCalendarTest, LocalInternetDateTimeCarriesTheOffset) {
               "2026-01-01T10:00:00Z");
 }
 
+TEST(LocalCalendarTest, UTCOffsetIncludesDaylightSavingTime) {
+    EXPECT_EQ(LocalCalendar("Europe/Berlin", "en_US").utcOffsetSeconds(1775037600), 7200);
+    EXPECT_EQ(LocalCalendar("Europe/Berlin", "en_US").utcOffsetSeconds(1767261600), 3600);
+    EXPECT_EQ(LocalCalendar("America/New_York", "en_US").utcOffsetSeconds(1775037600), -4 * 3600);
+    EXPECT_EQ(LocalCalendar("Asia/Kolkata", "en_US").utcOffsetSeconds(1775037600), 19800);
+    EXPECT_EQ(LocalCalendar("UTC", "en_US").utcOffsetSeconds(1775037600), 0);
+}
+
 TEST(LocalCalendarTest, LocalDateFollowsTheZone) {
     // 23:30 UTC on 31 March is already 1 April in Berlin.
     EXPECT_EQ(LocalCalendar("Europe/Berlin", "en_US").localDate(1775001600 - 1800), "2026-04-01");

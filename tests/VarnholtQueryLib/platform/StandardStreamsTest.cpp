@@ -65,7 +65,7 @@ TEST(StandardStreamsTest, BytesArriveInOrderAcrossManyBufferfuls) {
 
 TEST(StandardStreamsTest, AFullDeviceIsRememberedAsTheReason) {
     const int full = open("/dev/full", O_WRONLY);
-    ASSERT_GE(full, 0);
+    if (full < 0) GTEST_SKIP() << "no /dev/full here (Linux has one)";
     DescriptorOutputBuffer buffer(full);
     std::ostream out(&buffer);
     out << "{\"ok\" : true}\n";

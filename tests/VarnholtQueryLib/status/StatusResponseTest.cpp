@@ -366,7 +366,7 @@ TEST(StatusResponseTest, TimesBeyond64BitSecondsAreWrittenAsTheNearestOne) {
 // finds the lost bytes and names the reason once.
 TEST(StatusResponseTest, AHumanReportThatCannotBeWrittenIsReportedAsLost) {
     const int full = open("/dev/full", O_WRONLY);
-    ASSERT_GE(full, 0);
+    if (full < 0) GTEST_SKIP() << "no /dev/full here (Linux has one)";
     DescriptorOutputBuffer unwritable(full);
     std::ostringstream errors;
     std::streambuf* const standardOutput = std::cout.rdbuf(&unwritable);

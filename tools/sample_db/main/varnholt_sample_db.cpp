@@ -8,7 +8,6 @@
 #include <chrono>
 #include <cmath>
 #include <cstdlib>
-#include <ctime>
 #include <filesystem>
 #include <iostream>
 #include <optional>
@@ -16,7 +15,8 @@
 #include <vector>
 
 #include "SampleDatabase.h"
-#include "UserHomeDirectory.h"
+#include "platform/LocalCalendar.h"
+#include "platform/UserHomeDirectory.h"
 
 namespace {
 
@@ -82,21 +82,12 @@ std::optional<Arguments> parseArguments(const std::vector<std::string>& words) {
     return arguments;
 }
 
-// The user's offset from UTC at `seconds`, so that working hours fall into
-// the user's day.
-int localUtcOffset(double seconds) {
-    const auto whole = static_cast<std::time_t>(seconds);
-    std::tm local{};
-    if (localtime_r(&whole, &local) == nullptr) return 0;
-    return static_cast<int>(local.tm_gmtoff);
-}
-
 std::string describeDays(int days) {
     return std::to_string(days) + (days == 1 ? " day" : " days");
 }
 
 int run(const Arguments& arguments) {
-    const std::string home = VarnholtSQLiteSupport::userHomeDirectory();
+    const std::string home = VarnholtQueryLib::userHomeDirectory();
     if (home.empty()) {
         std::cerr << kProgram
                   << "Cannot find the home directory of the current user in the password database\n";
@@ -108,7 +99,9 @@ int run(const Arguments& arguments) {
     options.endTime = arguments.end.value_or(
         std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count());
     options.homeForImagePaths = home;
-    options.utcOffsetSeconds = localUtcOffset(options.endTime);
+    // The user's offset from UTC at the end, in the zone varnholt-query will
+    // read the activity in, so that working hours fall into the user's day.
+    options.utcOffsetSeconds = VarnholtQueryLib::LocalCalendar::current().utcOffsetSeconds(options.endTime);
 
     std::string path;
     if (arguments.defaultLocation) {

@@ -1,6 +1,6 @@
 #include "UTF8Text.h"
 
-namespace VarnholtSQLiteSupport {
+namespace VarnholtText {
 
 namespace {
 
@@ -69,4 +69,4 @@ std::string repairedUTF8(std::string_view text) {
     return repaired;
 }
 
-}  // namespace VarnholtSQLiteSupport
+}  // namespace VarnholtText

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-using namespace VarnholtSQLiteSupport;
+using namespace VarnholtText;
 
 TEST(UTF8TextTest, WellFormedText) {
     EXPECT_TRUE(isValidUTF8(""));

@@ -1,4 +1,4 @@
-#include "UserHomeDirectory.h"
+#include "platform/UserHomeDirectory.h"
 
 #include <pwd.h>
 #include <unistd.h>
@@ -6,7 +6,7 @@
 #include <cerrno>
 #include <vector>
 
-namespace VarnholtSQLiteSupport {
+namespace VarnholtQueryLib {
 
 std::string userHomeDirectory() {
     long suggested = sysconf(_SC_GETPW_R_SIZE_MAX);
@@ -29,4 +29,4 @@ std::string userHomeDirectory() {
     }
 }
 
-}  // namespace VarnholtSQLiteSupport
+}  // namespace VarnholtQueryLib

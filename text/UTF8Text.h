@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-namespace VarnholtSQLiteSupport {
+namespace VarnholtText {
 
 // Text that reaches us as bytes (database columns, process arguments) is
 // meant to be UTF-8 but nothing guarantees it. These decide whether it is, and
@@ -18,4 +18,4 @@ bool isValidUTF8(std::string_view text);
 // text comes back unchanged.
 std::string repairedUTF8(std::string_view text);
 
-}  // namespace VarnholtSQLiteSupport
+}  // namespace VarnholtText

@@ -2,7 +2,7 @@
 
 #include <string>
 
-namespace VarnholtSQLiteSupport {
+namespace VarnholtQueryLib {
 
 // The home directory of the user running the process, as the password
 // database reports it (getpwuid_r). $HOME is deliberately not consulted: an
@@ -15,4 +15,4 @@ namespace VarnholtSQLiteSupport {
 // Returns an empty string when the account has no entry.
 std::string userHomeDirectory();
 
-}  // namespace VarnholtSQLiteSupport
+}  // namespace VarnholtQueryLib
