@@ -207,7 +207,8 @@ async function main() {
 
     const server = client.getServerVersion();
     check(server?.name === 'varnholt-mcp' && server?.version === '0.6.6-beta', `serverInfo ${JSON.stringify(server)}`);
-    check(JSON.stringify(client.getServerCapabilities()) === '{"tools":{"listChanged":false}}',
+    check(JSON.stringify(client.getServerCapabilities()) ===
+      '{"completions":{},"prompts":{"listChanged":false},"resources":{"subscribe":false,"listChanged":false},"tools":{"listChanged":false}}',
       `capabilities ${JSON.stringify(client.getServerCapabilities())}`);
     check(typeof client.getInstructions() === 'string', 'instructions');
     await client.ping();
@@ -264,8 +265,8 @@ async function main() {
     await expectToolError(client, 'status', { verbose: true }, 'UNKNOWN_ERROR', "Unknown argument 'verbose'. Arguments: none.");
 
     await expectProtocolError(client.callTool({ name: 'frobnicate', arguments: {} }), ErrorCode.InvalidParams, 'unknown tool');
-    await expectProtocolError(client.request({ method: 'resources/list', params: {} }, ListResourcesResultSchema),
-      ErrorCode.MethodNotFound, 'resources/list');
+    await expectProtocolError(client.request({ method: 'resources/subscribe', params: { uri: 'varnholt://status' } },
+      ListResourcesResultSchema), ErrorCode.MethodNotFound, 'resources/subscribe');
     await client.close();
     check(errors() === '', `the server wrote to standard error: ${errors()}`);
 

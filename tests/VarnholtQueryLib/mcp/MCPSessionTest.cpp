@@ -5,24 +5,15 @@
 #include <vector>
 
 #include "cli/BuildMetadata.h"
+#include "FakeDocumentSource.h"
+#include "RecordingToolExecutor.h"
+#include "mcp/ServerIdentity.h"
 #include "mcp/ToolCatalog.h"
 
 using namespace VarnholtQueryLib;
 using namespace VarnholtQueryLib::MCP;
 
 namespace {
-
-// Answers every call with a fixed document and remembers what it was asked.
-class RecordingToolExecutor final : public ToolExecutor {
-public:
-    ToolAnswer call(const std::string& name, const JSON& arguments) const override {
-        calls.push_back(name + " " + arguments.dump());
-        return answer;
-    }
-
-    mutable std::vector<std::string> calls;
-    ToolAnswer answer{JSON{{"ok", true}, {"path", "/a/b"}, {"n", 1.5}}, false};
-};
 
 std::string initializeLine(const std::string& revision, const std::string& id = "1") {
     return R"({"jsonrpc":"2.0","id":)" + id + R"(,"method":"initialize","params":{"protocolVersion":")" +
@@ -57,7 +48,8 @@ protected:
     }
 
     RecordingToolExecutor tools_;
-    MCPSession session_{tools_};
+    FakeDocumentSource documents_;
+    MCPSession session_{tools_, documents_};
 };
 
 }  // namespace
@@ -68,7 +60,8 @@ TEST_F(MCPSessionTest, InitializeAgreesOnTheClientsRevision) {
     EXPECT_EQ(reply["jsonrpc"], "2.0");
     const JSON& result = reply["result"];
     EXPECT_EQ(result["protocolVersion"], "2025-03-26");
-    EXPECT_EQ(result["capabilities"], JSON::parse(R"({"tools":{"listChanged":false}})"));
+    EXPECT_EQ(result["capabilities"], JSON::parse(R"({"tools":{"listChanged":false},"completions":{},
+        "prompts":{"listChanged":false},"resources":{"listChanged":false,"subscribe":false}})"));
     EXPECT_EQ(result["serverInfo"], (JSON{{"name", "varnholt-mcp"}, {"version", BuildMetadata::version}}));
     EXPECT_TRUE(result["instructions"].is_string());
     EXPECT_EQ(session_.revision(), ProtocolRevision::r2025_03_26);
@@ -117,6 +110,16 @@ TEST_F(MCPSessionTest, ToolsListFollowsTheRevision) {
     EXPECT_EQ(reply["result"], (JSON{{"tools", listTools(ProtocolRevision::r2025_06_18)}}));
     EXPECT_EQ(errorOf(send(R"({"jsonrpc":"2.0","id":3,"method":"tools/list","params":{"cursor":"next"}})")),
               "-32602 Invalid params: unknown cursor");
+    // A null cursor asks for the first page, like none at all.
+    EXPECT_EQ(send(R"({"jsonrpc":"2.0","id":3,"method":"tools/list","params":{"cursor":null}})")["result"],
+              reply["result"]);
+}
+
+TEST_F(MCPSessionTest, TheOldestRevisionHasNoCompletionsCapability) {
+    const JSON result = send(initializeLine("2024-11-05"))["result"];
+    EXPECT_FALSE(result["capabilities"].contains("completions"));
+    EXPECT_TRUE(result["capabilities"].contains("resources"));
+    EXPECT_FALSE(result["serverInfo"].contains("title"));
 }
 
 TEST_F(MCPSessionTest, AToolCallAnswersWithTheDocumentTwice) {
@@ -165,7 +168,8 @@ TEST_F(MCPSessionTest, ToolCallParamsAreChecked) {
 
 TEST_F(MCPSessionTest, UnknownMethodsAreNotFound) {
     initialize();
-    for (const char* method : {"resources/list", "prompts/list", "logging/setLevel", "completion/complete", ""}) {
+    for (const char* method : {"logging/setLevel", "resources/subscribe", "resources/unsubscribe", "tasks/list",
+                               "sampling/createMessage", ""}) {
         const JSON reply = send(std::string(R"({"jsonrpc":"2.0","id":"m","method":")") + method + "\"}");
         EXPECT_EQ(errorOf(reply), std::string("-32601 Method not found: ") + method);
         EXPECT_EQ(reply["id"], "m");
@@ -254,4 +258,53 @@ TEST_F(MCPSessionTest, AnUnwritableDocumentIsAnInternalError) {
     initialize();
     tools_.answer = {JSON{{"text", "\xff"}}, false};
     EXPECT_EQ(errorOf(call("{}")), "-32603 Internal error: Failed to serialize JSON");
+}
+
+TEST_F(MCPSessionTest, ABatchIsBounded) {
+    initialize("2025-03-26");
+    std::string batch = "[";
+    for (std::size_t i = 0; i <= MCPSession::kMaxBatchMessages; ++i) {
+        batch += (i ? "," : "") + std::string(R"({"jsonrpc":"2.0","id":)") + std::to_string(i) +
+                 R"(,"method":"tools/call","params":{"name":"status"}})";
+    }
+    const JSON refused = send(batch + "]");
+    EXPECT_EQ(errorOf(refused), "-32600 Invalid Request: a batch may hold at most 64 messages");
+    EXPECT_TRUE(refused["id"].is_null());
+    EXPECT_TRUE(tools_.calls.empty());
+}
+
+TEST_F(MCPSessionTest, ABatchStopsServingOnceItsRepliesAreTooLarge) {
+    initialize("2025-03-26");
+    // Each answer takes 9 MiB (as text only in this revision), so the first
+    // two pass the bound and the rest are refused unserved.
+    tools_.answer = {JSON{{"pad", std::string(9 * 1024 * 1024, 'x')}}, false};
+    std::string batch = "[";
+    for (int i = 0; i < 5; ++i) {
+        batch += (i ? "," : "") + std::string(R"({"jsonrpc":"2.0","id":)") + std::to_string(i) +
+                 R"(,"method":"tools/call","params":{"name":"status"}})";
+    }
+    const JSON replies = send(batch + R"(,{"jsonrpc":"2.0","method":"notifications/x"}])");
+    ASSERT_EQ(replies.size(), 5u);
+    EXPECT_EQ(tools_.calls.size(), 2u);
+    EXPECT_TRUE(replies[1].contains("result"));
+    for (int i = 2; i < 5; ++i) {
+        EXPECT_EQ(replies[i]["id"], i);
+        EXPECT_EQ(errorOf(replies[i]),
+                  "-32603 Internal error: the batch's replies passed 16777216 bytes; send this request again on its own");
+    }
+}
+
+TEST_F(MCPSessionTest, IntegerIdsInAnyFormAreAnsweredWithTheirBytes) {
+    initialize("2025-03-26");
+    for (const std::string id : {"2.0", "1e2", "18446744073709551616", "-123456789012345678901234567890"}) {
+        const auto reply = session_.replyTo(R"({"jsonrpc":"2.0","id":)" + id + R"(,"method":"ping"})");
+        ASSERT_TRUE(reply.has_value());
+        EXPECT_EQ(*reply, R"({"id":)" + id + R"(,"jsonrpc":"2.0","result":{}})");
+    }
+    const auto fractional = session_.replyTo(R"({"jsonrpc":"2.0","id":2.5,"method":"ping"})");
+    EXPECT_EQ(*fractional,
+              R"({"error":{"code":-32600,"message":"Invalid Request: \"id\" must be a string or an integer"},"id":2.5,"jsonrpc":"2.0"})");
+    const auto batch = session_.replyTo(
+        R"([{"jsonrpc":"2.0","id":1e2,"method":"ping"},{"jsonrpc":"2.0","id":7,"method":"ping"},{"jsonrpc":"2.0","id":3.0,"method":"ping"}])");
+    EXPECT_EQ(*batch, R"([{"id":1e2,"jsonrpc":"2.0","result":{}},{"id":7,"jsonrpc":"2.0","result":{}},{"id":3.0,"jsonrpc":"2.0","result":{}}])");
 }

@@ -1,0 +1,38 @@
+#include "mcp/ServerIdentity.h"
+
+#include "cli/BuildMetadata.h"
+
+namespace VarnholtQueryLib::MCP {
+
+namespace {
+
+constexpr const char* kServerName = "varnholt-mcp";
+constexpr const char* kServerTitle = "Varnholt work memory";
+constexpr const char* kInstructions =
+    "Answers questions about the user's recent work from the local screen recorder's database, "
+    "read-only. Use timeline for what happened in a period, search for a topic, and entities "
+    "for the apps, people and tools involved; status and support_context diagnose the recorder "
+    "itself. Every answer is a JSON document with ok, data, error and meta; meta gives the "
+    "user's time zone and current time, and a failure has ok false and an error code.";
+
+}  // namespace
+
+JSON serverInfo(ProtocolRevision revision) {
+    JSON info = {{"name", kServerName}, {"version", BuildMetadata::version}};
+    if (hasStructuredToolOutput(revision)) info["title"] = kServerTitle;
+    return info;
+}
+
+JSON serverCapabilities(ProtocolRevision revision) {
+    JSON capabilities = {
+        {"tools", {{"listChanged", false}}},
+        {"resources", {{"subscribe", false}, {"listChanged", false}}},
+        {"prompts", {{"listChanged", false}}},
+    };
+    if (hasCompletionsCapability(revision)) capabilities["completions"] = JSON::object();
+    return capabilities;
+}
+
+const char* serverInstructions() { return kInstructions; }
+
+}  // namespace VarnholtQueryLib::MCP
