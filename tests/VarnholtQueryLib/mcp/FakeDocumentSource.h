@@ -39,7 +39,7 @@ public:
     static std::string describe(const Command& command) {
         if (std::holds_alternative<Command::Status>(command.value)) return "status";
         if (const auto* recent = std::get_if<Command::Recent>(&command.value)) {
-            if (recent->preset) return *recent->preset;
+            if (recent->preset && *recent->preset != "range") return *recent->preset;
             return "range " + recent->rangeFrom.value_or("-") + " " + recent->rangeTo.value_or("-");
         }
         return "other";

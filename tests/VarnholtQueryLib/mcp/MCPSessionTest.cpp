@@ -308,3 +308,116 @@ TEST_F(MCPSessionTest, IntegerIdsInAnyFormAreAnsweredWithTheirBytes) {
         R"([{"jsonrpc":"2.0","id":1e2,"method":"ping"},{"jsonrpc":"2.0","id":7,"method":"ping"},{"jsonrpc":"2.0","id":3.0,"method":"ping"}])");
     EXPECT_EQ(*batch, R"([{"id":1e2,"jsonrpc":"2.0","result":{}},{"id":7,"jsonrpc":"2.0","result":{}},{"id":3.0,"jsonrpc":"2.0","result":{}}])");
 }
+
+namespace {
+
+const std::string kEnvelope =
+    R"("_meta":{"io.modelcontextprotocol/protocolVersion":"2026-07-28","io.modelcontextprotocol/clientCapabilities":{}})";
+
+std::string statelessLine(const std::string& id, const std::string& method, const std::string& members = "") {
+    return R"({"jsonrpc":"2.0","id":)" + id + R"(,"method":")" + method + R"(","params":{)" + members +
+           (members.empty() ? "" : ",") + kEnvelope + "}}";
+}
+
+}  // namespace
+
+TEST_F(MCPSessionTest, AStatelessRequestNeedsNoInitialize) {
+    const JSON reply = send(statelessLine("1", "tools/call", R"("name":"search","arguments":{"keyword":"x"})"));
+    EXPECT_EQ(reply["result"]["structuredContent"], tools_.answer.document);
+    EXPECT_EQ(reply["result"]["resultType"], "complete");
+    EXPECT_EQ(tools_.calls, std::vector<std::string>{R"(search {"keyword":"x"})"});
+    EXPECT_FALSE(session_.revision().has_value());
+}
+
+TEST_F(MCPSessionTest, DiscoveryThenInitializeFallsBackToTheHandshake) {
+    EXPECT_TRUE(send(statelessLine("1", "server/discover")).contains("result"));
+    // A client that prefers a handshake revision may still start one.
+    const JSON reply = send(initializeLine("2025-06-18", "2"));
+    EXPECT_EQ(reply["result"]["protocolVersion"], "2025-06-18");
+    EXPECT_FALSE(reply["result"].contains("resultType"));
+}
+
+TEST_F(MCPSessionTest, AFailedDiscoveryLeavesInitializeOpen) {
+    EXPECT_EQ(errorOf(send(R"({"jsonrpc":"2.0","id":1,"method":"server/discover","params":{}})")),
+              "-32602 Invalid params: _meta must be an object");
+    EXPECT_EQ(errorOf(send(statelessLine("1", "tools/list").replace(statelessLine("1", "tools/list").find("2026-07-28"), 10,
+                                                                   "2099-01-01"))),
+              "-32022 Unsupported protocol version");
+    EXPECT_EQ(send(initializeLine("2025-11-25"))["result"]["protocolVersion"], "2025-11-25");
+}
+
+TEST_F(MCPSessionTest, AfterAStatelessRequestInitializeIsRefused) {
+    EXPECT_TRUE(send(statelessLine("1", "tools/list")).contains("result"));
+    const JSON refused = send(initializeLine("2025-06-18", "2"));
+    EXPECT_EQ(refused["error"], JSON::parse(R"({"code":-32022,"message":"Unsupported protocol version",
+        "data":{"supported":["2026-07-28"],"requested":"2025-06-18"}})"));
+    EXPECT_EQ(refused["id"], 2);
+    EXPECT_FALSE(session_.revision().has_value());
+    // With an envelope, initialize is a method the revision does not have.
+    EXPECT_EQ(errorOf(send(statelessLine("3", "initialize", R"("protocolVersion":"2025-06-18")"))),
+              "-32601 Method not found: initialize");
+    // Without a protocol version, still refused with what we serve.
+    EXPECT_EQ(send(R"({"jsonrpc":"2.0","id":4,"method":"initialize"})")["error"]["data"],
+              JSON::parse(R"({"supported":["2026-07-28"],"requested":null})"));
+}
+
+TEST_F(MCPSessionTest, BothErasOnOneLine) {
+    initialize("2025-03-26");
+    // The handshake session keeps its revision: text only, no resultType.
+    const JSON old = call("{}")["result"];
+    EXPECT_FALSE(old.contains("structuredContent"));
+    EXPECT_FALSE(old.contains("resultType"));
+    // A stateless request beside it is served on its own revision.
+    const JSON modern = send(statelessLine("\"m\"", "tools/call", R"("name":"status")"))["result"];
+    EXPECT_EQ(modern["structuredContent"], tools_.answer.document);
+    EXPECT_EQ(modern["resultType"], "complete");
+    EXPECT_EQ(modern["_meta"]["io.modelcontextprotocol/serverInfo"], serverInfo(ProtocolRevision::r2026_07_28));
+    // And the handshake session is none the wiser.
+    EXPECT_EQ(session_.revision(), ProtocolRevision::r2025_03_26);
+    EXPECT_FALSE(call("{}")["result"].contains("structuredContent"));
+    EXPECT_EQ(errorOf(send(R"({"jsonrpc":"2.0","id":5,"method":"ping","params":{)" + kEnvelope + "}}")),
+              "-32601 Method not found: ping");
+    EXPECT_EQ(send(R"({"jsonrpc":"2.0","id":6,"method":"ping"})")["result"], JSON::object());
+}
+
+TEST_F(MCPSessionTest, StatelessRequestsHoldNoState) {
+    // The same request gives the same reply whatever came before it.
+    const std::string read = statelessLine("1", "resources/read", R"("uri":"varnholt://status")");
+    const auto first = session_.replyTo(read);
+    send(initializeLine("2025-06-18", "2"));
+    send(statelessLine("3", "tools/call", R"("name":"status")"));
+    send(R"({"jsonrpc":"2.0","method":"notifications/initialized"})");
+    EXPECT_EQ(session_.replyTo(read), first);
+    MCPSession fresh(tools_, documents_);
+    EXPECT_EQ(fresh.replyTo(read), first);
+}
+
+TEST_F(MCPSessionTest, AStatelessRequestCannotBeBatched) {
+    initialize("2025-03-26");
+    const JSON replies = send("[" + statelessLine("1", "tools/list") + R"(,{"jsonrpc":"2.0","id":2,"method":"ping"}])");
+    ASSERT_EQ(replies.size(), 2u);
+    EXPECT_EQ(errorOf(replies[0]), "-32600 Invalid Request: a request with an envelope cannot be batched");
+    EXPECT_EQ(replies[0]["id"], 1);
+    EXPECT_EQ(replies[1]["result"], JSON::object());
+    // Outside a 2025-03-26 session no batch at all, envelope or not.
+    MCPSession fresh(tools_, documents_);
+    EXPECT_EQ(JSON::parse(*fresh.replyTo("[" + statelessLine("1", "tools/list") + "]"))["error"]["message"],
+              "Invalid Request: batches are not part of this protocol revision");
+}
+
+TEST_F(MCPSessionTest, StatelessIdsAreEchoedAsWritten) {
+    for (const std::string id : {"2.0", "1e2", "99999999999999999999", "\"x\""}) {
+        const auto reply = session_.replyTo(statelessLine(id, "resources/templates/list"));
+        ASSERT_TRUE(reply.has_value());
+        EXPECT_EQ(reply->substr(0, 6 + id.size() + 1), R"({"id":)" + id + ",") << *reply;
+    }
+    const auto refused = session_.replyTo(R"({"jsonrpc":"2.0","id":1e2,"method":"server/discover"})");
+    EXPECT_EQ(*refused,
+              R"({"error":{"code":-32602,"message":"Invalid params: params with _meta are required"},"id":1e2,"jsonrpc":"2.0"})");
+}
+
+TEST_F(MCPSessionTest, StatelessNotificationsAreNeverAnswered) {
+    EXPECT_TRUE(send(R"({"jsonrpc":"2.0","method":"notifications/cancelled","params":{"requestId":1,)" + kEnvelope + "}}")
+                    .is_null());
+    EXPECT_TRUE(send(R"({"jsonrpc":"2.0","method":"server/discover"})").is_null());
+}
