@@ -50,11 +50,18 @@ std::string fileBytes(const std::string& path) {
     return std::string(std::istreambuf_iterator<char>(file), {});
 }
 
-// The server under a temporary home, initialised on 2025-06-18.
+// How a test talks to the server: after an initialize handshake on
+// 2025-06-18, or statelessly with an envelope on every request.
+enum class Era { handshake, stateless };
+
+const char* nameOf(Era era) { return era == Era::handshake ? "handshake" : "stateless"; }
+
+// The server under a temporary home, in `era`.
 class Server {
 public:
-    Server(const TemporaryHome& home, const InvocationOptions& options)
-        : process_(VARNHOLT_MCP_BINARY, {}, home.environment(options)) {
+    Server(const TemporaryHome& home, const InvocationOptions& options, Era era = Era::handshake)
+        : process_(VARNHOLT_MCP_BINARY, {}, home.environment(options)), era_(era) {
+        if (era_ == Era::stateless) return;
         const json reply = request("initialize", {{"protocolVersion", "2025-06-18"},
                                                   {"capabilities", json::object()},
                                                   {"clientInfo", {{"name", "e2e"}, {"version", "1"}}}});
@@ -62,7 +69,11 @@ public:
         process_.writeLine(R"({"jsonrpc":"2.0","method":"notifications/initialized"})");
     }
 
-    json request(const std::string& method, const json& params) {
+    json request(const std::string& method, json params) {
+        if (era_ == Era::stateless) {
+            params["_meta"] = {{"io.modelcontextprotocol/protocolVersion", "2026-07-28"},
+                               {"io.modelcontextprotocol/clientCapabilities", json::object()}};
+        }
         const json message = {{"jsonrpc", "2.0"}, {"id", ++lastId_}, {"method", method}, {"params", params}};
         EXPECT_TRUE(process_.writeLine(message.dump()));
         const auto line = process_.readLine();
@@ -77,10 +88,28 @@ public:
         return request("tools/call", {{"name", tool}, {"arguments", arguments}})["result"];
     }
 
+    // The text of the resource at `uri`.
+    std::string read(const std::string& uri) {
+        const json result = request("resources/read", {{"uri", uri}})["result"];
+        if (!result.contains("contents") || result["contents"].size() != 1) return "<no contents: " + result.dump() + ">";
+        EXPECT_EQ(result["contents"][0]["uri"], uri);
+        EXPECT_EQ(result["contents"][0]["mimeType"], "application/json");
+        return result["contents"][0]["text"];
+    }
+
+    // `members` of a request's params with the envelope when the era needs
+    // one, as JSON text without braces.
+    std::string paramsText(const std::string& members) const {
+        if (era_ == Era::handshake) return "{" + members + "}";
+        return "{" + members + (members.empty() ? "" : ",") +
+               R"("_meta":{"io.modelcontextprotocol/protocolVersion":"2026-07-28","io.modelcontextprotocol/clientCapabilities":{}}})";
+    }
+
     LineProcess& process() { return process_; }
 
 private:
     LineProcess process_;
+    Era era_;
     int lastId_ = 0;
 };
 
@@ -213,4 +242,126 @@ TEST(MCPServerTest, HelpVersionAndUnknownArguments) {
     EXPECT_EQ(unknown.exitStatus, 2);
     EXPECT_EQ(unknown.standardOutput, "");
     EXPECT_EQ(unknown.standardError.rfind("varnholt-mcp: unexpected argument '--stdio'\n", 0), 0u);
+}
+
+TEST(MCPServerTest, EveryResourceIsTheCommandLinesDocumentInBothEras) {
+    TemporaryHome home;
+    writeDatabase(home);
+    for (const Era era : {Era::handshake, Era::stateless}) {
+        Server server(home, frozen(), era);
+        EXPECT_EQ(server.read("varnholt://status"), home.run({"status", "--json"}, frozen()).standardOutput) << nameOf(era);
+        for (const char* day : {"2026-03-30", "2026-03-31", "2026-04-01", "2026-04-02"}) {
+            EXPECT_EQ(server.read(std::string("varnholt://timeline/day/") + day),
+                      home.run({"range", "--from", day, "--to", day}, frozen()).standardOutput)
+                << nameOf(era) << " " << day;
+        }
+    }
+}
+
+TEST(MCPServerTest, AReadIsAnsweredAfreshEachTime) {
+    TemporaryHome home;
+    Server server(home, frozen(), Era::stateless);
+    const std::string missing = server.read("varnholt://status");
+    EXPECT_NE(missing.find("DB_NOT_FOUND"), std::string::npos);
+    writeDatabase(home);
+    EXPECT_EQ(server.read("varnholt://status"), home.run({"status", "--json"}, frozen()).standardOutput);
+}
+
+TEST(MCPServerTest, NoChildWritesToTheServersStandardErrorInEitherEra) {
+    // The recorder's logs are missing, so every status runs tail on files
+    // that are not there; a host that pipes our standard error and never
+    // reads it would see the server stall once that pipe filled.
+    TemporaryHome home;
+    writeDatabase(home);
+    ASSERT_FALSE(std::filesystem::exists(home.varnholtDirectory() + "/logs"));
+    for (const Era era : {Era::handshake, Era::stateless}) {
+        Server server(home, frozen(), era);
+        for (int i = 0; i < 3; ++i) {
+            EXPECT_EQ(server.call("status")["isError"], false) << nameOf(era);
+            EXPECT_EQ(server.call("support_context")["isError"], false) << nameOf(era);
+            EXPECT_NE(server.read("varnholt://status").find("\"ok\" : true"), std::string::npos) << nameOf(era);
+        }
+        server.process().closeInput();
+        EXPECT_EQ(server.process().waitForExit(), 0);
+        EXPECT_EQ(server.process().standardError(), "") << nameOf(era);
+    }
+}
+
+TEST(MCPServerTest, IntegerIdsInAnyFormAreEchoedAsSentInBothEras) {
+    TemporaryHome home;
+    for (const Era era : {Era::handshake, Era::stateless}) {
+        Server server(home, frozen(), era);
+        for (const std::string id : {"2.0", "1e2", "18446744073709551616", "123456789012345678901234567890"}) {
+            ASSERT_TRUE(server.process().writeLine(R"({"jsonrpc":"2.0","id":)" + id +
+                                                   R"(,"method":"tools/list","params":)" + server.paramsText("") + "}"));
+            const std::string reply = server.process().readLine().value_or("");
+            EXPECT_EQ(reply.rfind(R"({"id":)" + id + R"(,"jsonrpc":"2.0","result":{)", 0), 0u) << nameOf(era) << " " << reply.substr(0, 80);
+        }
+    }
+}
+
+TEST(MCPServerTest, ANullCursorIsTheFirstPageInBothEras) {
+    TemporaryHome home;
+    for (const Era era : {Era::handshake, Era::stateless}) {
+        Server server(home, frozen(), era);
+        for (const char* method : {"tools/list", "resources/list", "resources/templates/list", "prompts/list"}) {
+            const json first = server.request(method, json::object());
+            EXPECT_EQ(server.request(method, {{"cursor", nullptr}})["result"], first["result"]) << nameOf(era) << " " << method;
+            EXPECT_EQ(server.request(method, {{"cursor", "2"}})["error"]["code"], -32602) << nameOf(era) << " " << method;
+        }
+    }
+}
+
+TEST(MCPServerTest, TheLineLimitLeavesOutTheCarriageReturnInBothEras) {
+    TemporaryHome home;
+    for (const Era era : {Era::handshake, Era::stateless}) {
+        Server server(home, frozen(), era);
+        // A request of exactly the limit, padded inside a string.
+        std::string line = R"({"jsonrpc":"2.0","id":"big","method":"tools/list","params":)";
+        const std::string params = server.paramsText(R"("pad":"")");
+        const std::size_t padAt = line.size() + params.find(R"("pad":"")") + 7;
+        line += params + "}";
+        line.insert(padAt, std::string(4 * 1024 * 1024 - line.size(), 'x'));
+        ASSERT_EQ(line.size(), 4u * 1024 * 1024);
+        ASSERT_TRUE(server.process().writeLine(line + "\r"));
+        EXPECT_TRUE(json::parse(server.process().readLine().value_or("{}")).contains("result")) << nameOf(era);
+        ASSERT_TRUE(server.process().writeLine("x" + line + "\r"));
+        EXPECT_EQ(json::parse(server.process().readLine().value_or("{}"))["error"]["message"],
+                  "Invalid Request: a message may be at most 4194304 bytes") << nameOf(era);
+    }
+}
+
+TEST(MCPServerTest, BatchesAreBounded) {
+    TemporaryHome home;
+    writeDatabase(home);
+    LineProcess process(VARNHOLT_MCP_BINARY, {}, home.environment(frozen()));
+    process.writeLine(R"({"jsonrpc":"2.0","id":0,"method":"initialize","params":{"protocolVersion":"2025-03-26","capabilities":{},"clientInfo":{"name":"e2e","version":"1"}}})");
+    ASSERT_TRUE(process.readLine().has_value());
+    const auto batchOf = [](int count) {
+        std::string batch = "[";
+        for (int i = 1; i <= count; ++i) {
+            batch += (i > 1 ? "," : "") + std::string(R"({"jsonrpc":"2.0","id":)") + std::to_string(i) +
+                     R"(,"method":"tools/call","params":{"name":"timeline","arguments":{"preset":"yesterday"}}})";
+        }
+        return batch + "]";
+    };
+    process.writeLine(batchOf(65));
+    EXPECT_EQ(process.readLine().value_or(""),
+              R"({"error":{"code":-32600,"message":"Invalid Request: a batch may hold at most 64 messages"},"id":null,"jsonrpc":"2.0"})");
+    process.writeLine(batchOf(64));
+    const json replies = json::parse(process.readLine(std::chrono::seconds(120)).value_or("[]"));
+    ASSERT_EQ(replies.size(), 64u);
+    const std::string yesterday = home.run({"yesterday"}, frozen()).standardOutput;
+    std::size_t served = 0;
+    for (const json& reply : replies) {
+        if (reply.contains("result")) {
+            EXPECT_EQ(reply["result"]["content"][0]["text"], yesterday);
+            ++served;
+        } else {
+            EXPECT_EQ(reply["error"]["code"], -32603);
+        }
+    }
+    // Three days of activity make a yesterday of some hundred kilobytes, so
+    // all of them fit the bound; the bound itself is a unit test's affair.
+    EXPECT_EQ(served, 64u);
 }
