@@ -9,9 +9,8 @@ namespace VarnholtQueryLib::MCP {
 
 namespace {
 
-// How many days back a completion offers: two working weeks and the
-// weekends between them.
-constexpr std::size_t kOfferedDays = 14;
+// How many days with activity a completion offers: two working weeks.
+constexpr std::size_t kOfferedDays = 10;
 
 // Whether the argument `name` of what `reference` names takes a date, or the
 // error when the reference names nothing of ours.

@@ -365,3 +365,33 @@ TEST(MCPServerTest, BatchesAreBounded) {
     // all of them fit the bound; the bound itself is a unit test's affair.
     EXPECT_EQ(served, 64u);
 }
+
+TEST(MCPServerTest, ADateCompletesWithTheDaysThatHaveActivity) {
+    TemporaryHome home;
+    writeDatabase(home);
+    // The days whose timeline has moments, newest first, by the command line.
+    json expected = json::array();
+    for (const char* day : {"2026-04-01", "2026-03-31", "2026-03-30", "2026-03-29", "2026-03-28", "2026-03-27"}) {
+        const json timeline = json::parse(home.run({"range", "--from", day, "--to", day}, frozen()).standardOutput);
+        if (timeline["meta"]["total_moments"].get<int>() > 0) expected.push_back(day);
+    }
+    ASSERT_GE(expected.size(), 3u);
+    for (const Era era : {Era::handshake, Era::stateless}) {
+        Server server(home, frozen(), era);
+        const json completion = server.request("completion/complete",
+                                               {{"ref", {{"type", "ref/resource"}, {"uri", "varnholt://timeline/day/{date}"}}},
+                                                {"argument", {{"name", "date"}, {"value", ""}}}})["result"]["completion"];
+        EXPECT_EQ(completion["values"], expected) << nameOf(era);
+        EXPECT_EQ(completion["total"], expected.size());
+        const json narrowed = server.request("completion/complete",
+                                             {{"ref", {{"type", "ref/resource"}, {"uri", "varnholt://timeline/day/{date}"}}},
+                                              {"argument", {{"name", "date"}, {"value", "2026-03-3"}}}})["result"]["completion"];
+        for (const json& day : narrowed["values"]) EXPECT_EQ(day.get<std::string>().rfind("2026-03-3", 0), 0u);
+    }
+    // Without a database there is nothing to offer.
+    TemporaryHome empty;
+    Server server(empty, frozen(), Era::stateless);
+    EXPECT_EQ(server.request("completion/complete", {{"ref", {{"type", "ref/resource"}, {"uri", "varnholt://timeline/day/{date}"}}},
+                                                     {"argument", {{"name", "date"}, {"value", ""}}}})["result"]["completion"]["values"],
+              json::array());
+}

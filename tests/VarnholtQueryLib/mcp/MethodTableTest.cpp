@@ -102,7 +102,7 @@ TEST_F(MethodTableTest, DatesCompleteWithTheRecentActiveDays) {
               JSON::parse(R"({"completion":{"values":["2026-04-01","2026-03-31","2026-03-27"],"total":3,"hasMore":false}})"));
     EXPECT_EQ(complete(dayTimeline, "date", "2026-03-3")["completion"]["values"], JSON::parse(R"(["2026-03-31"])"));
     EXPECT_EQ(complete(dayTimeline, "date", "2026-04-011")["completion"]["values"], JSON::array());
-    EXPECT_EQ(documents_.askedDays, (std::vector<std::size_t>{14, 14, 14}));
+    EXPECT_EQ(documents_.askedDays, (std::vector<std::size_t>{10, 10, 10}));
     // Arguments that are no dates complete with nothing.
     EXPECT_EQ(complete(dayTimeline, "day", "")["completion"]["values"], JSON::array());
     EXPECT_EQ(complete(R"({"type":"ref/resource","uri":"varnholt://status"})", "date", "")["completion"]["total"], 0);
