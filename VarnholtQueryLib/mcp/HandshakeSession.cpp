@@ -1,7 +1,5 @@
 #include "mcp/HandshakeSession.h"
 
-#include <exception>
-
 #include "mcp/MethodTable.h"
 #include "mcp/ServerIdentity.h"
 
@@ -15,11 +13,6 @@ Reply invalidRequest(const RequestId& id, const std::string& why) {
 
 Reply invalidParams(const RequestId& id, const std::string& why) {
     return errorReply(id, ErrorCode::invalidParams, "Invalid params: " + why);
-}
-
-bool isImplementation(const JSON& info) {
-    return info.is_object() && info.contains("name") && info["name"].is_string() &&
-           info.contains("version") && info["version"].is_string();
 }
 
 }  // namespace
@@ -38,15 +31,7 @@ Reply HandshakeSession::serve(const IncomingMessage& request, bool inBatch) {
     if (method == "ping") return resultReply(id, JSON::object());
     if (method == "initialize") return initialize(id, params, inBatch);
     if (!revision_) return invalidRequest(id, "the session is not initialized; send initialize first");
-    MethodOutcome outcome;
-    try {
-        outcome = entry->handler(services_, params, *revision_);
-    } catch (const std::exception& error) {
-        outcome = MethodOutcome::failure(ErrorCode::internalError,
-                                         std::string("Internal error: ") + error.what());
-    }
-    if (outcome.result) return resultReply(id, std::move(*outcome.result));
-    return errorReply(id, outcome.code, outcome.message, std::move(outcome.data));
+    return replyFor(id, runMethod(*entry, services_, params, *revision_));
 }
 
 Reply HandshakeSession::initialize(const RequestId& id, const JSON& params, bool inBatch) {

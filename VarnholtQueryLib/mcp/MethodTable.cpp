@@ -1,6 +1,7 @@
 #include "mcp/MethodTable.h"
 
 #include <array>
+#include <exception>
 
 #include "mcp/ServerIdentity.h"
 
@@ -51,6 +52,21 @@ const MethodEntry* findMethod(const std::string& method) {
         if (method == entry.name) return &entry;
     }
     return nullptr;
+}
+
+MethodOutcome runMethod(const MethodEntry& entry, const ServerServices& services,
+                        const JSON& params, ProtocolRevision revision) {
+    try {
+        return entry.handler(services, params, revision);
+    } catch (const std::exception& error) {
+        return MethodOutcome::failure(ErrorCode::internalError,
+                                      std::string("Internal error: ") + error.what());
+    }
+}
+
+Reply replyFor(const RequestId& id, MethodOutcome outcome) {
+    if (outcome.result) return resultReply(id, std::move(*outcome.result));
+    return errorReply(id, outcome.code, outcome.message, std::move(outcome.data));
 }
 
 std::optional<MethodOutcome> refuseForeignCursor(const JSON& params) {

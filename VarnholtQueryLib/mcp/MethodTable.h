@@ -51,6 +51,13 @@ struct MethodEntry {
 // The entry for `method`, or null when we do not answer it in either era.
 const MethodEntry* findMethod(const std::string& method);
 
+// Runs `entry`'s handler; an exception escaping it (which no client input
+// should cause) becomes an internal error.
+MethodOutcome runMethod(const MethodEntry& entry, const ServerServices& services,
+                        const JSON& params, ProtocolRevision revision);
+// The reply carrying `outcome` to the request `id`.
+Reply replyFor(const RequestId& id, MethodOutcome outcome);
+
 // The handlers, each in the source of its subject.
 MethodOutcome discoverServer(const ServerServices&, const JSON& params, ProtocolRevision);
 MethodOutcome listToolsMethod(const ServerServices&, const JSON& params, ProtocolRevision);

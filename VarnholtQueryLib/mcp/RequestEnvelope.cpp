@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include "mcp/ServerIdentity.h"
+
 namespace VarnholtQueryLib::MCP {
 
 namespace {
@@ -19,11 +21,6 @@ const JSON* metaOf(const std::optional<JSON>& params) {
     const auto meta = params->find("_meta");
     if (meta == params->end() || !meta->is_object()) return nullptr;
     return &*meta;
-}
-
-bool isImplementation(const JSON& info) {
-    return info.is_object() && info.contains("name") && info["name"].is_string() &&
-           info.contains("version") && info["version"].is_string();
 }
 
 }  // namespace

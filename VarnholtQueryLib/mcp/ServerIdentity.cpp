@@ -35,4 +35,9 @@ JSON serverCapabilities(ProtocolRevision revision) {
 
 const char* serverInstructions() { return kInstructions; }
 
+bool isImplementation(const JSON& info) {
+    return info.is_object() && info.contains("name") && info["name"].is_string() &&
+           info.contains("version") && info["version"].is_string();
+}
+
 }  // namespace VarnholtQueryLib::MCP

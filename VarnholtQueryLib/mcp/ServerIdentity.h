@@ -21,4 +21,8 @@ JSON serverCapabilities(ProtocolRevision revision);
 // The server's instructions to the model, when to use which tool.
 const char* serverInstructions();
 
+// Whether `info` describes a program as the protocol does for a client or a
+// server: an object with a string name and a string version.
+bool isImplementation(const JSON& info);
+
 }  // namespace VarnholtQueryLib::MCP

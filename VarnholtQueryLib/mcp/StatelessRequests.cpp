@@ -1,21 +1,10 @@
 #include "mcp/StatelessRequests.h"
 
-#include <exception>
-
 #include "mcp/MethodTable.h"
 #include "mcp/RequestEnvelope.h"
 #include "mcp/ServerIdentity.h"
 
 namespace VarnholtQueryLib::MCP {
-
-namespace {
-
-Reply replyFor(const RequestId& id, MethodOutcome outcome) {
-    if (outcome.result) return resultReply(id, std::move(*outcome.result));
-    return errorReply(id, outcome.code, outcome.message, std::move(outcome.data));
-}
-
-}  // namespace
 
 StatelessReply serveStatelessRequest(const ServerServices& services,
                                      const IncomingMessage& request) {
@@ -30,13 +19,7 @@ StatelessReply serveStatelessRequest(const ServerServices& services,
                 true};
     }
 
-    MethodOutcome outcome;
-    try {
-        outcome = method->handler(services, *request.params, revision);
-    } catch (const std::exception& error) {
-        outcome = MethodOutcome::failure(ErrorCode::internalError,
-                                         std::string("Internal error: ") + error.what());
-    }
+    MethodOutcome outcome = runMethod(*method, services, *request.params, revision);
     if (!outcome.result) return {replyFor(request.id, std::move(outcome)), true};
 
     JSON& result = *outcome.result;
