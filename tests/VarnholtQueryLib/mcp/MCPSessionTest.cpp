@@ -421,3 +421,21 @@ TEST_F(MCPSessionTest, StatelessNotificationsAreNeverAnswered) {
                     .is_null());
     EXPECT_TRUE(send(R"({"jsonrpc":"2.0","method":"server/discover"})").is_null());
 }
+
+TEST_F(MCPSessionTest, JSONRPCErrorsAreTheSameForStatelessMessages) {
+    EXPECT_EQ(errorOf(send(R"({"jsonrpc":"1.0","id":1,"method":"tools/list","params":{)" + kEnvelope + "}}")),
+              "-32600 Invalid Request: \"jsonrpc\" must be \"2.0\"");
+    EXPECT_EQ(errorOf(send(R"({"jsonrpc":"2.0","id":true,"method":"tools/list","params":{)" + kEnvelope + "}}")),
+              "-32600 Invalid Request: \"id\" must be a string or an integer");
+    EXPECT_EQ(errorOf(send(statelessLine("1", "tools/list").substr(1))), "-32700 Parse error: the line is not a JSON text");
+    // None of these had a valid envelope, so initialize is still open.
+    EXPECT_EQ(session_.replyTo(initializeLine("2025-06-18")).value_or("").find("-32022"), std::string::npos);
+}
+
+TEST_F(MCPSessionTest, AStatelessRequestThatFailsStillCommitsTheLine) {
+    // Its envelope was valid: the client speaks the stateless revision.
+    EXPECT_EQ(errorOf(send(statelessLine("2", "tools/call", R"("name":"frobnicate")"))),
+              "-32602 Invalid params: Unknown tool: frobnicate");
+    EXPECT_EQ(errorOf(send(initializeLine("2025-06-18"))), "-32022 Unsupported protocol version");
+    EXPECT_TRUE(tools_.calls.empty());
+}
