@@ -11,7 +11,7 @@ _varnholt_query() {
     prev=""
     ((COMP_CWORD > 0)) && prev="${COMP_WORDS[COMP_CWORD - 1]}"
 
-    local commands="today yesterday this-week last-active-day recent range search entities support-context status top help version"
+    local commands="today yesterday this-week last-active-day recent range search entities summary support-context status top help version"
     local value_flags=" --limit --since --from --to --app --kind "
 
     case "$prev" in
@@ -23,7 +23,11 @@ _varnholt_query() {
             COMPREPLY=($(compgen -W "app person company project website programming_language software_tool framework" -- "$cur"))
             return 0
             ;;
-        --limit | --from | --to | --app)
+        --idle)
+            COMPREPLY=($(compgen -W "1m 2m 5m 10m 15m 30m 1h" -- "$cur"))
+            return 0
+            ;;
+        --limit | --from | --to | --app | --max-chars)
             return 0
             ;;
     esac
@@ -46,6 +50,12 @@ _varnholt_query() {
         return 0
     fi
 
+    # summary's one positional word is its period.
+    if [[ "$command" == summary && "$cur" != -* ]]; then
+        COMPREPLY=($(compgen -W "today yesterday this-week last-active-day" -- "$cur"))
+        return 0
+    fi
+
     local flags
     case "$command" in
         "" | today | yesterday | this-week | last-active-day) flags="--compact --full --limit --json" ;;
@@ -54,6 +64,8 @@ _varnholt_query() {
         # search refuses flags it does not know, --json among them.
         search) flags="--app --since --from --to --latest --limit --compact --full --images --collapse" ;;
         entities) flags="--since --kind --limit --json" ;;
+        # summary refuses flags it does not know.
+        summary) flags="--since --from --to --idle --kind --limit --max-chars --json" ;;
         status | support-context | top) flags="--json" ;;
         *) flags="" ;;
     esac

@@ -2,7 +2,7 @@
 # the usual durations for --since and the entity kinds seen in practice for
 # --kind.
 
-set -l commands today yesterday this-week last-active-day recent range search entities support-context status top help version
+set -l commands today yesterday this-week last-active-day recent range search entities summary support-context status top help version
 
 complete -c varnholt-query -f
 
@@ -14,6 +14,7 @@ complete -c varnholt-query -n "not __fish_seen_subcommand_from $commands" -a rec
 complete -c varnholt-query -n "not __fish_seen_subcommand_from $commands" -a range -d "Moments from --from to --to"
 complete -c varnholt-query -n "not __fish_seen_subcommand_from $commands" -a search -d "Full-text search of the descriptions"
 complete -c varnholt-query -n "not __fish_seen_subcommand_from $commands" -a entities -d "Entity counts with first and last sighting"
+complete -c varnholt-query -n "not __fish_seen_subcommand_from $commands" -a summary -d "Active time per app, session and day"
 complete -c varnholt-query -n "not __fish_seen_subcommand_from $commands" -a support-context -d "Recent descriptions and status for a support request"
 complete -c varnholt-query -n "not __fish_seen_subcommand_from $commands" -a status -d "Health check and database stats"
 complete -c varnholt-query -n "not __fish_seen_subcommand_from $commands" -a top -d "Live pipeline monitor"
@@ -23,19 +24,24 @@ complete -c varnholt-query -n "not __fish_seen_subcommand_from $commands" -a ver
 # Which commands read which flag; no command at all means today.
 set -l timeline_commands today yesterday this-week last-active-day
 set -l no_command "not __fish_seen_subcommand_from $commands"
-complete -c varnholt-query -n "$no_command; or __fish_seen_subcommand_from $timeline_commands recent range" -l compact -d "Omit descriptions"
-complete -c varnholt-query -n "$no_command; or __fish_seen_subcommand_from $timeline_commands recent range" -l full -d "Include descriptions"
-complete -c varnholt-query -n "$no_command; or __fish_seen_subcommand_from $timeline_commands recent range search entities" -l limit -x -d "Limit results shown"
-complete -c varnholt-query -n "$no_command; or __fish_seen_subcommand_from $timeline_commands recent range entities status support-context top" -l json -d "JSON output"
+# summary takes a timeline preset as its period, but not the timeline's flags.
+set -l not_summary "not __fish_seen_subcommand_from summary"
+complete -c varnholt-query -n "$no_command; or __fish_seen_subcommand_from $timeline_commands recent range; and $not_summary" -l compact -d "Omit descriptions"
+complete -c varnholt-query -n "$no_command; or __fish_seen_subcommand_from $timeline_commands recent range; and $not_summary" -l full -d "Include descriptions"
+complete -c varnholt-query -n "$no_command; or __fish_seen_subcommand_from $timeline_commands recent range search entities summary" -l limit -x -d "Limit results shown"
+complete -c varnholt-query -n "$no_command; or __fish_seen_subcommand_from $timeline_commands recent range entities summary status support-context top" -l json -d "JSON output"
+complete -c varnholt-query -n "__fish_seen_subcommand_from summary; and not __fish_seen_subcommand_from $timeline_commands" -a "$timeline_commands" -d "Period"
+complete -c varnholt-query -n "__fish_seen_subcommand_from summary" -l idle -x -a "1m 2m 5m 10m 15m 30m 1h" -d "Idle gap that ends a session"
+complete -c varnholt-query -n "__fish_seen_subcommand_from summary" -l max-chars -x -d "Longest answer in characters"
 complete -c varnholt-query -n "__fish_seen_subcommand_from search" -l compact -d "Omit descriptions"
 complete -c varnholt-query -n "__fish_seen_subcommand_from search" -l full -d "Include descriptions"
-complete -c varnholt-query -n "__fish_seen_subcommand_from recent search entities" -l since -x -a "30m 1h 2h 4h 1d 2d 1w" -d "Time window"
+complete -c varnholt-query -n "__fish_seen_subcommand_from recent search entities summary" -l since -x -a "30m 1h 2h 4h 1d 2d 1w" -d "Time window"
 complete -c varnholt-query -n "__fish_seen_subcommand_from recent search" -l images -d "Include image_path"
-complete -c varnholt-query -n "__fish_seen_subcommand_from range search" -l from -x -d "Start: ISO 8601 or yyyy-MM-dd"
-complete -c varnholt-query -n "__fish_seen_subcommand_from range search" -l to -x -d "End: ISO 8601 or yyyy-MM-dd"
+complete -c varnholt-query -n "__fish_seen_subcommand_from range search summary" -l from -x -d "Start: ISO 8601 or yyyy-MM-dd"
+complete -c varnholt-query -n "__fish_seen_subcommand_from range search summary" -l to -x -d "End: ISO 8601 or yyyy-MM-dd"
 complete -c varnholt-query -n "__fish_seen_subcommand_from search" -l app -x -d "Only this application"
 complete -c varnholt-query -n "__fish_seen_subcommand_from search" -l latest -d "Newest match only"
 complete -c varnholt-query -n "__fish_seen_subcommand_from search" -l collapse -d "Deduplicate by description"
-complete -c varnholt-query -n "__fish_seen_subcommand_from entities" -l kind -x -a "app person company project website programming_language software_tool framework" -d "Entity kind"
+complete -c varnholt-query -n "__fish_seen_subcommand_from entities summary" -l kind -x -a "app person company project website programming_language software_tool framework" -d "Entity kind"
 complete -c varnholt-query -s h -l help -d "Show help"
 complete -c varnholt-query -s v -l version -d "Show version"

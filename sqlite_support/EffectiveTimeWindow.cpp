@@ -26,9 +26,18 @@ std::string notAWindowFrame(const WindowBounds& bounds) {
            windowCondition("w.timestamp", bounds) + " AND w.id IS NOT NULL))";
 }
 
+// A candidate whose frame has the candidate's own time is frame-dated: one
+// seek in frames(timestamp) tells (the unary plus keeps SQLite on that
+// index rather than on frames(id), whose look-ups are scattered).
+constexpr const char* kNoFrameAtOwnTime =
+    "(o.frame_id IS NULL OR NOT EXISTS (SELECT 1 FROM frames s WHERE s.timestamp = o.timestamp AND +s.id = o.frame_id))";
+
 std::string selfDatedBody(const WindowSelect& select) {
-    return windowCondition("o.timestamp", select.bounds) + "\n      AND " + notAWindowFrame(select.bounds) +
-           "\n      AND " + kNoFrameTime + andAlso(select.conditions);
+    const std::string framedCandidates = select.framedCandidates == FramedCandidates::frameAtOwnTime
+                                             ? kNoFrameAtOwnTime
+                                             : notAWindowFrame(select.bounds);
+    return windowCondition("o.timestamp", select.bounds) + "\n      AND " + framedCandidates + "\n      AND " +
+           kNoFrameTime + andAlso(select.conditions);
 }
 
 }  // namespace

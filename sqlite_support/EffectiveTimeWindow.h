@@ -45,6 +45,19 @@ struct WindowBounds {
     bool to = false;    // :to, inclusive
 };
 
+// How the self-dated part rules out its candidates that have a frame with a
+// time (they are frame-dated, in the window or out of it); the frames
+// look-up of kNoFrameTime decides for the rest. Both give the same rows.
+enum class FramedCandidates {
+    // Against a list of the window's frame ids, built once: cheap while the
+    // window holds hours of frames.
+    windowFrameList,
+    // By one seek in frames(timestamp) for the candidate's frame at its own
+    // time, where the recorder puts it: with days of frames in the window,
+    // building the list costs more than all the seeks.
+    frameAtOwnTime,
+};
+
 // What one part selects. In `columns`, "{time}" stands for the effective
 // time (f.timestamp in the frame-dated part, o.timestamp in the self-dated).
 struct WindowSelect {
@@ -55,6 +68,7 @@ struct WindowSelect {
     std::string joins;       // further joins after o and f, each with its leading blank
     std::string conditions;  // further conditions, ANDed; may be empty
     WindowBounds bounds;
+    FramedCandidates framedCandidates = FramedCandidates::windowFrameList;
 };
 
 // Whether the catalogue has every index these pieces walk: frames(timestamp),

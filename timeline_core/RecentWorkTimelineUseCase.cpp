@@ -1,20 +1,17 @@
 #include "RecentWorkTimelineUseCase.h"
 
+#include "MomentBuckets.h"
+#include "ObservationEntities.h"
+
 #include <algorithm>
-#include <cmath>
 #include <map>
 #include <optional>
 #include <string>
 #include <utility>
 
-#include <nlohmann/json.hpp>
-
 namespace RecentWorkTimelineCore {
 
 namespace {
-
-// An entity as counted: kind and value, compared exactly (case-sensitive).
-using EntityKey = std::pair<std::string, std::string>;
 
 // Runs of the same description are the recorder describing an unchanged
 // screen; only the first of each adjacent run counts. The same text coming
@@ -27,53 +24,6 @@ std::vector<TimelineObservation> collapseAdjacentRepeats(std::vector<TimelineObs
         kept.push_back(std::move(row));
     }
     return kept;
-}
-
-// The start of the bucket holding `timestamp`: its whole seconds divided by
-// the bucket size rounding toward minus infinity (so times before 1970 fall
-// into the bucket below, like all others), multiplied back. Nothing for a
-// time that is not finite, or whose bucket does not fit 64-bit seconds from
-// start to end: the recorder only writes finite times near the present, and
-// one damaged row must not cost the user the rest of the timeline.
-std::optional<std::int64_t> bucketStartOf(double timestamp, std::int64_t bucketSize) {
-    if (!std::isfinite(timestamp)) return std::nullopt;
-    const double seconds = std::floor(timestamp);
-    // 2^63 is exactly representable; every double below it and at or above
-    // -2^63 converts without overflow.
-    constexpr double kLimit = 9223372036854775808.0;
-    if (seconds < -kLimit || seconds >= kLimit) return std::nullopt;
-    const auto whole = static_cast<std::int64_t>(seconds);
-    std::int64_t quotient = whole / bucketSize;
-    if (whole % bucketSize != 0 && whole < 0) --quotient;
-    std::int64_t start = 0;
-    std::int64_t end = 0;
-    if (__builtin_mul_overflow(quotient, bucketSize, &start) ||
-        __builtin_add_overflow(start, bucketSize, &end)) {
-        return std::nullopt;
-    }
-    return start;
-}
-
-// The (kind, value) pairs of one observation's entity text. Tolerant: absent
-// or unreadable text gives nothing, and an element without a text "kind" and
-// a text "value" is skipped on its own. The text must be an array of
-// objects, as the database builds it; anything else gives nothing.
-std::vector<EntityKey> parseEntities(const std::optional<std::string>& text) {
-    std::vector<EntityKey> pairs;
-    if (!text) return pairs;
-    const nlohmann::json parsed = nlohmann::json::parse(*text, nullptr, /*allow_exceptions=*/false);
-    if (!parsed.is_array()) return pairs;
-    for (const auto& element : parsed) {
-        if (!element.is_object()) return {};
-    }
-    for (const auto& element : parsed) {
-        const auto kind = element.find("kind");
-        const auto value = element.find("value");
-        if (kind == element.end() || value == element.end()) continue;
-        if (!kind->is_string() || !value->is_string()) continue;
-        pairs.emplace_back(kind->get<std::string>(), value->get<std::string>());
-    }
-    return pairs;
 }
 
 std::vector<EntityCount> topEntitiesOf(const std::vector<TimelineObservation>& rows,

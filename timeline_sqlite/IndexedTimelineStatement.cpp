@@ -7,14 +7,8 @@ namespace RecentWorkTimelineSQLite {
 
 using namespace VarnholtSQLiteSupport;
 
-namespace {
-
-// The literal statement's conditions on the observation itself.
-constexpr const char* kUsableDescription =
-    "o.vlm_description IS NOT NULL AND length(trim(o.vlm_description)) > 0";
-constexpr const char* kNoSeparateRecording = "(o.recording_id IS NULL OR o.recording_id = '')";
-
-}  // namespace
+const char* const kUsableDescription = "o.vlm_description IS NOT NULL AND length(trim(o.vlm_description)) > 0";
+const char* const kNoSeparateRecording = "(o.recording_id IS NULL OR o.recording_id = '')";
 
 const char* const kFrameAtPositionStatement =
     "SELECT timestamp FROM frames\n"

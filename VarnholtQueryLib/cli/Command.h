@@ -44,6 +44,22 @@ struct Command {
 
         bool operator==(const Entities&) const = default;
     };
+    // The account of a range's time: active time, sessions, applications,
+    // entities and days. The range travels as the timeline's does (preset
+    // "today" by default, "range" with its texts, or a duration) and is
+    // chosen when the command runs; the rest is checked already.
+    struct Summary {
+        std::optional<std::string> preset;  // absent for `--since`
+        std::optional<std::string> since;
+        std::optional<std::string> rangeFrom;
+        std::optional<std::string> rangeTo;
+        double idleSeconds = 300;           // the idle gap
+        std::optional<std::string> kind;    // entities of this kind only
+        std::int64_t limit = 10;            // entries of the application and entity lists
+        std::optional<std::int64_t> maxChars;  // the budget of the printed answer
+
+        bool operator==(const Summary&) const = default;
+    };
     struct Status {
         bool jsonFlag = false;
 
@@ -62,7 +78,8 @@ struct Command {
         bool operator==(const Version&) const = default;
     };
 
-    using Value = std::variant<Search, Recent, Entities, Status, SupportContext, Top, Help, Version>;
+    using Value =
+        std::variant<Search, Recent, Entities, Summary, Status, SupportContext, Top, Help, Version>;
     Value value;
 
     // Commands are plain values: two are equal when they ask the same thing.

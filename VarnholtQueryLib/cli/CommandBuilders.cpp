@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "cli/CommandArguments.h"
 #include "cli/TimePresets.h"
 
 namespace VarnholtQueryLib {
@@ -9,6 +10,7 @@ namespace VarnholtQueryLib {
 namespace {
 
 constexpr const char* kRangeUsage = "Usage: range --from 2026-04-01 --to 2026-04-07";
+constexpr const char* kSummaryRangeUsage = "Usage: summary --from 2026-04-01 --to 2026-04-07";
 constexpr std::int64_t kSearchDefaultLimit = 50;
 constexpr std::int64_t kSearchMaximumLimit = 200;
 constexpr std::int64_t kEntitiesDefaultLimit = 100;
@@ -66,6 +68,68 @@ Command::Entities entitiesCommand(const std::optional<std::string>& since,
                                   const std::optional<std::string>& kind,
                                   std::optional<std::int64_t> limit) {
     return {since, kind, limit.value_or(kEntitiesDefaultLimit)};
+}
+
+void SummaryCommandBuilder::preset(const std::string& word) {
+    if (!isTimelinePreset(word)) throw unknownPresetError(word);
+    summary_.preset = word;
+}
+
+void SummaryCommandBuilder::idle(const std::string& duration) {
+    const double seconds = TimePresets::durationSeconds(duration);
+    if (seconds < kShortestIdle || seconds > kLongestIdle) {
+        throw CLIError::invalidTimeRange("--idle must be between 1m and 1h, not '" + duration + "'.");
+    }
+    summary_.idleSeconds = seconds;
+}
+
+void SummaryCommandBuilder::limit(const std::string& text) {
+    const auto number = parseWholeDecimal(text);
+    if (!number || *number < 1 || *number > kLongestList) {
+        throw CLIError::invalidTimeRange("--limit must be a whole number from 1 to 100, not '" + text +
+                                         "'.");
+    }
+    summary_.limit = *number;
+}
+
+void SummaryCommandBuilder::limit(std::int64_t limit) { this->limit(std::to_string(limit)); }
+
+void SummaryCommandBuilder::maxChars(const std::string& text) {
+    const auto number = parseWholeDecimal(text);
+    if (!number || *number < 1) {
+        throw CLIError::invalidTimeRange("--max-chars must be a whole number above 0, not '" + text +
+                                         "'.");
+    }
+    summary_.maxChars = *number;
+}
+
+void SummaryCommandBuilder::maxChars(std::int64_t maxChars) { this->maxChars(std::to_string(maxChars)); }
+
+Command::Summary SummaryCommandBuilder::build() const {
+    const int periods = int(summary_.preset.has_value()) + int(since_.has_value()) +
+                        int(from_.has_value() || to_.has_value());
+    if (periods > 1) {
+        throw CLIError::invalidTimeRange("Use only one of a preset, --since, or --from and --to.");
+    }
+    if (from_ && !to_) {
+        throw CLIError::invalidTimeRange(std::string("'summary' requires --to with --from. ") +
+                                         kSummaryRangeUsage);
+    }
+    if (to_ && !from_) {
+        throw CLIError::invalidTimeRange(std::string("'summary' requires --from with --to. ") +
+                                         kSummaryRangeUsage);
+    }
+    Command::Summary summary = summary_;
+    if (since_) {
+        summary.since = since_;
+    } else if (from_) {
+        summary.preset = "range";
+        summary.rangeFrom = from_;
+        summary.rangeTo = to_;
+    } else if (!summary.preset) {
+        summary.preset = "today";
+    }
+    return summary;
 }
 
 SearchCommandBuilder::SearchCommandBuilder(const LocalCalendar& calendar, double now)

@@ -42,6 +42,49 @@ Command::Entities entitiesCommand(const std::optional<std::string>& since,
                                   const std::optional<std::string>& kind,
                                   std::optional<std::int64_t> limit);
 
+// A summary, argument by argument, in the order the caller gives them: each
+// value is checked as it is given (so a bad one throws at once; a later one
+// overwrites an earlier one), the range's texts when the command runs, as
+// the timeline's are; build() checks the whole.
+class SummaryCommandBuilder {
+public:
+    // The idle gap's bounds, in seconds: one minute to one hour.
+    static constexpr double kShortestIdle = 60;
+    static constexpr double kLongestIdle = 3600;
+    static constexpr std::int64_t kLongestList = 100;
+
+    // A named period. Throws unknownPresetError unless isTimelinePreset.
+    void preset(const std::string& word);
+    // The last `duration` (checked when the command runs).
+    void since(const std::string& duration) { since_ = duration; }
+    void from(const std::string& text) { from_ = text; }
+    void to(const std::string& text) { to_ = text; }
+    // The idle gap, a duration ("5m", "90s" is not one). Throws the duration
+    // errors, or "--idle must be between 1m and 1h, not '<text>'.".
+    void idle(const std::string& duration);
+    void kind(const std::string& kind) { summary_.kind = kind; }
+    // The length of the application and entity lists, 1 to 100, as text or
+    // as a number. Throws "--limit must be a whole number from 1 to 100, not
+    // '<value>'.".
+    void limit(const std::string& text);
+    void limit(std::int64_t limit);
+    // The budget in characters. Throws "--max-chars must be a whole number
+    // above 0, not '<value>'.".
+    void maxChars(const std::string& text);
+    void maxChars(std::int64_t maxChars);
+
+    // The summary: today unless a period, a duration or both range ends were
+    // given. Throws invalidTimeRange when more than one of those was given,
+    // or one range end without the other.
+    Command::Summary build() const;
+
+private:
+    std::optional<std::string> since_;
+    std::optional<std::string> from_;
+    std::optional<std::string> to_;
+    Command::Summary summary_;
+};
+
 // A search, argument by argument, in the order the caller gives them: a time
 // argument becomes instants at once (so a bad one throws at once, and a later
 // one overwrites what an earlier one set), and build() checks the whole.

@@ -78,6 +78,62 @@ Command parseSearch(const std::vector<std::string>& args, bool compact,
     return {search.build()};
 }
 
+bool summaryFlagTakesValue(const std::string& flag) {
+    return flag == "--since" || flag == "--from" || flag == "--to" || flag == "--idle" ||
+           flag == "--kind" || flag == "--limit" || flag == "--max-chars";
+}
+
+// A summary takes its words in order, before and after "summary": at most
+// one preset, flags with their values, and --json, which changes nothing.
+// Anything else is refused: a mistyped flag must not silently change the
+// account.
+Command parseSummary(const std::vector<std::string>& args) {
+    SummaryCommandBuilder summary;
+    bool commandSeen = false;
+    bool presetGiven = false;
+    for (auto it = args.begin(); it < args.end(); ++it) {
+        const std::string& argument = *it;
+        if (!beginsWithDoubleDash(argument)) {
+            if (!commandSeen) {
+                commandSeen = true;  // "summary" itself, the first bare word
+                continue;
+            }
+            if (presetGiven) {
+                throw CLIError::invalidTimeRange(
+                    "Unexpected argument '" + argument +
+                    "'. Usage: summary [today|yesterday|this-week|last-active-day] [--since <duration>] "
+                    "[--from <date> --to <date>] [--idle <duration>] [--kind <kind>] [--limit N] "
+                    "[--max-chars N]");
+            }
+            summary.preset(argument);
+            presetGiven = true;
+            continue;
+        }
+        if (argument == "--json") continue;
+        if (!summaryFlagTakesValue(argument)) throw CLIError::unknownError("Unknown flag '" + argument + "'.");
+        if (it + 1 == args.end() || beginsWithDoubleDash(*(it + 1))) {
+            throw CLIError::unknownError("Missing value for " + argument + ".");
+        }
+        const std::string& value = *++it;
+        if (argument == "--since") {
+            summary.since(value);
+        } else if (argument == "--from") {
+            summary.from(value);
+        } else if (argument == "--to") {
+            summary.to(value);
+        } else if (argument == "--idle") {
+            summary.idle(value);
+        } else if (argument == "--kind") {
+            summary.kind(value);
+        } else if (argument == "--limit") {
+            summary.limit(value);
+        } else {  // --max-chars
+            summary.maxChars(value);
+        }
+    }
+    return {summary.build()};
+}
+
 }  // namespace
 
 Command parseCommand(const CommandArguments& arguments, const LocalCalendar& calendar, double now) {
@@ -111,6 +167,7 @@ Command parseCommand(const CommandArguments& arguments, const LocalCalendar& cal
                                      arguments.limit)};
     }
     if (word == "search") return parseSearch(args, compact, calendar, now);
+    if (word == "summary") return parseSummary(args);
     if (word == "support-context") return {Command::SupportContext{}};
     if (word == "status") return {Command::Status{arguments.jsonFlag}};
     if (word == "entities") {

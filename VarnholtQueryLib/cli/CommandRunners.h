@@ -34,6 +34,9 @@ JSON answerSearchCommand(const Command::Search& command,
 JSON answerEntitiesCommand(const Command::Entities& command,
                            VarnholtSQLiteSupport::SQLiteReadConnection& connection,
                            const CommandEnvironment& environment);
+JSON answerSummaryCommand(const Command::Summary& command,
+                          VarnholtSQLiteSupport::SQLiteReadConnection& connection,
+                          const CommandEnvironment& environment);
 // The status use case's findings, log tails included; the JSON answer and the
 // human report both present them.
 StatusData readStatus(VarnholtSQLiteSupport::SQLiteReadConnection& connection,

@@ -30,6 +30,9 @@ JSON answerFromDatabase(const Command& command, const CommandEnvironment& enviro
             [&](const Command::Entities& entities) {
                 return answerEntitiesCommand(entities, connection, environment);
             },
+            [&](const Command::Summary& summary) {
+                return answerSummaryCommand(summary, connection, environment);
+            },
             [&](const Command::Status&) { return answerStatusCommand(connection, environment); },
             [&](const Command::SupportContext&) {
                 return answerSupportContextCommand(connection, environment);

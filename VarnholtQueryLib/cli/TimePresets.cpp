@@ -96,16 +96,16 @@ TimeRange lastActiveDay(const LocalCalendar& calendar, double lastTimestamp) {
     return {start, calendar.addingDays(start, 1), "last-active-day"};
 }
 
-TimeRange recent(const std::string& since, double now) {
-    const std::optional<DurationParts> parts = splitBeforeLastCharacter(since);
+double durationSeconds(const std::string& duration) {
+    const std::optional<DurationParts> parts = splitBeforeLastCharacter(duration);
     if (!parts) {
-        throw CLIError::invalidTimeRange("Invalid duration format '" + since +
+        throw CLIError::invalidTimeRange("Invalid duration format '" + duration +
                                          "'. Use e.g. 2h, 30m, 1d, 1w");
     }
     const std::string& unit = parts->unit;
     const auto value = parseNumber(parts->value);
     const auto invalidValue = [&] {
-        return CLIError::invalidTimeRange("Invalid duration value in '" + since +
+        return CLIError::invalidTimeRange("Invalid duration value in '" + duration +
                                           "'. Numeric prefix required.");
     };
     // The value is checked before the unit: "0x" reports the value.
@@ -118,6 +118,11 @@ TimeRange recent(const std::string& since, double now) {
     // of infinite length is no duration either.
     const double seconds = *value * *unitSeconds;
     if (!std::isfinite(seconds)) throw invalidValue();
+    return seconds;
+}
+
+TimeRange recent(const std::string& since, double now) {
+    const double seconds = durationSeconds(since);
     return {now - seconds, now, "recent"};
 }
 

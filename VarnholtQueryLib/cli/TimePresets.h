@@ -25,12 +25,14 @@ TimeRange yesterday(const LocalCalendar& calendar, double now);
 TimeRange thisWeek(const LocalCalendar& calendar, double now);
 // The whole local day containing `lastTimestamp`.
 TimeRange lastActiveDay(const LocalCalendar& calendar, double lastTimestamp);
-// now minus the duration `since` ("30m", "2h", "1.5h", "1d", "1w"; days and
-// weeks are fixed multiples of seconds) to now. The unit is the last
-// character as a person sees it (an extended grapheme cluster, so "5é" has
-// the unit "é" however the accent is encoded), the value everything before
-// it. A value that is not a positive number, or whose span in seconds is
-// not finite ("1e308w"), is an invalid value.
+// The seconds of a duration ("30m", "2h", "1.5h", "1d", "1w"; days and
+// weeks are fixed multiples of seconds). The unit is the last character as
+// a person sees it (an extended grapheme cluster, so "5é" has the unit "é"
+// however the accent is encoded), the value everything before it. A value
+// that is not a positive number, or whose span in seconds is not finite
+// ("1e308w"), is an invalid value.
+double durationSeconds(const std::string& duration);
+// now minus the duration `since` (as durationSeconds reads it) to now.
 TimeRange recent(const std::string& since, double now);
 // `fromText` to `toText`, each an ISO 8601 date-time with zone, a local
 // "yyyy-MM-ddTHH:mm:ss", or a local "yyyy-MM-dd"; a date-only end covers its

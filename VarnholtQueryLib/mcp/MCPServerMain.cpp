@@ -22,8 +22,8 @@ constexpr const char* kUsage =
     "  varnholt-mcp --version, -v\n"
     "                            Show version\n"
     "\n"
-    "Tools: timeline, search, entities, status, support_context; each answers with the\n"
-    "JSON document varnholt-query prints for the same question.\n"
+    "Tools: timeline, search, entities, summary, status, support_context; each answers\n"
+    "with the JSON document varnholt-query prints for the same question.\n"
     "Register it with an MCP host as a stdio server:\n"
     "  {\"mcpServers\": {\"varnholt\": {\"command\": \"varnholt-mcp\"}}}\n";
 

@@ -3,7 +3,9 @@
 #include "cli/CLIError.h"
 #include "cli/CommandBuilders.h"
 #include "cli/TimePresets.h"
+#include "mcp/CalendarDate.h"
 #include "mcp/DocumentContent.h"
+#include "mcp/ResourceCatalog.h"
 #include "platform/LocalCalendar.h"
 
 namespace VarnholtQueryLib::MCP {
@@ -22,6 +24,46 @@ JSON userText(const std::string& text) {
 JSON documentMessage(const ToolAnswer& answer) {
     const auto text = printedDocument(answer.document);
     return userText(text ? *text : "The document could not be written as JSON text.");
+}
+
+// The resource at `uri` as a message that embeds it, read as resources/read
+// reads it, so the model gets the document the host could attach itself.
+// REQUIRES: `uri` names one of our resources.
+JSON resourceMessage(const DocumentSource& documents, const std::string& uri) {
+    const ToolAnswer answer = documents.answer(std::get<CommandRecipe>(resolveResource(uri)));
+    const auto text = printedDocument(answer.document);
+    if (!text) return documentMessage(answer);
+    return {{"role", "user"},
+            {"content", {{"type", "resource"}, {"resource", textResourceContents(uri, *text)}}}};
+}
+
+PromptMessages standUp(const DocumentSource& documents, const PromptArguments&) {
+    const LocalDays days = documents.localDays();
+    return JSON::array({
+        userText("Prepare my stand-up from my screen activity: what I did yesterday (" +
+                 days.yesterday + ") and what I have done today (" + days.today +
+                 ") so far, in a few bullet points each, by project or topic rather than by "
+                 "application. The two summaries below are exact; times are in UTC, and "
+                 "meta.timezone is my zone."),
+        resourceMessage(documents, "varnholt://summary/day/" + days.yesterday),
+        resourceMessage(documents, "varnholt://summary/today"),
+    });
+}
+
+PromptMessages timesheet(const DocumentSource& documents, const PromptArguments& arguments) {
+    const auto given = arguments.find("week_start");
+    const std::string start =
+        given != arguments.end() ? given->second : documents.localDays().weekStart;
+    const auto first = CalendarDate::parse(start);
+    if (!first) return std::string("week_start must be a local date of the form yyyy-MM-dd");
+    const std::string last = first->plusDays(6).text();
+    return JSON::array({
+        userText("Write my timesheet for the week from " + start + " to " + last +
+                 ": for each day, the hours I was active and what I worked on, and the total of "
+                 "the week. Use the active seconds of the summary below as they are (they are "
+                 "exact; do not add up sessions yourself), rounded to quarter hours."),
+        resourceMessage(documents, "varnholt://summary/week/" + start),
+    });
 }
 
 PromptMessages whatWasIDoing(const DocumentSource& documents, const PromptArguments& arguments) {
@@ -58,6 +100,18 @@ PromptMessages whatWasIDoing(const DocumentSource& documents, const PromptArgume
 
 const std::vector<PromptDefinition>& promptCatalog() {
     static const std::vector<PromptDefinition> catalog = {
+        {"stand-up", "Stand-up",
+         "A stand-up update: what the user did yesterday and today so far, from the two days' "
+         "summaries.",
+         {},
+         standUp},
+        {"timesheet", "Timesheet",
+         "A timesheet of a week, day by day, from the week's summary.",
+         {{"week_start",
+           "The first of the seven days, a local yyyy-MM-dd; without it, the first day of this "
+           "week (the locale's first weekday).",
+           false, true}},
+         timesheet},
         {"what-was-i-doing", "What was I doing?",
          "What the user was doing around a given time, from the hour of screen activity around it.",
          {{"time",

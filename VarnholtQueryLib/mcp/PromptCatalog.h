@@ -14,6 +14,12 @@ namespace VarnholtQueryLib::MCP {
 // user. Each returns messages that embed the documents varnholt-query prints
 // for the equivalent commands, read when the prompt is fetched:
 //
+//   stand-up                  yesterday's and today's summaries, embedded as the
+//                             resources varnholt://summary/day/YESTERDAY and
+//                             varnholt://summary/today
+//   timesheet {week_start?}   the summary of the seven days from week_start
+//                             (default: this week's first day), embedded as
+//                             varnholt://summary/week/WEEK_START
 //   what-was-i-doing {time}   the timeline of the hour around `time`:
 //                             varnholt-query range --from T-30m --to T+30m
 //                             (both ends in UTC, whole seconds)

@@ -15,9 +15,14 @@ namespace VarnholtQueryLib::MCP {
 // database anew on every read:
 //
 //   varnholt://status                  varnholt-query status --json
+//   varnholt://summary/today           varnholt-query summary --max-chars 24000
+//   varnholt://summary/day/{date}      varnholt-query summary --from DATE --to DATE --max-chars 24000
+//   varnholt://summary/week/{date}     varnholt-query summary --from DATE --to DATE+6 --max-chars 24000
 //   varnholt://timeline/day/{date}     varnholt-query range --from DATE --to DATE
 //
-// `{date}` is a local date, yyyy-MM-dd.
+// `{date}` is a local date, yyyy-MM-dd; a week is the seven days from it.
+// Summaries keep the summary tool's default budget, so that a document a
+// host attaches fits its context as the tool's answer does.
 
 // A resource with a fixed URI.
 struct ResourceDefinition {

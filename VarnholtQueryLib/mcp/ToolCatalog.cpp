@@ -1,6 +1,7 @@
 #include "mcp/ToolCatalog.h"
 
 #include "mcp/JSONSchema.h"
+#include "mcp/ToolCommands.h"
 #include "mcp/ToolOutputSchemas.h"
 
 namespace VarnholtQueryLib::MCP {
@@ -21,18 +22,30 @@ JSON compactArgument() {
                        false);
 }
 
+// The period of the timeline and of summary, named the same way.
+JSON presetArgument() {
+    return oneOfTexts({"today", "yesterday", "this-week", "last-active-day"},
+                      "A named period: today, yesterday, this week so far (from the "
+                      "locale's first weekday), or the newest day with activity. "
+                      "Without preset, since, from and to: today.");
+}
+JSON sinceArgument() { return text(std::string(kDuration) + " Use instead of preset."); }
+JSON fromArgument() {
+    return text(std::string("Start of a custom range, ") + kDateForms +
+                "; requires to. Use instead of preset and since.");
+}
+JSON toArgument() {
+    return text(std::string("End of a custom range, ") + kDateForms +
+                "; a bare date includes its whole day. Requires from.");
+}
+
 JSON timelineInput() {
     return object(
         {
-            {"preset", oneOfTexts({"today", "yesterday", "this-week", "last-active-day"},
-                                  "A named period: today, yesterday, this week so far (from the "
-                                  "locale's first weekday), or the newest day with activity. "
-                                  "Without preset, since, from and to: today.")},
-            {"since", text(std::string(kDuration) + " Use instead of preset.")},
-            {"from", text(std::string("Start of a custom range, ") + kDateForms +
-                          "; requires to. Use instead of preset and since.")},
-            {"to", text(std::string("End of a custom range, ") + kDateForms +
-                        "; a bare date includes its whole day. Requires from.")},
+            {"preset", presetArgument()},
+            {"since", sinceArgument()},
+            {"from", fromArgument()},
+            {"to", toArgument()},
             {"limit", withMinimum(integer("Return at most this many moments, the earliest "
                                           "first; meta.has_more says whether more follow."),
                                   0)},
@@ -92,6 +105,33 @@ JSON entitiesInput() {
         {});
 }
 
+JSON summaryInput() {
+    return object(
+        {
+            {"preset", presetArgument()},
+            {"since", sinceArgument()},
+            {"from", fromArgument()},
+            {"to", toArgument()},
+            {"idle", withDefault(text("The idle gap, a duration from 1m to 1h: a pause longer than this "
+                                      "ends a session, and no observation counts for more."),
+                                 "5m")},
+            {"kind", text("Only entities of this kind, e.g. app, person, company, project, website, "
+                          "programming_language, software_tool, framework.")},
+            {"limit", withMaximum(withMinimum(withDefault(integer("Entries of the applications and "
+                                                                  "entities lists, most time first."),
+                                                          10),
+                                              1),
+                                  100)},
+            {"max_chars", withMinimum(withDefault(integer("The longest answer, in characters: detail "
+                                                          "(highlights, list tails, then sessions "
+                                                          "folded into days) is dropped until it "
+                                                          "fits, and meta.omitted counts it."),
+                                                  kSummaryDefaultMaxChars),
+                                      1)},
+        },
+        {});
+}
+
 JSON noInput() { return object({}, {}); }
 
 std::vector<ToolDefinition> makeCatalog() {
@@ -99,7 +139,8 @@ std::vector<ToolDefinition> makeCatalog() {
         {"timeline", "Work timeline",
          "Tells what the user worked on, as five-minute moments with a representative screen "
          "description, the visible applications and entity counts, for a named period, the last "
-         "duration (since) or a from/to range; today without arguments.",
+         "duration (since) or a from/to range (today without arguments); a range keeps only its "
+         "newest 5,000 observations, so for whole days, weeks and time totals use summary.",
          timelineInput(), timelineOutputSchema()},
         {"search", "Search work memory",
          "Finds the moments of the user's screen activity whose description matches a keyword, "
@@ -111,6 +152,13 @@ std::vector<ToolDefinition> makeCatalog() {
          "seen on the user's screen, with first and last sighting, over the last 24 hours unless "
          "since says otherwise.",
          entitiesInput(), entitiesOutputSchema()},
+        {"summary", "Time summary",
+         "Accounts exactly for the user's time over a period of any length (today without "
+         "arguments, a named period, the last duration or a from/to range): active time, "
+         "sessions with a few highlights, the time each application was visible and each "
+         "entity seen, the days, and what the recorder's frames say about gaps, in at most "
+         "max_chars characters.",
+         summaryInput(), summaryOutputSchema()},
         {"status", "Recorder status",
          "Checks the screen recorder's health: database facts, capture and analysis counters, a "
          "diagnosis code with advice, and whether the analysis bridge has failed.",

@@ -9,7 +9,8 @@
 namespace VarnholtQueryLib::MCP {
 
 // The tools this server offers, one per question varnholt-query answers
-// from the database: timeline, search, entities, status, support_context.
+// from the database: timeline, search, entities, summary, status,
+// support_context.
 // Each describes itself for an agent: a title, one sentence on what it
 // answers, a JSON Schema for its arguments and one for its answer.
 struct ToolDefinition {
@@ -24,7 +25,7 @@ struct ToolDefinition {
     JSON outputSchema;
 };
 
-// The five tools, in the order tools/list shows them.
+// The six tools, in the order tools/list shows them.
 const std::vector<ToolDefinition>& toolCatalog();
 
 // The tool named `name`, or null.

@@ -44,6 +44,20 @@ Command searchCommand(const ToolArguments& arguments, const LocalCalendar& calen
     return {search.build()};
 }
 
+Command summaryCommand(const ToolArguments& arguments) {
+    SummaryCommandBuilder summary;
+    if (const auto preset = arguments.text("preset")) summary.preset(*preset);
+    if (const auto since = arguments.text("since")) summary.since(*since);
+    if (const auto from = arguments.text("from")) summary.from(*from);
+    if (const auto to = arguments.text("to")) summary.to(*to);
+    if (const auto idle = arguments.text("idle")) summary.idle(*idle);
+    if (const auto kind = arguments.text("kind")) summary.kind(*kind);
+    if (const auto limit = arguments.integer("limit")) summary.limit(*limit);
+    // A host cuts or files away a long answer; the budget keeps it whole.
+    summary.maxChars(arguments.integer("max_chars").value_or(kSummaryDefaultMaxChars));
+    return {summary.build()};
+}
+
 }  // namespace
 
 Command commandForTool(const std::string& tool, const ToolArguments& arguments,
@@ -54,6 +68,7 @@ Command commandForTool(const std::string& tool, const ToolArguments& arguments,
         return {entitiesCommand(arguments.text("since"), arguments.text("kind"),
                                 arguments.integer("limit"))};
     }
+    if (tool == "summary") return summaryCommand(arguments);
     if (tool == "status") return {Command::Status{true}};
     if (tool == "support_context") return {Command::SupportContext{}};
     throw std::logic_error("No command for tool " + tool);

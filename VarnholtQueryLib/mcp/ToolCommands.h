@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "cli/Command.h"
@@ -10,6 +11,11 @@ class LocalCalendar;
 }
 
 namespace VarnholtQueryLib::MCP {
+
+// The budget of a summary called without max_chars: what hosts show a model
+// without cutting it (the lowest common cap is 25,000 tokens, some warn at
+// 10,000; 24,000 characters are 6,000 to 8,000 tokens of JSON).
+inline constexpr std::int64_t kSummaryDefaultMaxChars = 24000;
 
 // The command a tool call stands for: the one varnholt-query builds for the
 // equivalent command line, so both front ends answer it with the same
@@ -24,6 +30,9 @@ namespace VarnholtQueryLib::MCP {
 //                                    [--from F] [--to T] [--latest] [--limit N]
 //                                    [--collapse] [--images] [--compact]
 //   entities {...}                 varnholt-query entities [--since S] [--kind K] [--limit N]
+//   summary {...}                  varnholt-query summary [P] [--since S] [--from F --to T]
+//                                    [--idle I] [--kind K] [--limit N]
+//                                    --max-chars (max_chars, default 24000)
 //   status {}                      varnholt-query status --json
 //   support_context {}             varnholt-query support-context
 //
@@ -33,8 +42,10 @@ namespace VarnholtQueryLib::MCP {
 // REQUIRES: `tool` names a tool of the catalog and `arguments` were checked
 // against its input schema. Throws CLIError with the command line's message
 // for what the command line refuses (a missing keyword, a bad duration or
-// date, an unknown preset, half a range), and invalidTimeRange "Use only one
-// of preset, since, or from and to." for a timeline asked two ways at once.
+// date, an unknown preset, half a range, a summary's value out of range), and
+// invalidTimeRange "Use only one of preset, since, or from and to." for a
+// timeline asked two ways at once (a summary says so as on the command
+// line).
 // `now` anchors the search's since, as on the command line.
 Command commandForTool(const std::string& tool, const ToolArguments& arguments,
                        const LocalCalendar& calendar, double now);

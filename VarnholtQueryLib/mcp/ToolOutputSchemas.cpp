@@ -195,6 +195,99 @@ JSON entitiesOutputSchema() {
             {"timezone", "current_date", "current_datetime", "returned_entities"}));
 }
 
+JSON summaryOutputSchema() {
+    const auto seconds = [](const std::string& description) {
+        return integer(description + ", whole seconds (rounded)");
+    };
+    const auto applicationTimes = [&](const std::string& description) {
+        return arrayOf(objectRequiringAll({
+                           {"name", text("As the earliest observation spells it")},
+                           {"visible_seconds", seconds("Time it was on screen")},
+                       }),
+                       description);
+    };
+    const JSON session = objectRequiringAll({
+        {"start_iso", utcTime("Its first observation")},
+        {"end_iso", utcTime("Its last observation plus that one's cover")},
+        {"active_seconds", seconds("Active time")},
+        {"observation_count", integer()},
+        {"applications", applicationTimes("Its three most visible applications")},
+        {"highlights", arrayOf(text(), "Up to three distinct descriptions, personal data masked, in time order")},
+    });
+    const JSON application = objectRequiringAll({
+        {"name", text("As the earliest observation spells it")},
+        {"visible_seconds", seconds("Time it was on screen; applications overlap")},
+        {"observation_count", integer("Observations that list it")},
+    });
+    const JSON entity = objectRequiringAll({
+        {"kind", text()},
+        {"value", text()},
+        {"seconds", seconds("Time it was seen")},
+        {"count", integer("Observations that list it")},
+        {"first_seen_iso", utcTime("First sighting")},
+        {"last_seen_iso", utcTime("Last sighting")},
+    });
+    const JSON day = objectRequiringAll({
+        {"date", text("The user's local day, yyyy-MM-dd")},
+        {"active_seconds", seconds("Active time")},
+        {"observation_count", integer()},
+        {"first_activity_iso", utcTime("Its first observation")},
+        {"last_activity_iso", utcTime("Its last observation")},
+        {"session_count", integer("Sessions that start on it")},
+        {"applications", applicationTimes("Its three most visible applications")},
+    });
+    const JSON coverage = objectRequiringAll({
+        {"frames", integer("Frames captured in the range")},
+        {"analyzed_frames", integer()},
+        {"pending_frames", integer("Frames the model has not analysed yet")},
+        {"failed_frames", integer()},
+        {"observations", integer("Observations counted")},
+        {"gaps", arrayOf(objectRequiringAll({{"from_iso", utcTime("Start")}, {"to_iso", utcTime("End")}}),
+                         "Half an hour or more without any frame")},
+        {"verdict", nullable(text("Why there is nothing to count; null when there is"))},
+    });
+    const JSON omitted = objectRequiringAll({
+        {"highlights", integer()},
+        {"session_applications", integer()},
+        {"day_applications", integer()},
+        {"gaps", integer()},
+        {"entities", integer()},
+        {"applications", integer()},
+        {"sessions", integer()},
+        {"days", integer()},
+    });
+    return envelope(
+        objectRequiringAll({
+            {"active_seconds", seconds("Active time of the range")},
+            {"observation_count", integer("Observations counted")},
+            {"session_count", integer()},
+            {"first_activity_iso", nullable(utcTime("First observation"))},
+            {"last_activity_iso", nullable(utcTime("Last observation"))},
+            {"sessions", arrayOf(session, "Oldest first")},
+            {"applications", arrayOf(application, "Most visible first")},
+            {"entities", arrayOf(entity, "Most seen first")},
+            {"days", arrayOf(day, "Oldest first")},
+            {"coverage", coverage},
+        }),
+        objectRequiringAll({
+            {"query", objectRequiringAll({
+                          {"preset", oneOfTexts({"today", "yesterday", "this-week",
+                                                 "last-active-day", "recent", "range"})},
+                          {"from", utcTime("Start of the range")},
+                          {"to", utcTime("End of the range")},
+                          {"idle_seconds", number("The idle gap")},
+                          {"kind", nullable(text("Entities of this kind only"))},
+                          {"limit", integer("Entries of the applications and entities lists")},
+                          {"max_chars", nullable(integer("The budget of the answer in characters"))},
+                      })},
+            {"truncated", boolean("Whether detail was dropped to fit max_chars")},
+            {"omitted", omitted},
+            {"timezone", timeZone()},
+            {"current_date", currentDate()},
+            {"current_datetime", currentDateTime()},
+        }));
+}
+
 JSON statusOutputSchema() {
     const JSON database = object(
         {

@@ -19,6 +19,7 @@ namespace VarnholtQueryLib::MCP {
 JSON timelineOutputSchema();
 JSON searchOutputSchema();
 JSON entitiesOutputSchema();
+JSON summaryOutputSchema();
 JSON statusOutputSchema();
 JSON supportContextOutputSchema();
 

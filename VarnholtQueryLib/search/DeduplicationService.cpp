@@ -51,11 +51,13 @@ icu::UnicodeString trimmedOfWhiteSpace(const icu::UnicodeString& text) {
 
 }  // namespace
 
+std::string nameKey(const std::string& name) { return utf8(lowerCased(name)); }
+
 DeduplicatedList deduplicate(const std::vector<std::string>& items, std::size_t limit) {
     DeduplicatedList result;
     std::unordered_set<std::string> seen;
     for (const std::string& item : items) {
-        if (seen.insert(utf8(lowerCased(item))).second) result.items.push_back(item);
+        if (seen.insert(nameKey(item)).second) result.items.push_back(item);
     }
     if (result.items.size() > limit) {
         result.items.resize(limit);

@@ -21,8 +21,12 @@ struct DeduplicatedList {
 // Stateless.
 namespace DeduplicationService {
 
-// Keeps the first spelling of each name (compared after full Unicode
-// lower-casing, no trimming), then at most `limit` of them.
+// The key under which names count as the same: the name after full Unicode
+// lower-casing in the root locale, not trimmed.
+std::string nameKey(const std::string& name);
+
+// Keeps the first spelling of each name (compared by nameKey), then at most
+// `limit` of them.
 DeduplicatedList deduplicate(const std::vector<std::string>& items, std::size_t limit);
 // deduplicate with a limit of 10.
 DeduplicatedList deduplicateApps(const std::vector<std::string>& items);

@@ -70,7 +70,7 @@ command_list="$("$query" --help --json)"
 
 for shell in "${shells[@]}"; do
   expect "$shell" "varnholt-query " \
-    "entities help last-active-day range recent search status support-context this-week today top version yesterday"
+    "entities help last-active-day range recent search status summary support-context this-week today top version yesterday"
   expect "$shell" "varnholt-query t" "this-week today top"
   expect "$shell" "varnholt-query --limit 5 la" "last-active-day"
   expect "$shell" "varnholt-query --" "--compact --full --help --json --limit --version"
@@ -82,6 +82,12 @@ for shell in "${shells[@]}"; do
   expect "$shell" "varnholt-query search invoice --c" "--collapse --compact"
   expect "$shell" "varnholt-query entities --" "--help --json --kind --limit --since --version"
   expect "$shell" "varnholt-query status --" "--help --json --version"
+  expect "$shell" "varnholt-query summary --" \
+    "--from --help --idle --json --kind --limit --max-chars --since --to --version"
+  expect "$shell" "varnholt-query summary this-week --" \
+    "--from --help --idle --json --kind --limit --max-chars --since --to --version"
+  expect "$shell" "varnholt-query summary " "last-active-day this-week today yesterday"
+  expect "$shell" "varnholt-query summary --idle " "10m 15m 1h 1m 2m 30m 5m"
   expect "$shell" "varnholt-query recent --since " "1d 1h 1w 2d 2h 30m 4h"
   expect "$shell" "varnholt-query entities --kind " \
     "app company framework person programming_language project software_tool website"

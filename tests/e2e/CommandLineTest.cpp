@@ -32,6 +32,7 @@ const std::string kHelpText =
     "  range --from <iso> --to <iso>  Custom time range\n"
     "  search <keyword>      Search observations (FTS5, BM25 ranked)\n"
     "  entities              Aggregated entity data (tools, languages, apps)\n"
+    "  summary [period]      Active time per app, session and day (e.g., summary this-week)\n"
     "  support-context       Machine-oriented support-draft context summary\n"
     "  status                Health check and database stats\n"
     "  top                   Live pipeline monitor (Ctrl+C to exit)\n"
@@ -40,6 +41,8 @@ const std::string kHelpText =
     "  --since <duration>    Time window (e.g., 2h, 30m, 1d, 1w)\n"
     "  --images              Include image_path in output (explicit escalation)\n"
     "  --kind <entity_kind>  Filter entities by kind (e.g., programming_language, app)\n"
+    "  --idle <duration>     Idle gap that ends a session (summary; 1m to 1h, default 5m)\n"
+    "  --max-chars N         Longest answer in characters; summary drops detail to fit\n"
     "  --compact             Omit description and topics fields\n"
     "  --full                Include description and topics fields\n"
     "  --collapse            Deduplicate search results by description\n"
@@ -62,6 +65,7 @@ const std::string kCommandList = R"({
     {"name": "range", "args": ["--from", "--to"], "flags": ["--from", "--to", "--json", "--compact", "--full", "--limit"]},
     {"name": "search", "args": ["keyword"], "flags": ["--since", "--app", "--from", "--to", "--latest", "--limit", "--compact", "--images", "--collapse"]},
     {"name": "entities", "args": [], "flags": ["--since", "--kind", "--limit"]},
+    {"name": "summary", "args": [], "flags": ["--since", "--from", "--to", "--idle", "--kind", "--limit", "--max-chars", "--json"]},
     {"name": "status", "args": [], "flags": ["--json"]},
     {"name": "top", "args": [], "flags": []}
   ]

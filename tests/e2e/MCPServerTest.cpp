@@ -138,6 +138,10 @@ TEST(MCPServerTest, EveryToolAnswersWithTheCommandLinesDocument) {
         {{"search", {{"keyword", "tests"}, {"limit", 5}, {"collapse", true}}}, {"search", "tests", "--limit", "5", "--collapse"}},
         {{"search", json::object()}, {"search"}},
         {{"entities", {{"kind", "app"}, {"limit", 4}}}, {"entities", "--kind", "app", "--limit", "4"}},
+        {{"summary", json::object()}, {"summary", "--max-chars", "24000"}},
+        {{"summary", {{"preset", "this-week"}, {"idle", "10m"}, {"max_chars", 1500}}},
+         {"summary", "this-week", "--idle", "10m", "--max-chars", "1500"}},
+        {{"summary", {{"idle", "2h"}}}, {"summary", "--idle", "2h"}},
         {{"status", json::object()}, {"status", "--json"}},
         {{"support_context", json::object()}, {"support-context"}},
     };
@@ -250,11 +254,19 @@ TEST(MCPServerTest, EveryResourceIsTheCommandLinesDocumentInBothEras) {
     for (const Era era : {Era::handshake, Era::stateless}) {
         Server server(home, frozen(), era);
         EXPECT_EQ(server.read("varnholt://status"), home.run({"status", "--json"}, frozen()).standardOutput) << nameOf(era);
+        EXPECT_EQ(server.read("varnholt://summary/today"),
+                  home.run({"summary", "--max-chars", "24000"}, frozen()).standardOutput) << nameOf(era);
         for (const char* day : {"2026-03-30", "2026-03-31", "2026-04-01", "2026-04-02"}) {
             EXPECT_EQ(server.read(std::string("varnholt://timeline/day/") + day),
                       home.run({"range", "--from", day, "--to", day}, frozen()).standardOutput)
                 << nameOf(era) << " " << day;
+            EXPECT_EQ(server.read(std::string("varnholt://summary/day/") + day),
+                      home.run({"summary", "--from", day, "--to", day, "--max-chars", "24000"}, frozen()).standardOutput)
+                << nameOf(era) << " " << day;
         }
+        EXPECT_EQ(server.read("varnholt://summary/week/2026-03-27"),
+                  home.run({"summary", "--from", "2026-03-27", "--to", "2026-04-02", "--max-chars", "24000"}, frozen())
+                      .standardOutput) << nameOf(era);
     }
 }
 

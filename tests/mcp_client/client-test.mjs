@@ -184,8 +184,17 @@ async function expectProtocolError(promise, code, what) {
 
 // The resources and their equivalent command lines; a day's resources are
 // checked for the days completion offers and for one without activity.
-const kResources = [['varnholt://status', ['status', '--json']]];
-const kDayTemplates = [['varnholt://timeline/day/{date}', (day) => ['range', '--from', day, '--to', day]]];
+const kResources = [
+  ['varnholt://status', ['status', '--json']],
+  ['varnholt://summary/today', ['summary', '--max-chars', '24000']],
+];
+// The date seven days on, for a week from `day`.
+const weekEnd = (day) => new Date(Date.parse(`${day}T00:00:00Z`) + 6 * 86400000).toISOString().slice(0, 10);
+const kDayTemplates = [
+  ['varnholt://summary/day/{date}', (day) => ['summary', '--from', day, '--to', day, '--max-chars', '24000']],
+  ['varnholt://summary/week/{date}', (day) => ['summary', '--from', day, '--to', weekEnd(day), '--max-chars', '24000']],
+  ['varnholt://timeline/day/{date}', (day) => ['range', '--from', day, '--to', day]],
+];
 
 // Reads `uri` and compares its one content with `varnholt-query commandLine...`.
 async function compareResource(client, env, uri, commandLine) {
@@ -207,6 +216,10 @@ async function compareResource(client, env, uri, commandLine) {
 // The prompts with arguments, and for each the documents its messages must
 // embed, as command lines.
 const kPrompts = [
+  ['stand-up', {}, [['summary', '--from', '2026-03-31', '--to', '2026-03-31', '--max-chars', '24000'],
+    ['summary', '--max-chars', '24000']]],
+  ['timesheet', {}, [['summary', '--from', '2026-03-30', '--to', '2026-04-05', '--max-chars', '24000']]],
+  ['timesheet', { week_start: '2026-03-23' }, [['summary', '--from', '2026-03-23', '--to', '2026-03-29', '--max-chars', '24000']]],
   ['what-was-i-doing', { time: '2026-04-01T11:30:00' },
     [['range', '--from', '2026-04-01T09:00:00Z', '--to', '2026-04-01T10:00:00Z']]],
 ];
@@ -279,6 +292,17 @@ const kCalls = [
   ['entities', { since: '1w', kind: 'app', limit: 3 }, ['entities', '--since', '1w', '--kind', 'app', '--limit', '3']],
   ['entities', { kind: 'programming_language', limit: 9999 }, ['entities', '--kind', 'programming_language', '--limit', '9999']],
   ['entities', { since: 'x' }, ['entities', '--since', 'x']],
+  // A summary without max_chars is budgeted to 24,000 characters; the ten
+  // days of the sample need more, so detail is dropped as on the command line.
+  ['summary', {}, ['summary', '--max-chars', '24000']],
+  ['summary', { preset: 'this-week' }, ['summary', 'this-week', '--max-chars', '24000']],
+  ['summary', { since: '10d' }, ['summary', '--since', '10d', '--max-chars', '24000']],
+  ['summary', { preset: 'yesterday', idle: '10m', kind: 'app', limit: 3, max_chars: 100000 },
+    ['summary', 'yesterday', '--idle', '10m', '--kind', 'app', '--limit', '3', '--max-chars', '100000']],
+  ['summary', { since: '2d', max_chars: 3000 }, ['summary', '--since', '2d', '--max-chars', '3000']],
+  ['summary', { from: '2026-03-30', to: '2026-03-31' }, ['summary', '--from', '2026-03-30', '--to', '2026-03-31', '--max-chars', '24000']],
+  ['summary', { idle: '2h' }, ['summary', '--idle', '2h', '--max-chars', '24000']],
+  ['summary', { max_chars: 50 }, ['summary', '--max-chars', '50']],
   ['status', {}, ['status', '--json']],
   ['support_context', {}, ['support-context']],
 ];
@@ -301,7 +325,7 @@ async function exerciseClient(clientKind, recorder, empty, expectedDays) {
   }
 
   const { tools } = await client.listTools();
-  check(tools.map((t) => t.name).join(' ') === 'timeline search entities status support_context',
+  check(tools.map((t) => t.name).join(' ') === 'timeline search entities summary status support_context',
     `tools ${tools.map((t) => t.name)}`);
   // Strict Ajv refuses unknown keywords and loose types, so the schemas say
   // exactly what they mean to every validator.
@@ -350,6 +374,9 @@ async function exerciseClient(clientKind, recorder, empty, expectedDays) {
   await expectToolError(client, 'search', { keyword: 5 }, 'UNKNOWN_ERROR', "Argument 'keyword' must be a string.");
   await expectToolError(client, 'entities', { limit: '5' }, 'UNKNOWN_ERROR', "Argument 'limit' must be an integer.");
   await expectToolError(client, 'status', { verbose: true }, 'UNKNOWN_ERROR', "Unknown argument 'verbose'. Arguments: none.");
+  const tenDays = await client.callTool({ name: 'summary', arguments: { since: '10d' } });
+  check(tenDays.structuredContent?.meta?.truncated === true && tenDays.content[0].text.length <= 24000,
+    `summary of ten days within the default budget: ${tenDays.content[0].text.length} characters`);
   await expectProtocolError(client.callTool({ name: 'frobnicate', arguments: {} }), -32602, 'unknown tool');
 
   // Resources and templates.
@@ -384,11 +411,15 @@ async function exerciseClient(clientKind, recorder, empty, expectedDays) {
 
   // Prompts.
   const { prompts } = await client.listPrompts();
-  check(JSON.stringify(prompts.map((p) => p.name)) === JSON.stringify(kPrompts.map(([name]) => name)),
+  check(JSON.stringify(prompts.map((p) => p.name)) === JSON.stringify([...new Set(kPrompts.map(([name]) => name))]),
     `prompts ${prompts.map((p) => p.name)}`);
   for (const [name, args, commandLines] of kPrompts) await comparePrompt(client, recorder.env, name, args, commandLines);
   await expectProtocolError(client.getPrompt({ name: 'nope', arguments: {} }), -32602, 'unknown prompt');
   await expectProtocolError(client.getPrompt({ name: 'what-was-i-doing', arguments: {} }), -32602, 'missing argument');
+  const weekStarts = await client.complete({ ref: { type: 'ref/prompt', name: 'timesheet' },
+    argument: { name: 'week_start', value: '' } });
+  check(JSON.stringify(weekStarts.completion.values) === JSON.stringify(expectedDays.slice(0, 10)),
+    `timesheet week_start completes ${weekStarts.completion.values}`);
 
   if (!clientKind.stateless) {
     await expectProtocolError(client.request({ method: 'resources/subscribe', params: { uri: 'varnholt://status' } },
@@ -405,6 +436,7 @@ async function exerciseClient(clientKind, recorder, empty, expectedDays) {
     ['timeline', { preset: 'last-active-day' }, ['last-active-day']],
     ['search', { keyword: 'tests' }, ['search', 'tests']],
     ['entities', {}, ['entities']],
+    ['summary', {}, ['summary', '--max-chars', '24000']],
     ['status', {}, ['status', '--json']],
     ['support_context', {}, ['support-context']],
   ]) {

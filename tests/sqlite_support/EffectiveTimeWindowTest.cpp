@@ -62,10 +62,12 @@ protected:
                     bounds, from, to);
     }
 
-    std::vector<std::string> windowRows(const WindowBounds& bounds, double from, double to) {
+    std::vector<std::string> windowRows(const WindowBounds& bounds, double from, double to,
+                                        FramedCandidates framed = FramedCandidates::windowFrameList) {
         WindowSelect select;
         select.columns = "o.id, {time}";
         select.bounds = bounds;
+        select.framedCandidates = framed;
         return rows(everyRecordingWindow("window", select) + "    SELECT * FROM window", bounds, from, to);
     }
 
@@ -89,6 +91,24 @@ TEST_F(EffectiveTimeWindowTest, ThePartsHoldExactlyTheRowsOfTheLeftJoinWithTheir
               (std::vector<std::string>{"a 10.0", "b 20.0", "d 20.0", "e 15.0", "j 12.0", "k 10.0", "m 17.0"}));
     EXPECT_EQ(windowRows({true, false}, 1e9, 0), std::vector<std::string>{});
     EXPECT_EQ(literalRows({true, false}, 1e9, 0), std::vector<std::string>{});
+}
+
+TEST_F(EffectiveTimeWindowTest, FramedCandidatesFoundByTheirOwnTimeGiveTheSameRows) {
+    for (const auto& [from, to] : std::vector<std::pair<double, double>>{
+             {0, 100}, {10, 10}, {11, 29}, {20, 40}, {-1e9, 1e9}, {50, 60}, {15, 15}}) {
+        SCOPED_TRACE(std::to_string(from) + ".." + std::to_string(to));
+        for (const WindowBounds bounds : {WindowBounds{true, true}, WindowBounds{true, false}, WindowBounds{false, true}}) {
+            EXPECT_EQ(windowRows(bounds, from, to, FramedCandidates::frameAtOwnTime), literalRows(bounds, from, to));
+        }
+    }
+    WindowSelect select;
+    select.columns = "o.id";
+    select.bounds = {true, true};
+    select.framedCandidates = FramedCandidates::frameAtOwnTime;
+    const std::string sql = selfDatedRows(select, "o.recording_id IS NULL");
+    EXPECT_NE(sql.find("NOT EXISTS (SELECT 1 FROM frames s WHERE s.timestamp = o.timestamp AND +s.id = o.frame_id)"),
+              std::string::npos);
+    EXPECT_EQ(sql.find("NOT IN"), std::string::npos);
 }
 
 TEST_F(EffectiveTimeWindowTest, OnePartPerRecordingValueWhenAskedForOne) {

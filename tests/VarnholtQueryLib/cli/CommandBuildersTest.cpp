@@ -124,3 +124,106 @@ TEST_F(CommandBuildersTest, SearchTimeErrorsAreThrownAtOnce) {
     EXPECT_EQ(thrownCLIError([&] { builder.to(""); }),
               "INVALID_TIME_RANGE: Cannot parse --to date ''. Use ISO 8601 or yyyy-MM-dd format.");
 }
+
+TEST_F(CommandBuildersTest, ASummaryWithoutAPeriodIsTodays) {
+    const Command::Summary summary = SummaryCommandBuilder().build();
+    EXPECT_EQ(summary.preset, "today");
+    EXPECT_FALSE(summary.since.has_value());
+    EXPECT_EQ(summary.idleSeconds, 300);
+    EXPECT_EQ(summary.limit, 10);
+    EXPECT_FALSE(summary.kind.has_value());
+    EXPECT_FALSE(summary.maxChars.has_value());
+}
+
+TEST_F(CommandBuildersTest, ASummaryNamesOnePeriod) {
+    SummaryCommandBuilder preset;
+    preset.preset("this-week");
+    EXPECT_EQ(preset.build().preset, "this-week");
+
+    SummaryCommandBuilder since;
+    since.since("3d");
+    EXPECT_FALSE(since.build().preset.has_value());
+    EXPECT_EQ(since.build().since, "3d");
+
+    SummaryCommandBuilder range;
+    range.from("2026-04-01");
+    range.to("2026-04-07");
+    const Command::Summary summary = range.build();
+    EXPECT_EQ(summary.preset, "range");
+    EXPECT_EQ(summary.rangeFrom, "2026-04-01");
+    EXPECT_EQ(summary.rangeTo, "2026-04-07");
+}
+
+TEST_F(CommandBuildersTest, ASummaryRefusesTwoPeriodsAndHalfARange) {
+    SummaryCommandBuilder two;
+    two.preset("yesterday");
+    two.since("2h");
+    EXPECT_EQ(thrownCLIError([&] { two.build(); }),
+              "INVALID_TIME_RANGE: Use only one of a preset, --since, or --from and --to.");
+    SummaryCommandBuilder sinceAndRange;
+    sinceAndRange.since("2h");
+    sinceAndRange.to("2026-04-07");
+    EXPECT_EQ(thrownCLIError([&] { sinceAndRange.build(); }),
+              "INVALID_TIME_RANGE: Use only one of a preset, --since, or --from and --to.");
+    SummaryCommandBuilder fromOnly;
+    fromOnly.from("2026-04-01");
+    EXPECT_EQ(thrownCLIError([&] { fromOnly.build(); }),
+              "INVALID_TIME_RANGE: 'summary' requires --to with --from. Usage: summary --from 2026-04-01 --to "
+              "2026-04-07");
+    SummaryCommandBuilder toOnly;
+    toOnly.to("2026-04-07");
+    EXPECT_EQ(thrownCLIError([&] { toOnly.build(); }),
+              "INVALID_TIME_RANGE: 'summary' requires --from with --to. Usage: summary --from 2026-04-01 --to "
+              "2026-04-07");
+    SummaryCommandBuilder unknown;
+    EXPECT_EQ(thrownCLIError([&] { unknown.preset("last-week"); }), "INVALID_TIME_RANGE: Unknown preset 'last-week'.");
+}
+
+TEST_F(CommandBuildersTest, TheIdleGapIsADurationFromOneMinuteToOneHour) {
+    SummaryCommandBuilder summary;
+    summary.idle("1m");
+    EXPECT_EQ(summary.build().idleSeconds, 60);
+    summary.idle("1h");
+    EXPECT_EQ(summary.build().idleSeconds, 3600);
+    summary.idle("2.5m");
+    EXPECT_EQ(summary.build().idleSeconds, 150);
+    EXPECT_EQ(thrownCLIError([&] { summary.idle("59s"); }),
+              "INVALID_TIME_RANGE: Unknown duration unit 's'. Use m, h, d, or w.");
+    EXPECT_EQ(thrownCLIError([&] { summary.idle("0.9m"); }),
+              "INVALID_TIME_RANGE: --idle must be between 1m and 1h, not '0.9m'.");
+    EXPECT_EQ(thrownCLIError([&] { summary.idle("61m"); }),
+              "INVALID_TIME_RANGE: --idle must be between 1m and 1h, not '61m'.");
+    EXPECT_EQ(thrownCLIError([&] { summary.idle("1d"); }),
+              "INVALID_TIME_RANGE: --idle must be between 1m and 1h, not '1d'.");
+    EXPECT_EQ(thrownCLIError([&] { summary.idle("-5m"); }),
+              "INVALID_TIME_RANGE: Invalid duration value in '-5m'. Numeric prefix required.");
+    EXPECT_EQ(summary.build().idleSeconds, 150);
+}
+
+TEST_F(CommandBuildersTest, ASummaryListsOneToAHundredEntries) {
+    SummaryCommandBuilder summary;
+    summary.limit("1");
+    EXPECT_EQ(summary.build().limit, 1);
+    summary.limit(std::int64_t{100});
+    EXPECT_EQ(summary.build().limit, 100);
+    for (const char* text : {"0", "101", "abc", "", "5.5", "-3"}) {
+        EXPECT_EQ(thrownCLIError([&] { summary.limit(text); }),
+                  std::string("INVALID_TIME_RANGE: --limit must be a whole number from 1 to 100, not '") + text +
+                      "'.");
+    }
+    EXPECT_EQ(thrownCLIError([&] { summary.limit(std::int64_t{500}); }),
+              "INVALID_TIME_RANGE: --limit must be a whole number from 1 to 100, not '500'.");
+}
+
+TEST_F(CommandBuildersTest, ASummaryBudgetIsAPositiveNumberOfCharacters) {
+    SummaryCommandBuilder summary;
+    summary.maxChars("24000");
+    EXPECT_EQ(summary.build().maxChars, 24000);
+    summary.maxChars(std::int64_t{1});
+    EXPECT_EQ(summary.build().maxChars, 1);
+    for (const char* text : {"0", "-1", "lots", ""}) {
+        EXPECT_EQ(thrownCLIError([&] { summary.maxChars(text); }),
+                  std::string("INVALID_TIME_RANGE: --max-chars must be a whole number above 0, not '") + text +
+                      "'.");
+    }
+}

@@ -197,3 +197,43 @@ TEST_F(CommandParserTest, SearchUnknownFlagEndsTheProcess) {
     EXPECT_EXIT(parse({"search", "foo", "--bogus"}), ::testing::ExitedWithCode(1), "");
     EXPECT_EXIT(parse({"search", "foo", "--json"}), ::testing::ExitedWithCode(1), "");
 }
+
+TEST_F(CommandParserTest, SummaryTakesAPresetAndItsFlags) {
+    EXPECT_EQ(parseAs<Command::Summary>({"summary"}).preset, "today");
+    const auto week = parseAs<Command::Summary>(
+        {"summary", "this-week", "--idle", "10m", "--kind", "app", "--limit", "5", "--max-chars", "8000", "--json"});
+    EXPECT_EQ(week.preset, "this-week");
+    EXPECT_EQ(week.idleSeconds, 600);
+    EXPECT_EQ(week.kind, "app");
+    EXPECT_EQ(week.limit, 5);
+    EXPECT_EQ(week.maxChars, 8000);
+    const auto since = parseAs<Command::Summary>({"summary", "--since", "3d"});
+    EXPECT_EQ(since.since, "3d");
+    EXPECT_FALSE(since.preset.has_value());
+    const auto range = parseAs<Command::Summary>({"summary", "--from", "2026-04-01", "--to", "2026-04-07"});
+    EXPECT_EQ(range.preset, "range");
+    EXPECT_EQ(range.rangeFrom, "2026-04-01");
+    EXPECT_EQ(range.rangeTo, "2026-04-07");
+}
+
+TEST_F(CommandParserTest, SummaryReadsFlagsBeforeItsWordToo) {
+    const auto summary = parseAs<Command::Summary>({"--limit", "3", "summary", "yesterday"});
+    EXPECT_EQ(summary.limit, 3);
+    EXPECT_EQ(summary.preset, "yesterday");
+}
+
+TEST_F(CommandParserTest, SummaryRefusesWhatItDoesNotKnow) {
+    EXPECT_EQ(failure({"summary", "--compact"}), "UNKNOWN_ERROR: Unknown flag '--compact'.");
+    EXPECT_EQ(failure({"summary", "--idle"}), "UNKNOWN_ERROR: Missing value for --idle.");
+    EXPECT_EQ(failure({"summary", "--since", "--idle", "5m"}), "UNKNOWN_ERROR: Missing value for --since.");
+    EXPECT_EQ(failure({"summary", "lastweek"}), "INVALID_TIME_RANGE: Unknown preset 'lastweek'.");
+    EXPECT_EQ(failure({"summary", "today", "yesterday"}),
+              "INVALID_TIME_RANGE: Unexpected argument 'yesterday'. Usage: summary "
+              "[today|yesterday|this-week|last-active-day] [--since <duration>] [--from <date> --to <date>] "
+              "[--idle <duration>] [--kind <kind>] [--limit N] [--max-chars N]");
+    EXPECT_EQ(failure({"summary", "today", "--since", "2h"}),
+              "INVALID_TIME_RANGE: Use only one of a preset, --since, or --from and --to.");
+    EXPECT_EQ(failure({"summary", "--limit", "abc"}),
+              "INVALID_TIME_RANGE: --limit must be a whole number from 1 to 100, not 'abc'.");
+    EXPECT_EQ(failure({"summary", "--idle", "2h"}), "INVALID_TIME_RANGE: --idle must be between 1m and 1h, not '2h'.");
+}

@@ -113,6 +113,17 @@ TEST_F(TimePresetsTest, RecentDurations) {
     EXPECT_EQ(range.preset, "recent");
 }
 
+TEST_F(TimePresetsTest, DurationsInSecondsWithTheSameErrors) {
+    EXPECT_EQ(TimePresets::durationSeconds("5m"), 300);
+    EXPECT_EQ(TimePresets::durationSeconds("1.5h"), 5400);
+    EXPECT_EQ(TimePresets::durationSeconds("2w"), 1209600);
+    EXPECT_EQ(messageOf([] { TimePresets::durationSeconds("0m"); }),
+              "Invalid duration value in '0m'. Numeric prefix required.");
+    EXPECT_EQ(messageOf([] { TimePresets::durationSeconds("5s"); }), "Unknown duration unit 's'. Use m, h, d, or w.");
+    EXPECT_EQ(messageOf([] { TimePresets::durationSeconds("m"); }),
+              "Invalid duration format 'm'. Use e.g. 2h, 30m, 1d, 1w");
+}
+
 TEST_F(TimePresetsTest, OneDayIsAlways86400SecondsEvenAcrossDaylightSaving) {
     const double now = kBerlinMarch30Midnight + 3600;
     const TimeRange range = TimePresets::recent("1d", now);

@@ -42,6 +42,13 @@ public:
             if (recent->preset && *recent->preset != "range") return *recent->preset;
             return "range " + recent->rangeFrom.value_or("-") + " " + recent->rangeTo.value_or("-");
         }
+        if (const auto* summary = std::get_if<Command::Summary>(&command.value)) {
+            std::string text = "summary";
+            if (summary->preset && *summary->preset != "range") text += " " + *summary->preset;
+            if (summary->rangeFrom) text += " " + *summary->rangeFrom + " " + summary->rangeTo.value_or("-");
+            if (summary->maxChars) text += " max " + std::to_string(*summary->maxChars);
+            return text;
+        }
         return "other";
     }
 

@@ -58,7 +58,8 @@ TEST_F(MethodTableTest, ResourcesAreDocumentsOfOurs) {
         "mimeType":"application/json","description":"The recorder's health: database facts, pipeline metrics, a diagnosis, the bridge and log tails; the document of varnholt-query status --json."})"));
     const JSON old = call("resources/templates/list", "{}", ProtocolRevision::r2024_11_05)["resourceTemplates"];
     EXPECT_FALSE(old[0].contains("title"));
-    EXPECT_EQ(old[0]["uriTemplate"], "varnholt://timeline/day/{date}");
+    EXPECT_EQ(old.size(), 3u);
+    EXPECT_EQ(old[0]["uriTemplate"], "varnholt://summary/day/{date}");
     EXPECT_EQ(call("resources/read", R"({"uri":"varnholt://timeline/day/2026-03-31"})"),
               JSON::parse(R"({"contents":[{"uri":"varnholt://timeline/day/2026-03-31","mimeType":"application/json",
                   "text":"{\n  \"command\" : \"range 2026-03-31 2026-03-31\"\n}\n"}]})"));

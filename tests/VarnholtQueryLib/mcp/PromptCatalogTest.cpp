@@ -30,6 +30,31 @@ TEST(PromptCatalogTest, WhatWasIDoingShowsTheHourAroundTheTime) {
               "{\n  \"command\" : \"range 2026-04-01T08:40:00Z 2026-04-01T09:40:00Z\"\n}\n");
 }
 
+TEST(PromptCatalogTest, AStandUpEmbedsYesterdaysAndTodaysSummaries) {
+    const FakeDocumentSource documents;
+    const JSON messages = messagesOf("stand-up", {}, documents);
+    ASSERT_EQ(messages.size(), 3u);
+    EXPECT_NE(messages[0]["content"]["text"].get<std::string>().find("yesterday (2026-03-31)"), std::string::npos);
+    EXPECT_EQ(messages[1]["content"], JSON::parse(R"({"type":"resource","resource":{"uri":"varnholt://summary/day/2026-03-31",
+        "mimeType":"application/json","text":"{\n  \"command\" : \"summary 2026-03-31 2026-03-31 max 24000\"\n}\n"}})"));
+    EXPECT_EQ(messages[2]["content"]["resource"]["uri"], "varnholt://summary/today");
+    EXPECT_EQ(messages[2]["content"]["resource"]["text"], "{\n  \"command\" : \"summary today max 24000\"\n}\n");
+}
+
+TEST(PromptCatalogTest, ATimesheetCoversSevenDaysFromItsStart) {
+    const FakeDocumentSource documents;
+    const JSON given = messagesOf("timesheet", {{"week_start", "2026-03-23"}}, documents);
+    ASSERT_EQ(given.size(), 2u);
+    EXPECT_NE(given[0]["content"]["text"].get<std::string>().find("from 2026-03-23 to 2026-03-29"), std::string::npos);
+    EXPECT_EQ(given[1]["content"]["resource"]["uri"], "varnholt://summary/week/2026-03-23");
+    EXPECT_EQ(given[1]["content"]["resource"]["text"], "{\n  \"command\" : \"summary 2026-03-23 2026-03-29 max 24000\"\n}\n");
+    // Without a start, this week's first day.
+    EXPECT_EQ(messagesOf("timesheet", {}, documents)[1]["content"]["resource"]["uri"], "varnholt://summary/week/2026-03-30");
+    EXPECT_EQ(messagesOf("timesheet", {{"week_start", "30.03.2026"}}, documents),
+              "week_start must be a local date of the form yyyy-MM-dd");
+    EXPECT_TRUE(findPrompt("timesheet")->arguments.at(0).completesWithActiveDays);
+}
+
 TEST(PromptCatalogTest, ATimeThatCannotBeReadIsTheClientsMistake) {
     const FakeDocumentSource documents;
     for (const char* time : {"noon", "2026-04-01 11:10", ""}) {

@@ -23,6 +23,14 @@ std::string commandFor(const std::string& uri) {
 TEST(ResourceCatalogTest, EachResourceIsACommand) {
     EXPECT_EQ(commandFor("varnholt://status"), "status");
     EXPECT_EQ(commandFor("varnholt://timeline/day/2026-03-31"), "range 2026-03-31 2026-03-31");
+    EXPECT_EQ(commandFor("varnholt://summary/today"), "summary today max 24000");
+    EXPECT_EQ(commandFor("varnholt://summary/day/2026-03-31"), "summary 2026-03-31 2026-03-31 max 24000");
+}
+
+TEST(ResourceCatalogTest, AWeekIsTheSevenDaysFromItsDate) {
+    EXPECT_EQ(commandFor("varnholt://summary/week/2026-03-30"), "summary 2026-03-30 2026-04-05 max 24000");
+    EXPECT_EQ(commandFor("varnholt://summary/week/2026-12-28"), "summary 2026-12-28 2027-01-03 max 24000");
+    EXPECT_EQ(commandFor("varnholt://summary/week/2026-13-01").rfind("malformed", 0), 0u);
 }
 
 TEST(ResourceCatalogTest, EveryListedURIResolves) {

@@ -22,10 +22,11 @@ std::string argumentsOf(const std::string& tool) {
 
 }  // namespace
 
-TEST(ToolCatalogTest, FiveToolsInOrder) {
+TEST(ToolCatalogTest, SixToolsInOrder) {
     std::vector<std::string> names;
     for (const ToolDefinition& tool : toolCatalog()) names.push_back(tool.name);
-    EXPECT_EQ(names, (std::vector<std::string>{"timeline", "search", "entities", "status", "support_context"}));
+    EXPECT_EQ(names,
+              (std::vector<std::string>{"timeline", "search", "entities", "summary", "status", "support_context"}));
     EXPECT_EQ(findTool("search")->name, "search");
     EXPECT_EQ(findTool("today"), nullptr);
     EXPECT_EQ(findTool("support-context"), nullptr);
@@ -39,6 +40,9 @@ TEST(ToolCatalogTest, InputSchemasDeclareEveryArgument) {
               "app:string collapse:boolean compact:boolean from:string images:boolean keyword:string "
               "latest:boolean limit:integer since:string to:string required:[\"keyword\"]");
     EXPECT_EQ(argumentsOf("entities"), "kind:string limit:integer since:string required:[]");
+    EXPECT_EQ(argumentsOf("summary"),
+              "from:string idle:string kind:string limit:integer max_chars:integer preset:string since:string "
+              "to:string required:[]");
     EXPECT_EQ(argumentsOf("status"), "required:[]");
     EXPECT_EQ(argumentsOf("support_context"), "required:[]");
 }
@@ -62,6 +66,26 @@ TEST(ToolCatalogTest, InputSchemasAreClosedObjectsWithTheCommandsLimits) {
     const JSON& entities = findTool("entities")->inputSchema["properties"];
     EXPECT_EQ(entities["limit"]["maximum"], 500);
     EXPECT_EQ(entities["limit"]["default"], 100);
+    const JSON& summary = findTool("summary")->inputSchema["properties"];
+    EXPECT_EQ(summary["preset"], timeline["preset"]);
+    EXPECT_EQ(summary["since"], timeline["since"]);
+    EXPECT_EQ(summary["from"], timeline["from"]);
+    EXPECT_EQ(summary["to"], timeline["to"]);
+    EXPECT_EQ(summary["idle"]["default"], "5m");
+    EXPECT_EQ(summary["limit"]["minimum"], 1);
+    EXPECT_EQ(summary["limit"]["maximum"], 100);
+    EXPECT_EQ(summary["limit"]["default"], 10);
+    EXPECT_EQ(summary["max_chars"]["minimum"], 1);
+    EXPECT_EQ(summary["max_chars"]["default"], 24000);
+}
+
+// An agent that reads only the timeline's description must learn that it
+// cannot see a whole busy day, and where to look instead.
+TEST(ToolCatalogTest, TheTimelineSendsWholeDaysAndWeeksToSummary) {
+    const std::string& timeline = findTool("timeline")->description;
+    EXPECT_NE(timeline.find("newest 5,000 observations"), std::string::npos) << timeline;
+    EXPECT_NE(timeline.find("use summary"), std::string::npos) << timeline;
+    EXPECT_NE(findTool("summary")->description.find("max_chars"), std::string::npos);
 }
 
 TEST(ToolCatalogTest, EachToolSaysWhatItAnswersInOneSentence) {
@@ -89,7 +113,7 @@ TEST(ToolCatalogTest, ListingFollowsTheRevision) {
     EXPECT_EQ(keysOfFirst(ProtocolRevision::r2025_11_25),
               "annotations description inputSchema name outputSchema title ");
     const JSON tools = listTools(ProtocolRevision::r2025_11_25);
-    ASSERT_EQ(tools.size(), 5u);
+    ASSERT_EQ(tools.size(), 6u);
     for (const JSON& tool : tools) {
         EXPECT_EQ(tool["annotations"]["readOnlyHint"], true);
         EXPECT_EQ(tool["annotations"]["openWorldHint"], false);

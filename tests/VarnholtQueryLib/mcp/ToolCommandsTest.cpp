@@ -66,6 +66,12 @@ TEST_F(ToolCommandsTest, EachCallIsTheCommandOfItsCommandLine) {
         {"search", R"({"keyword":"kw","limit":-5})", {"search", "kw", "--limit", "-5"}},
         {"entities", "{}", {"entities"}},
         {"entities", R"({"since":"2h","kind":"app","limit":9999})", {"entities", "--since", "2h", "--kind", "app", "--limit", "9999"}},
+        {"summary", "{}", {"summary", "--max-chars", "24000"}},
+        {"summary", R"({"preset":"this-week","idle":"10m","kind":"app","limit":3,"max_chars":5000})",
+         {"summary", "this-week", "--idle", "10m", "--kind", "app", "--limit", "3", "--max-chars", "5000"}},
+        {"summary", R"({"since":"3d"})", {"summary", "--since", "3d", "--max-chars", "24000"}},
+        {"summary", R"({"from":"2026-03-30","to":"2026-03-31","max_chars":null})",
+         {"summary", "--from", "2026-03-30", "--to", "2026-03-31", "--max-chars", "24000"}},
         {"status", "{}", {"status", "--json"}},
         {"support_context", "{}", {"support-context"}},
     };
@@ -95,6 +101,19 @@ TEST_F(ToolCommandsTest, RefusalsUseTheCommandLinesWords) {
     EXPECT_EQ(toolFailure("timeline", R"({"from":"2026-04-01"})"),
               commandLineFailure({"range", "--from", "2026-04-01"}));
     EXPECT_EQ(toolFailure("timeline", R"({"to":"2026-04-01"})"), commandLineFailure({"range", "--to", "2026-04-01"}));
+}
+
+TEST_F(ToolCommandsTest, ASummaryRefusesWhatTheCommandLineRefusesInItsWords) {
+    EXPECT_EQ(toolFailure("summary", R"({"preset":"today","since":"2h"})"),
+              commandLineFailure({"summary", "today", "--since", "2h"}));
+    EXPECT_EQ(toolFailure("summary", R"({"from":"2026-04-01"})"), commandLineFailure({"summary", "--from", "2026-04-01"}));
+    EXPECT_EQ(toolFailure("summary", R"({"preset":"range"})"), commandLineFailure({"summary", "range"}));
+    EXPECT_EQ(toolFailure("summary", R"({"idle":"2h"})"), commandLineFailure({"summary", "--idle", "2h"}));
+    EXPECT_EQ(toolFailure("summary", R"({"idle":"x"})"), commandLineFailure({"summary", "--idle", "x"}));
+    EXPECT_EQ(toolFailure("summary", R"({"limit":101})"), commandLineFailure({"summary", "--limit", "101"}));
+    EXPECT_EQ(toolFailure("summary", R"({"max_chars":0})"), commandLineFailure({"summary", "--max-chars", "0"}));
+    EXPECT_EQ(toolFailure("summary", R"({"limit":101})"),
+              "INVALID_TIME_RANGE: --limit must be a whole number from 1 to 100, not '101'.");
 }
 
 TEST_F(ToolCommandsTest, ATimelineAskedTwoWaysIsRefused) {

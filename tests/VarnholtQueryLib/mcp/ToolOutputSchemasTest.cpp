@@ -7,6 +7,7 @@
 #include "platform/LocalCalendar.h"
 #include "search/SearchResponse.h"
 #include "status/StatusResponse.h"
+#include "summary/SummaryResponse.h"
 #include "support_context/SupportContextResponse.h"
 #include "timeline/RecentResponse.h"
 
@@ -116,6 +117,32 @@ TEST_F(ToolOutputSchemasTest, EntitiesDocumentsConform) {
     EXPECT_EQ(violations(makeEntitiesResponse(entities, params, calendar_, kNow), entitiesOutputSchema()), "");
 }
 
+TEST_F(ToolOutputSchemasTest, SummaryDocumentsConform) {
+    SummaryFindings findings;
+    ActivityAccount& account = findings.account;
+    account.activeSeconds = 600.5;
+    account.observationCount = 3;
+    account.firstActivity = kNow - 900;
+    account.lastActivity = kNow - 300;
+    ActivitySession session{kNow - 900, kNow, 600.5, 3, {{"Xcode", 600, 3}}, {{kNow - 900, 0, "Editing"}}};
+    account.sessions = {session, session};
+    account.applications = {{"Xcode", 600, 3}, {"Safari", 0.5, 1}};
+    account.entities = {{"app", "Xcode", 600, 3, kNow - 900, kNow - 300}};
+    account.days = {{"2026-04-01", 600.5, 3, kNow - 900, kNow - 300, 1, {{"Xcode", 600, 3}}}};
+    findings.coverage = {{5, 3, 1, 1}, {{kNow - 7200, kNow - 900}}, std::nullopt};
+    const TimeRange range{kNow - 86400, kNow, "recent"};
+    const JSON full = makeSummaryResponse(findings, {range, 300, std::nullopt, 10, std::nullopt}, calendar_, kNow);
+    EXPECT_EQ(violations(full, summaryOutputSchema()), "");
+    const JSON budgeted = makeSummaryResponse(findings, {range, 90, "app", 5, 1500}, calendar_, kNow);
+    ASSERT_EQ(budgeted["meta"]["truncated"], true);
+    EXPECT_EQ(violations(budgeted, summaryOutputSchema()), "");
+    SummaryFindings empty;
+    empty.coverage.verdict = "No frames were captured in this range: the recorder was not capturing the screen.";
+    EXPECT_EQ(violations(makeSummaryResponse(empty, {range, 300, std::nullopt, 10, std::nullopt}, calendar_, kNow),
+                         summaryOutputSchema()),
+              "");
+}
+
 TEST_F(ToolOutputSchemasTest, StatusAndSupportContextDocumentsConform) {
     const SupportContextSnapshot context{kNow, 7200, {{kNow - 10, "Writing", {"Pages"}}}};
     for (const bool withMetrics : {false, true}) {
@@ -132,7 +159,7 @@ TEST_F(ToolOutputSchemasTest, StatusAndSupportContextDocumentsConform) {
 TEST_F(ToolOutputSchemasTest, ErrorEnvelopesConformToEverySchema) {
     const JSON failure = makeErrorEnvelope("DB_NOT_FOUND", "Database not found at /x", kNow);
     for (const JSON& schema : {timelineOutputSchema(), searchOutputSchema(), entitiesOutputSchema(),
-                               statusOutputSchema(), supportContextOutputSchema()}) {
+                               summaryOutputSchema(), statusOutputSchema(), supportContextOutputSchema()}) {
         EXPECT_EQ(violations(failure, schema), "");
     }
     EXPECT_NE(violations(makeErrorEnvelope("NO_SUCH_CODE", "x", kNow), statusOutputSchema()), "");
@@ -141,8 +168,8 @@ TEST_F(ToolOutputSchemasTest, ErrorEnvelopesConformToEverySchema) {
 TEST_F(ToolOutputSchemasTest, ADocumentConformsOnlyToItsOwnToolsSchema) {
     const JSON entities = makeEntitiesResponse({}, EntityQueryParams{}, calendar_, kNow);
     EXPECT_EQ(violations(entities, entitiesOutputSchema()), "");
-    for (const JSON& schema : {timelineOutputSchema(), searchOutputSchema(), statusOutputSchema(),
-                               supportContextOutputSchema()}) {
+    for (const JSON& schema : {timelineOutputSchema(), searchOutputSchema(), summaryOutputSchema(),
+                               statusOutputSchema(), supportContextOutputSchema()}) {
         EXPECT_NE(violations(entities, schema), "");
     }
     JSON grown = entities;

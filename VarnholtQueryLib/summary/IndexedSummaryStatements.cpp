@@ -1,0 +1,57 @@
+#include "summary/IndexedSummaryStatements.h"
+
+#include "EffectiveTimeWindow.h"
+#include "IndexedTimelineStatement.h"
+#include "ObservationEntitiesJSON.h"
+
+namespace VarnholtQueryLib {
+
+using namespace VarnholtSQLiteSupport;
+
+namespace {
+
+using RecentWorkTimelineSQLite::kNoSeparateRecording;
+using RecentWorkTimelineSQLite::kUsableDescription;
+
+// Each part in time order: the order its index walks it in, so nothing is
+// sorted and nothing is held.
+std::string inTimeOrder(const std::string& part) { return part + "\n    ORDER BY t"; }
+
+}  // namespace
+
+std::vector<std::string> indexedActivityStatements() {
+    WindowSelect eligible;
+    eligible.columns = std::string("{time} AS t, o.rowid AS rid, o.id, o.apps,\n           ") +
+                       kObservationEntitiesJSON + " AS entities_json";
+    eligible.bounds = {true, true};
+    // A summary's window holds days or weeks of frames.
+    eligible.framedCandidates = FramedCandidates::frameAtOwnTime;
+
+    WindowSelect framed = eligible;
+    framed.conditions = std::string(kUsableDescription) + "\n      AND " + kNoSeparateRecording;
+    WindowSelect selfDated = eligible;
+    selfDated.conditions = kUsableDescription;
+    return {inTimeOrder(frameDatedRows(framed)),
+            inTimeOrder(selfDatedRows(selfDated, "o.recording_id IS NULL")),
+            inTimeOrder(selfDatedRows(selfDated, "o.recording_id = ''"))};
+}
+
+bool servesIndexedActivity(const IndexCatalogue& catalogue) {
+    return servesEffectiveTimeWindows(catalogue) &&
+           catalogue.hasIndexOn("observation_entities", {"observation_id"});
+}
+
+// Numbers only: a text or BLOB time sorts above every number bound, so
+// the closed window leaves it out, as the literal statement does.
+const char* const kIndexedFrameCountsStatement =
+    "SELECT (SELECT count(*) FROM frames WHERE timestamp >= :from AND timestamp <= :to),\n"
+    "       (SELECT count(*) FROM frames WHERE analyzed = 1 AND timestamp >= :from AND timestamp <= :to),\n"
+    "       (SELECT count(*) FROM frames WHERE analyzed = 0 AND timestamp >= :from AND timestamp <= :to),\n"
+    "       (SELECT count(*) FROM frames WHERE analyzed = 2 AND timestamp >= :from AND timestamp <= :to)";
+
+bool servesIndexedFrameCounts(const IndexCatalogue& catalogue) {
+    return catalogue.hasIndexOn("frames", {"timestamp"}) &&
+           catalogue.hasIndexOn("frames", {"analyzed", "timestamp"});
+}
+
+}  // namespace VarnholtQueryLib

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+#include "summary/ActivityRecords.h"
+
+namespace VarnholtQueryLib {
+
+// Where the rows of a scan go, one at a time, so that a range of any length
+// is counted without being held.
+class ActivityRowSink {
+public:
+    virtual ~ActivityRowSink() = default;
+    // Forgets every row added so far: the scan starts again.
+    virtual void restart() = 0;
+    // REQUIRES: `row.time` is not earlier than the time of the row before.
+    virtual void add(ActivityRow row) = 0;
+
+protected:
+    ActivityRowSink() = default;
+    ActivityRowSink(const ActivityRowSink&) = delete;
+    ActivityRowSink& operator=(const ActivityRowSink&) = delete;
+};
+
+// The descriptions the summary did not read with the rows, one by one.
+class DescriptionSource {
+public:
+    virtual ~DescriptionSource() = default;
+    // The description of the row stored as `sequence` (ActivityRow::sequence);
+    // empty when there is none. Throws the database layer's error.
+    virtual std::string descriptionOf(std::int64_t sequence) = 0;
+
+protected:
+    DescriptionSource() = default;
+    DescriptionSource(const DescriptionSource&) = delete;
+    DescriptionSource& operator=(const DescriptionSource&) = delete;
+};
+
+// Where the summary reads the recorder's database. The SQLite adapter is the
+// one implementation; tests use fakes. Every operation throws the database
+// layer's error (locked, query failed) unchanged.
+class SummaryQueryPort : public DescriptionSource {
+public:
+    // The observations the timeline would consider in [from, to] (both
+    // inclusive): a usable description, no separate recording, an effective
+    // time in the range; all of them, however many. They reach `sink` in
+    // non-decreasing effective time; rows of equal time in any order. The
+    // sink is restarted before the first row, and again if the scan has to
+    // start over.
+    virtual void scanActivity(double from, double to, ActivityRowSink& sink) = 0;
+
+    // The frames whose time lies in [from, to], by analysis state.
+    virtual FrameCounts countFrames(double from, double to) = 0;
+
+    // The time of every frame in [from, to], in non-decreasing order.
+    virtual void scanFrameTimes(double from, double to, const std::function<void(double)>& visit) = 0;
+};
+
+}  // namespace VarnholtQueryLib

@@ -1,0 +1,171 @@
+#include "summary/SummaryResponse.h"
+
+#include "platform/LocalCalendar.h"
+#include "summary/SummaryBudget.h"
+
+namespace VarnholtQueryLib {
+
+namespace {
+
+JSON optionalInstant(const std::optional<double>& instant) {
+    return instant ? JSON(formatUTCInternetDateTime(*instant)) : JSON(nullptr);
+}
+
+JSON applicationTimes(const std::vector<ApplicationTime>& applications, bool withCount) {
+    JSON list = JSON::array();
+    for (const ApplicationTime& application : applications) {
+        JSON entry = {{"name", application.name}, {"visible_seconds", wholeSeconds(application.seconds)}};
+        if (withCount) entry["observation_count"] = application.observationCount;
+        list.push_back(std::move(entry));
+    }
+    return list;
+}
+
+JSON sessionObject(const ActivitySession& session) {
+    JSON highlights = JSON::array();
+    for (const Highlight& highlight : session.highlights) highlights.push_back(highlight.description);
+    return {
+        {"start_iso", formatUTCInternetDateTime(session.start)},
+        {"end_iso", formatUTCInternetDateTime(session.end)},
+        {"active_seconds", wholeSeconds(session.activeSeconds)},
+        {"observation_count", session.observationCount},
+        {"applications", applicationTimes(session.applications, false)},
+        {"highlights", std::move(highlights)},
+    };
+}
+
+JSON entityObject(const EntityTime& entity) {
+    return {
+        {"kind", entity.kind},
+        {"value", entity.value},
+        {"seconds", wholeSeconds(entity.seconds)},
+        {"count", entity.count},
+        {"first_seen_iso", formatUTCInternetDateTime(entity.firstSeen)},
+        {"last_seen_iso", formatUTCInternetDateTime(entity.lastSeen)},
+    };
+}
+
+JSON dayObject(const ActivityDay& day) {
+    return {
+        {"date", day.date},
+        {"active_seconds", wholeSeconds(day.activeSeconds)},
+        {"observation_count", day.observationCount},
+        {"first_activity_iso", formatUTCInternetDateTime(day.firstActivity)},
+        {"last_activity_iso", formatUTCInternetDateTime(day.lastActivity)},
+        {"session_count", day.sessionCount},
+        {"applications", applicationTimes(day.applications, false)},
+    };
+}
+
+JSON coverageObject(const FrameCoverage& coverage, const std::vector<FrameGap>& gaps,
+                    std::int64_t observationCount) {
+    JSON gapList = JSON::array();
+    for (const FrameGap& gap : gaps) {
+        gapList.push_back({{"from_iso", formatUTCInternetDateTime(gap.from)},
+                           {"to_iso", formatUTCInternetDateTime(gap.to)}});
+    }
+    return {
+        {"frames", coverage.counts.frames},
+        {"analyzed_frames", coverage.counts.analyzedFrames},
+        {"pending_frames", coverage.counts.pendingFrames},
+        {"failed_frames", coverage.counts.failedFrames},
+        {"observations", observationCount},
+        {"gaps", std::move(gapList)},
+        {"verdict", coverage.verdict ? JSON(*coverage.verdict) : JSON(nullptr)},
+    };
+}
+
+JSON omittedObject(const OmittedDetail& omitted) {
+    return {
+        {"highlights", omitted.highlights},
+        {"session_applications", omitted.sessionApplications},
+        {"day_applications", omitted.dayApplications},
+        {"gaps", omitted.gaps},
+        {"entities", omitted.entities},
+        {"applications", omitted.applications},
+        {"sessions", omitted.sessions},
+        {"days", omitted.days},
+    };
+}
+
+template <typename Entry, typename Render>
+JSON listOf(const std::vector<Entry>& entries, Render render) {
+    JSON list = JSON::array();
+    for (const Entry& entry : entries) list.push_back(render(entry));
+    return list;
+}
+
+}  // namespace
+
+JSON summaryDocument(const SummaryFindings& findings, const SummaryDetail& detail,
+                     const OmittedDetail& omitted, const SummaryEcho& echo,
+                     const LocalCalendar& calendar, double now) {
+    const ActivityAccount& account = findings.account;
+    JSON data = {
+        {"active_seconds", wholeSeconds(account.activeSeconds)},
+        {"observation_count", account.observationCount},
+        {"session_count", static_cast<std::int64_t>(account.sessions.size())},
+        {"first_activity_iso", optionalInstant(account.firstActivity)},
+        {"last_activity_iso", optionalInstant(account.lastActivity)},
+        {"sessions", listOf(detail.sessions, sessionObject)},
+        {"applications", applicationTimes(detail.applications, true)},
+        {"entities", listOf(detail.entities, entityObject)},
+        {"days", listOf(detail.days, dayObject)},
+        {"coverage", coverageObject(findings.coverage, detail.gaps, account.observationCount)},
+    };
+    JSON meta = {
+        {"query",
+         {{"preset", echo.range.preset},
+          {"from", formatUTCInternetDateTime(echo.range.from)},
+          {"to", formatUTCInternetDateTime(echo.range.to)},
+          {"idle_seconds", echo.idleSeconds},
+          {"kind", echo.kind ? JSON(*echo.kind) : JSON(nullptr)},
+          {"limit", echo.limit},
+          {"max_chars", echo.maxChars ? JSON(*echo.maxChars) : JSON(nullptr)}}},
+        {"truncated", omitted.any()},
+        {"omitted", omittedObject(omitted)},
+        {"timezone", calendar.timeZoneIdentifier()},
+        {"current_date", calendar.localDate(now)},
+        {"current_datetime", calendar.localInternetDateTime(now)},
+    };
+    return {
+        {"ok", true},
+        {"api_version", 2},
+        {"data", std::move(data)},
+        {"error", nullptr},
+        {"meta", std::move(meta)},
+    };
+}
+
+JSON makeSummaryResponse(const SummaryFindings& findings, const SummaryEcho& echo,
+                         const LocalCalendar& calendar, double now) {
+    const SummaryDetail detail =
+        SummaryDetail::of(findings.account, findings.coverage.gaps, echo.limit);
+    const auto fitted = [&](const SummaryEcho& asked) {
+        const auto render = [&](const SummaryDetail& trimmed, const OmittedDetail& omitted) {
+            return summaryDocument(findings, trimmed, omitted, asked, calendar, now);
+        };
+        if (!asked.maxChars) return render(detail, {});
+        return fitToBudget(detail, *asked.maxChars, render);
+    };
+    try {
+        return fitted(echo);
+    } catch (const SummaryBudgetTooSmall& tooSmall) {
+        // The answer echoes its budget, so the minimum is the budget whose
+        // own digits fit too: one that needs more digits than the budget
+        // asked for needs more room.
+        SummaryEcho probe = echo;
+        probe.maxChars = tooSmall.minimum();
+        for (;;) {
+            try {
+                fitted(probe);
+                break;
+            } catch (const SummaryBudgetTooSmall& larger) {
+                probe.maxChars = larger.minimum();
+            }
+        }
+        throw SummaryBudgetTooSmall(tooSmall.budget(), *probe.maxChars);
+    }
+}
+
+}  // namespace VarnholtQueryLib

@@ -1,0 +1,110 @@
+#include "summary/SummaryUseCase.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/LocalCalendar.h"
+#include "summary/FrameCoverageRules.h"
+
+namespace VarnholtQueryLib {
+namespace {
+
+constexpr double kT = 1775037600.0;
+
+// Canned rows and frames; records what it was asked.
+class FakeSummaryPort final : public SummaryQueryPort {
+public:
+    void scanActivity(double from, double to, ActivityRowSink& sink) override {
+        scans.emplace_back(from, to);
+        sink.restart();
+        for (const ActivityRow& row : rows) sink.add(row);
+    }
+    FrameCounts countFrames(double from, double to) override {
+        counted.emplace_back(from, to);
+        return counts;
+    }
+    void scanFrameTimes(double from, double to, const std::function<void(double)>& visit) override {
+        timed.emplace_back(from, to);
+        for (double time : frameTimes) visit(time);
+    }
+    std::string descriptionOf(std::int64_t sequence) override { return "row " + std::to_string(sequence); }
+
+    std::vector<ActivityRow> rows;
+    FrameCounts counts;
+    std::vector<double> frameTimes;
+    std::vector<std::pair<double, double>> scans;
+    std::vector<std::pair<double, double>> counted;
+    std::vector<std::pair<double, double>> timed;
+};
+
+ActivityRow row(double time, const std::string& id, std::vector<EntityPair> entities = {}) {
+    ActivityRow activity;
+    activity.time = time;
+    activity.id = id;
+    activity.entities = std::move(entities);
+    return activity;
+}
+
+class SummaryUseCaseTest : public ::testing::Test {
+protected:
+    SummaryFindings run(const SummaryQuery& query, double now) {
+        SummaryUseCase useCase(port, calendar);
+        return useCase.execute(query, now);
+    }
+
+    FakeSummaryPort port;
+    LocalCalendar calendar{"UTC", "en_US"};
+};
+
+TEST_F(SummaryUseCaseTest, ARangeThatReachesPastNowIsCountedAndLookedAtUntilNow) {
+    port.rows = {row(kT + 100, "a")};
+    port.frameTimes = {kT + 100};
+    port.counts = {1, 1, 0, 0};
+    const SummaryFindings findings = run({kT, kT + 86400, 300, std::nullopt}, kT + 160);
+    EXPECT_EQ(port.scans, (std::vector<std::pair<double, double>>{{kT, kT + 86400}}));
+    EXPECT_EQ(port.counted, (std::vector<std::pair<double, double>>{{kT, kT + 86400}}));
+    EXPECT_EQ(port.timed, (std::vector<std::pair<double, double>>{{kT, kT + 160}}));
+    EXPECT_EQ(findings.account.activeSeconds, 60);
+    EXPECT_EQ(findings.account.sessions[0].highlights, (std::vector<Highlight>{{kT, 0, "row 0"}}));
+    EXPECT_TRUE(findings.coverage.gaps.empty());
+    EXPECT_EQ(findings.coverage.counts, (FrameCounts{1, 1, 0, 0}));
+    EXPECT_EQ(findings.coverage.verdict, std::nullopt);
+}
+
+TEST_F(SummaryUseCaseTest, ARangeInThePastIsCountedUntilItsEnd) {
+    port.rows = {row(kT + 3500, "a")};
+    port.frameTimes = {kT + 3500};
+    const SummaryFindings findings = run({kT, kT + 3600, 300, std::nullopt}, kT + 86400);
+    EXPECT_EQ(findings.account.activeSeconds, 100);
+    EXPECT_EQ(port.timed, (std::vector<std::pair<double, double>>{{kT, kT + 3600}}));
+    EXPECT_EQ(findings.coverage.gaps, (std::vector<FrameGap>{{kT, kT + 3500}}));
+}
+
+TEST_F(SummaryUseCaseTest, ARangeInTheFutureHasNoGapsToLookFor) {
+    const SummaryFindings findings = run({kT + 1000, kT + 9000, 300, std::nullopt}, kT);
+    EXPECT_TRUE(port.timed.empty());
+    EXPECT_TRUE(findings.coverage.gaps.empty());
+    EXPECT_EQ(findings.coverage.verdict, kNoFramesVerdict);
+}
+
+TEST_F(SummaryUseCaseTest, WithoutRowsTheFramesGiveTheVerdict) {
+    port.counts = {3, 0, 3, 0};
+    port.frameTimes = {kT + 10, kT + 20, kT + 30};
+    const SummaryFindings findings = run({kT, kT + 60, 300, std::nullopt}, kT + 60);
+    EXPECT_EQ(findings.account.observationCount, 0);
+    EXPECT_EQ(findings.coverage.verdict, kAnalysisBehindVerdict);
+}
+
+TEST_F(SummaryUseCaseTest, TheIdleGapAndTheKindShapeTheAccount) {
+    port.rows = {row(kT, "a", {{"app", "Xcode"}, {"language", "Swift"}}), row(kT + 100, "b")};
+    const SummaryFindings findings = run({kT, kT + 1000, 60, "language"}, kT + 1000);
+    EXPECT_EQ(findings.account.sessions.size(), 2u);
+    EXPECT_EQ(findings.account.activeSeconds, 120);
+    EXPECT_EQ(findings.account.entities, (std::vector<EntityTime>{{"language", "Swift", 60, 1, kT, kT}}));
+}
+
+}  // namespace
+}  // namespace VarnholtQueryLib

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace RecentWorkTimelineCore {
+
+// An entity as an observation lists it: kind and value, compared exactly
+// (case-sensitive).
+using EntityKey = std::pair<std::string, std::string>;
+
+// The (kind, value) pairs of one observation's entity text (a JSON array of
+// {"kind", "value"} objects, as the database builds it), in order, repeats
+// kept. Tolerant: absent or unreadable text gives nothing, and an element
+// without a text "kind" and a text "value" is skipped on its own; text that
+// is not an array of objects gives nothing.
+std::vector<EntityKey> parseEntities(const std::optional<std::string>& text);
+
+}  // namespace RecentWorkTimelineCore
