@@ -71,9 +71,21 @@ TimedRun runTimed(const std::string& program, const std::vector<std::string>& ar
     const auto milliseconds = [](const timeval& time) { return time.tv_sec * 1000.0 + time.tv_usec / 1000.0; };
     run.cpuMilliseconds = milliseconds(usage.ru_utime) + milliseconds(usage.ru_stime);
     run.peakResidentKilobytes = usage.ru_maxrss;
+    run.bytesRead = static_cast<long long>(usage.ru_inblock) * 512;
     if (WIFEXITED(status)) run.exitStatus = WEXITSTATUS(status);
     if (WIFSIGNALED(status)) run.exitStatus = 128 + WTERMSIG(status);
     return run;
+}
+
+void evictFromPageCache(const std::string& path) {
+    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (file < 0) {
+        if (errno == ENOENT) return;
+        throw std::runtime_error("Cannot open " + path);
+    }
+    const int result = posix_fadvise(file, 0, 0, POSIX_FADV_DONTNEED);
+    close(file);
+    if (result != 0) throw std::runtime_error("Cannot evict " + path + " from the page cache");
 }
 
 }  // namespace VarnholtBench

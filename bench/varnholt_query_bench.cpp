@@ -21,6 +21,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iostream>
 #include <optional>
 #include <sstream>
@@ -48,12 +49,15 @@ constexpr int kStartUpRuns = 101;
 
 constexpr const char* kUsage =
     "Usage: varnholt-query-bench [--days N] [--runs N] [--literal-runs N] [--seed S] [--cache DIR]\n"
-    "                            [--filter TEXT] [--skip TEXT] [--binary PATH]\n"
+    "                            [--filter TEXT] [--skip TEXT] [--binary PATH] [--cold [--baseline OTHER]]\n"
     "Times varnholt-query commands against N days (default 365) of generated activity,\n"
     "RUNS times each (default 15) after one untimed warm-up run, and the literal statements\n"
     "(varnholt-query-literal) LITERAL-RUNS times each (default 3; 0 skips them). The database\n"
     "is generated once into DIR (default: the build tree) and reused. PATH times another build\n"
-    "of the tool (default: this build's).\n";
+    "of the tool (default: this build's).\n"
+    "--cold drops the database's pages from the operating system's cache before every run and\n"
+    "reports how much each command read from disk, instead of the literal statements; OTHER, a\n"
+    "second build, then runs in turn with PATH, run for run, for a comparison from one run.\n";
 
 struct Settings {
     int days = 365;
@@ -64,6 +68,8 @@ struct Settings {
     std::string filter;
     std::string skip;
     std::string binary = VARNHOLT_QUERY_BINARY;
+    bool cold = false;
+    std::string baseline;  // with --cold: another build timed beside `binary`
 };
 
 struct BenchCase {
@@ -182,6 +188,10 @@ std::optional<Settings> parseSettings(int argc, char** argv) {
     Settings settings;
     for (int i = 1; i < argc; ++i) {
         const std::string word = argv[i];
+        if (word == "--cold") {
+            settings.cold = true;
+            continue;
+        }
         if (i + 1 >= argc) return std::nullopt;
         const std::string value = argv[++i];
         if (word == "--days") {
@@ -200,10 +210,13 @@ std::optional<Settings> parseSettings(int argc, char** argv) {
             settings.skip = value;
         } else if (word == "--binary") {
             settings.binary = value;
+        } else if (word == "--baseline") {
+            settings.baseline = value;
         } else {
             return std::nullopt;
         }
     }
+    if (!settings.baseline.empty() && !settings.cold) return std::nullopt;
     return settings;
 }
 
@@ -330,26 +343,47 @@ struct Measurement {
     double wallMilliseconds = 0;
     double cpuMilliseconds = 0;
     double peakResidentMegabytes = 0;  // the largest peak of all runs
+    double mebibytesRead = 0;          // read from disk, the median of the runs
     TimedRun last;
 };
 
+// Measurements of each of `programs`, run in turn, run for run, so that a
+// change in the machine's load falls on all of them alike; every run, the
+// untimed warm-up runs included, after `beforeEachRun`.
+std::vector<Measurement> measureInTurn(const std::vector<std::string>& programs,
+                                       const std::vector<std::string>& arguments,
+                                       const std::vector<std::string>& environment, int runs,
+                                       const std::function<void()>& beforeEachRun) {
+    struct Samples {
+        std::vector<double> wall, cpu, read;
+        long peak = 0;
+    };
+    std::vector<Measurement> measurements(programs.size());
+    std::vector<Samples> samples(programs.size());
+    for (int run = -1; run < runs; ++run) {
+        for (std::size_t i = 0; i < programs.size(); ++i) {
+            beforeEachRun();
+            measurements[i].last = runTimed(programs[i], arguments, environment);
+            if (run < 0) continue;  // the warm-up
+            const TimedRun& timed = measurements[i].last;
+            samples[i].wall.push_back(timed.milliseconds);
+            samples[i].cpu.push_back(timed.cpuMilliseconds);
+            samples[i].read.push_back(static_cast<double>(timed.bytesRead) / 1048576.0);
+            samples[i].peak = std::max(samples[i].peak, timed.peakResidentKilobytes);
+        }
+    }
+    for (std::size_t i = 0; i < programs.size(); ++i) {
+        measurements[i].wallMilliseconds = median(samples[i].wall);
+        measurements[i].cpuMilliseconds = median(samples[i].cpu);
+        measurements[i].mebibytesRead = median(samples[i].read);
+        measurements[i].peakResidentMegabytes = static_cast<double>(samples[i].peak) / 1024.0;
+    }
+    return measurements;
+}
+
 Measurement measure(const std::string& program, const std::vector<std::string>& arguments,
                     const std::vector<std::string>& environment, int runs) {
-    Measurement measurement;
-    measurement.last = runTimed(program, arguments, environment);
-    std::vector<double> wall;
-    std::vector<double> cpu;
-    long peak = 0;
-    for (int run = 0; run < runs; ++run) {
-        measurement.last = runTimed(program, arguments, environment);
-        wall.push_back(measurement.last.milliseconds);
-        cpu.push_back(measurement.last.cpuMilliseconds);
-        peak = std::max(peak, measurement.last.peakResidentKilobytes);
-    }
-    measurement.wallMilliseconds = median(wall);
-    measurement.cpuMilliseconds = median(cpu);
-    measurement.peakResidentMegabytes = static_cast<double>(peak) / 1024.0;
-    return measurement;
+    return measureInTurn({program}, arguments, environment, runs, [] {}).front();
 }
 
 // The table's cells for a measurement that may not exist.
@@ -358,6 +392,43 @@ std::string cell(const std::optional<Measurement>& measurement, double Measureme
     char text[32];
     std::snprintf(text, sizeof text, format, (*measurement).*field);
     return text;
+}
+
+// Whether two runs printed the same bytes and ended alike.
+const char* sameAnswer(const TimedRun& one, const TimedRun& other) {
+    return one.standardOutput == other.standardOutput && one.exitStatus == other.exitStatus ? "same" : "DIFFER";
+}
+
+// The cold table: every run after the database's pages left the cache, as
+// the first question after a reboot or after the recorder's own writes
+// pushed them out. The first run of each command is no warm-up then, only
+// one more cold run.
+void runCold(const Settings& settings, const std::vector<BenchCase>& cases, const std::string& database,
+             const std::vector<std::string>& environment) {
+    std::vector<std::string> programs = {settings.binary};
+    if (!settings.baseline.empty()) programs.push_back(settings.baseline);
+    const auto evict = [&] {
+        VarnholtBench::evictFromPageCache(database);
+        VarnholtBench::evictFromPageCache(database + "-wal");
+    };
+    std::printf("%-52s %9s %8s %9s %8s %13s %13s %8s  %s\n", "command", "cold ms", "cpu ms", "read MiB", "RSS MB",
+                "baseline ms", "baseline MiB", "answers", "outcome");
+    for (const BenchCase& bench : cases) {
+        const std::string label = bench.label.empty() ? joined(bench.arguments) : bench.label;
+        if (!settings.filter.empty() && label.find(settings.filter) == std::string::npos) continue;
+        if (!settings.skip.empty() && label.find(settings.skip) != std::string::npos) continue;
+        const std::vector<Measurement> measured =
+            measureInTurn(programs, bench.arguments, environment, settings.runs, evict);
+        const Measurement& cold = measured.front();
+        std::optional<Measurement> baseline;
+        if (measured.size() > 1) baseline = measured[1];
+        std::printf("%-52s %9.1f %8.1f %9.1f %8.1f %13s %13s %8s  %s\n", label.c_str(), cold.wallMilliseconds,
+                    cold.cpuMilliseconds, cold.mebibytesRead, cold.peakResidentMegabytes,
+                    cell(baseline, &Measurement::wallMilliseconds, "%.1f").c_str(),
+                    cell(baseline, &Measurement::mebibytesRead, "%.1f").c_str(),
+                    baseline ? sameAnswer(cold.last, baseline->last) : "-", outcome(cold.last).c_str());
+        std::fflush(stdout);
+    }
 }
 
 }  // namespace
@@ -378,12 +449,21 @@ int main(int argc, char** argv) {
                     countRows(database, "SELECT count(*) FROM observations"),
                     countRows(database, "SELECT count(*) FROM observation_entities"),
                     static_cast<double>(std::filesystem::file_size(database)) / 1e9, kFrozenClock);
+        const PasswordDatabase passwords(home);
+        const std::vector<std::string> environment = childEnvironment(passwords);
+        if (settings.cold) {
+            std::printf("Binary: %s\nBaseline: %s\nCold runs per command: %d (after one more)\n\n",
+                        settings.binary.c_str(), settings.baseline.empty() ? "-" : settings.baseline.c_str(),
+                        settings.runs);
+            const std::vector<BenchCase> cases = benchCases(database);
+            forgetOwnPeakResidentSize();
+            runCold(settings, cases, database, environment);
+            return 0;
+        }
         std::printf("Binary: %s\nReference: %s\nRuns per command: %d, literal statements %d (each after one untimed "
                     "warm-up run)\n\n",
                     settings.binary.c_str(), VARNHOLT_QUERY_LITERAL_BINARY, settings.runs, settings.literalRuns);
 
-        const PasswordDatabase passwords(home);
-        const std::vector<std::string> environment = childEnvironment(passwords);
         std::printf("%-52s %9s %11s %8s %8s %8s %11s %8s  %s\n", "command", "median ms", "literal ms", "ratio",
                     "cpu ms", "RSS MB", "literal RSS", "answers", "outcome");
         std::optional<double> startUp;
@@ -409,11 +489,7 @@ int main(int argc, char** argv) {
             }
             // Both binaries answer under the same frozen clock: their
             // outputs must be byte for byte the same.
-            const char* answers = !literal ? "-"
-                                  : literal->last.standardOutput == indexed.last.standardOutput &&
-                                            literal->last.exitStatus == indexed.last.exitStatus
-                                      ? "same"
-                                      : "DIFFER";
+            const char* answers = literal ? sameAnswer(literal->last, indexed.last) : "-";
             std::printf("%-52s %9.1f %11s %8s %8.1f %8.1f %11s %8s  %s\n", label.c_str(), indexed.wallMilliseconds,
                         cell(literal, &Measurement::wallMilliseconds, "%.1f").c_str(), ratio,
                         indexed.cpuMilliseconds, indexed.peakResidentMegabytes,

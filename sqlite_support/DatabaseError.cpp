@@ -12,6 +12,10 @@ DatabaseError DatabaseError::notFound(const std::string& path) {
     return DatabaseError(Case::notFound, "Database not found at " + path);
 }
 
+DatabaseError DatabaseError::notFound(const std::string& path, const std::string& reason) {
+    return DatabaseError(Case::notFound, "Database not found at " + path + ": " + reason);
+}
+
 DatabaseError DatabaseError::connectionFailed(std::string sqliteMessage) {
     return DatabaseError(Case::connectionFailed, std::move(sqliteMessage));
 }

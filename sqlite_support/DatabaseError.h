@@ -21,6 +21,9 @@ public:
     };
 
     static DatabaseError notFound(const std::string& path);
+    // Something at `path` that cannot be reached as a file, and why:
+    // "Database not found at <path>: <reason>".
+    static DatabaseError notFound(const std::string& path, const std::string& reason);
     static DatabaseError connectionFailed(std::string sqliteMessage);
     static DatabaseError schemaMismatch(std::int32_t current, std::int32_t expected);
     static DatabaseError queryFailed(std::string message);
@@ -38,6 +41,13 @@ public:
 
     static constexpr const char* kLockedMessage =
         "Database is locked by the recorder. Try again in a moment.";
+    // A recorder that crashed in the middle of a write in rollback-journal
+    // mode leaves a hot journal: the database cannot be read before a writer
+    // plays it back, and this tool never writes.
+    static constexpr const char* kInterruptedWriteMessage =
+        "The recorder's last write was interrupted: its rollback journal must be played back "
+        "before the database can be read, and this tool only reads. Starting the recorder "
+        "recovers the database; then try again.";
 
 private:
     DatabaseError(Case errorCase, std::string message, std::int32_t current = 0,

@@ -7,10 +7,11 @@ namespace VarnholtSQLiteSupport {
 // One read transaction around several statements, so that they all see the
 // database as it was when the first of them read it.
 //
-// A literal statement answers from one snapshot of the database; an
-// index-driven query that takes several statements (a rowid range first,
-// then the match) must too, or a row the recorder commits in between could
-// be in one answer and not the other. The recorder keeps writing while we
+// A literal statement answers from one snapshot of the database; an answer
+// that takes several statements (the descriptions and the status block of a
+// support context; the newest day and its timeline; an index-driven query's
+// rowid range, then its match) must too, or a row the recorder commits in
+// between could be in one part of the answer and not in the other. The recorder keeps writing while we
 // read; in WAL mode our snapshot does not hold it up. Opened by the
 // constructor (unless a transaction is already open, which is then used),
 // ended by the destructor. Never throws: without the transaction the

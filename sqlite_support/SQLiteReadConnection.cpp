@@ -2,6 +2,11 @@
 
 #include <sqlite3.h>
 #include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <utility>
 
 #include <nlohmann/json.hpp>
 
@@ -19,19 +24,53 @@ namespace {
 // How long a statement waits for the recorder's lock before giving up.
 constexpr int kBusyTimeoutMilliseconds = 1000;
 
-constexpr const char* kMemoryMapPragma = "PRAGMA mmap_size = 1099511627776";
-
 // SQLite's own words for a path it cannot open as a database.
 constexpr const char* kCannotOpenMessage = "unable to open database file";
 
 // What a stat of the database path found.
-enum class PathKind { missing, regularFile, emptyFile, other };
+enum class PathKind { missing, unreachable, regularFile, emptyFile, other };
 
-PathKind kindOfPath(const std::string& path) {
+struct PathStatus {
+    PathKind kind;
+    int error = 0;  // errno of a failed stat
+};
+
+PathStatus statusOfPath(const std::string& path) {
     struct stat info {};
-    if (::stat(path.c_str(), &info) != 0) return PathKind::missing;
-    if (!S_ISREG(info.st_mode)) return PathKind::other;
-    return info.st_size == 0 ? PathKind::emptyFile : PathKind::regularFile;
+    if (::stat(path.c_str(), &info) != 0) {
+        const int error = errno;
+        return {error == ENOENT || error == ENOTDIR ? PathKind::missing : PathKind::unreachable, error};
+    }
+    if (!S_ISREG(info.st_mode)) return {PathKind::other};
+    return {info.st_size == 0 ? PathKind::emptyFile : PathKind::regularFile};
+}
+
+// Why a path that is there cannot be followed to a file, in the user's terms.
+std::string unreachableReason(int error) {
+    if (error == ELOOP) {
+        return "its symbolic links lead in a loop. Point the link at the recorder's database.";
+    }
+    return std::string(std::strerror(error)) + ".";
+}
+
+// The failure to report when a WAL database's companion file exists but
+// cannot be read by us: SQLite says only "unable to open database file",
+// which names neither the file nor the remedy. Absent when both are readable
+// or absent.
+std::optional<DatabaseError> unreadableCompanion(const std::string& path) {
+    const std::pair<const char*, const char*> companions[] = {
+        {"-wal", "the recorder's write-ahead log, which holds its latest writes"},
+        {"-shm", "the index of the recorder's write-ahead log"},
+    };
+    for (const auto& [suffix, what] : companions) {
+        const std::string file = path + suffix;
+        struct stat info {};
+        if (::stat(file.c_str(), &info) != 0 || ::access(file.c_str(), R_OK) == 0) continue;
+        const std::string reason = std::strerror(errno);
+        return DatabaseError::queryFailed("Cannot read " + file + ", " + what + ": " + reason +
+                                          ". Run this tool as the user the recorder runs as.");
+    }
+    return std::nullopt;
 }
 
 }  // namespace
@@ -55,9 +94,12 @@ std::string SQLiteReadConnection::defaultPath() {
 
 void SQLiteReadConnection::open(const std::string& path) {
     handle_ = nullptr;
-    switch (kindOfPath(path)) {
+    const PathStatus status = statusOfPath(path);
+    switch (status.kind) {
         case PathKind::missing:
             throw DatabaseError::notFound(path);
+        case PathKind::unreachable:
+            throw DatabaseError::notFound(path, unreachableReason(status.error));
         case PathKind::other:
             // A directory would open read-only and fail later with an I/O
             // error, and a FIFO would block the open until someone writes to
@@ -96,16 +138,23 @@ void SQLiteReadConnection::open(const std::string& path) {
     // Reading the journal mode reads the header (and, for a WAL database, the
     // log), so a file that is not a database, or one the recorder keeps
     // locked, is reported here, before anything else is asked of it.
-    exec(handle_, "PRAGMA journal_mode");
+    try {
+        exec(handle_, "PRAGMA journal_mode");
+    } catch (const DatabaseError&) {
+        if (sqlite3_errcode(handle_) == SQLITE_CANTOPEN) {
+            if (auto unreadable = unreadableCompanion(path)) throw *unreadable;
+        }
+        throw;
+    }
     exec(handle_, "PRAGMA query_only = ON");
     exec(handle_, "PRAGMA busy_timeout = 1000");
-    // Our queries scan large parts of a file of several gigabytes with random
-    // primary-key look-ups, far beyond SQLite's default page cache. Reading
-    // through a memory map (capped by the library's compiled-in maximum)
-    // takes those pages straight from the operating system's cache instead of
-    // copying them in one system call each. It changes no answer, so a
-    // library that refuses it is simply left to read as before.
-    sqlite3_exec(handle_, kMemoryMapPragma, nullptr, nullptr, nullptr);
+    // No memory map (SQLite's default, stated here because it matters):
+    // reading a page through the map faults in the readahead window around
+    // it, 128 KB and more, and a statement that needs a few thousand
+    // scattered pages of a file of gigabytes then reads much of the file
+    // from disk after a reboot, and keeps it resident besides. Read one
+    // system call at a time, every statement reads the pages it needs.
+    sqlite3_exec(handle_, "PRAGMA mmap_size = 0", nullptr, nullptr, nullptr);
 
     sqlite3_stmt* statement = nullptr;
     if (sqlite3_prepare_v2(handle_, "PRAGMA user_version", -1, &statement, nullptr) != SQLITE_OK) {
@@ -131,6 +180,7 @@ void SQLiteReadConnection::exec(sqlite3* handle, const std::string& sql) {
     if (result != SQLITE_OK) {
         std::string message = error != nullptr ? error : "unknown";
         sqlite3_free(error);
+        if (sqlite3_extended_errcode(handle) == SQLITE_READONLY_ROLLBACK) message = errorMessage(handle);
         // Busy after the busy timeout means the recorder holds its lock.
         if (result == SQLITE_BUSY) throw DatabaseError::locked();
         throw DatabaseError::queryFailed(message);

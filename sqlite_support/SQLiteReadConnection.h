@@ -27,12 +27,15 @@ extern void (*const SQLITE_TRANSIENT_PTR)(void*);
 class SQLiteReadConnection {
 public:
     // Opens the database at `path`, or at defaultPath() when absent.
-    // Throws DatabaseError: notFound (nothing at the path; nothing is
-    // created), connectionFailed (SQLite cannot open it, or the path is not a
-    // regular file: "unable to open database file"), locked (the file stayed
-    // locked beyond the busy timeout), queryFailed (reading the header or a
-    // pragma failed otherwise, e.g. "file is not a database"),
-    // schemaMismatch (an empty file counts as schema version 0).
+    // Throws DatabaseError: notFound (nothing at the path, nothing is
+    // created; or a path that cannot be followed, such as symbolic links in
+    // a loop, with the reason), connectionFailed (SQLite cannot open it, or
+    // the path is not a regular file: "unable to open database file"),
+    // locked (the file stayed locked beyond the busy timeout), queryFailed
+    // (reading the header or a pragma failed otherwise, e.g. "file is not a
+    // database"; a write-ahead log or its index we may not read, named; a
+    // hot rollback journal, kInterruptedWriteMessage), schemaMismatch (an
+    // empty file counts as schema version 0).
     explicit SQLiteReadConnection(std::optional<std::string> path = std::nullopt);
     ~SQLiteReadConnection();
 

@@ -28,6 +28,11 @@ std::string textOf(sqlite3_stmt* statement, int column) {
 
 std::string errorMessage(sqlite3* handle) {
     if (handle == nullptr) return "unknown";
+    // SQLite's words, "attempt to write a readonly database", say what it
+    // could not do, not what happened or what to do about it.
+    if (sqlite3_extended_errcode(handle) == SQLITE_READONLY_ROLLBACK) {
+        return DatabaseError::kInterruptedWriteMessage;
+    }
     const char* message = sqlite3_errmsg(handle);
     return message != nullptr ? message : "unknown";
 }

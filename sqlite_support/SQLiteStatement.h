@@ -23,7 +23,8 @@
 
 namespace VarnholtSQLiteSupport {
 
-// SQLite's last message for `handle`, or "unknown" for a null handle or none.
+// SQLite's last message for `handle`, or "unknown" for a null handle or none;
+// for a hot rollback journal, DatabaseError::kInterruptedWriteMessage.
 std::string errorMessage(sqlite3* handle);
 
 // REQUIRES: nothing. Throws DatabaseError::queryFailed with errorMessage().

@@ -6,7 +6,6 @@ namespace VarnholtSQLiteSupport {
 
 void readScatteredPages(sqlite3* handle) {
     if (handle == nullptr) return;
-    sqlite3_exec(handle, "PRAGMA mmap_size = 0", nullptr, nullptr, nullptr);
     sqlite3_exec(handle, "PRAGMA temp_store = MEMORY", nullptr, nullptr, nullptr);
 }
 

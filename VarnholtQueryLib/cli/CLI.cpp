@@ -1,5 +1,6 @@
 #include "cli/CLI.h"
 
+#include <cstdlib>
 #include <exception>
 #include <iostream>
 #include <memory>
@@ -15,15 +16,22 @@
 #include "status/StatusData.h"
 #include "status/StatusResponse.h"
 #include "platform/LocalCalendar.h"
-#include "SQLiteReadConnection.h"
 #include "platform/SystemPlatform.h"
 #include "UserHomeDirectory.h"
+#include "UTF8Text.h"
 
 namespace VarnholtQueryLib {
 
 namespace {
 
-using VarnholtSQLiteSupport::SQLiteReadConnection;
+// Writes a command's answer. One that cannot be written ends the run with
+// status 1, never 0: a caller that sees 0 takes the empty output for an
+// answer.
+void writeAnswer(const JSON& answer) {
+    if (writeJSON(answer)) return;
+    confirmOutputWritten();
+    std::exit(1);
+}
 
 // The commands and what they need: help, version and the monitor answer
 // without the database; every other command's answer is a JSON document,
@@ -46,14 +54,16 @@ void dispatch(const Command& command, const CommandEnvironment& environment) {
                 // terminal gets the report, everyone else (a pipe, or --json)
                 // the JSON document.
                 if (status.jsonFlag || !environment.platform.standardOutputIsTerminal) {
-                    writeJSON(answerFromDatabase(command, environment));
+                    writeAnswer(answerFromDatabase(command, environment));
                     return;
                 }
-                SQLiteReadConnection connection;
-                printHumanStatus(readStatus(connection, environment), std::cout);
+                StatusData statusData = statusFromDatabase(environment);
+                // The one text of the report from outside the database.
+                statusData.dbPath = VarnholtSQLiteSupport::repairedUTF8(statusData.dbPath);
+                printHumanStatus(statusData, std::cout);
                 std::cout.flush();
             },
-            [&](const auto&) { writeJSON(answerFromDatabase(command, environment)); },
+            [&](const auto&) { writeAnswer(answerFromDatabase(command, environment)); },
         },
         command.value);
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <limits>
 #include <vector>
 
 #include "UTF8Text.h"
@@ -35,6 +36,13 @@ std::optional<std::int64_t> parseWholeDecimal(const std::string& text) {
     }
     std::int64_t value = 0;
     const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), value);
+    // A number beyond 64 bits asks for more than any limit allows (or for
+    // less than one); its nearest 64-bit value says the same and is then
+    // clamped like any other, as a tool call's JSON number is.
+    if (error == std::errc::result_out_of_range) {
+        return number.front() == '-' ? std::numeric_limits<std::int64_t>::min()
+                                     : std::numeric_limits<std::int64_t>::max();
+    }
     if (error != std::errc() || end != number.data() + number.size()) return std::nullopt;
     return value;
 }

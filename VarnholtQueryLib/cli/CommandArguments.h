@@ -17,8 +17,8 @@ struct CommandArguments {
     bool fullRequested = false;           // --full present
     bool jsonFlag = false;                // --json present
     // The value after the first --limit when it is a whole decimal integer
-    // (optional sign, digits only, within 64 bits); absent otherwise. Never an
-    // error: `--limit abc` is the same as no limit.
+    // (optional sign, digits only; beyond 64 bits, the nearest 64-bit value);
+    // absent otherwise. Never an error: `--limit abc` is the same as no limit.
     std::optional<std::int64_t> limit;
 
     // REQUIRES: `arguments` is the full process argument list, program first.
@@ -30,7 +30,9 @@ struct CommandArguments {
 
 
 // `text` as a whole signed decimal integer ("+5", "-3", "42"), or absent for
-// anything else, including empty text and values beyond 64 bits.
+// anything else, including empty text. A number beyond 64 bits is the
+// nearest 64-bit value, so that a huge limit means as many as the command
+// allows, on the command line as in a tool call.
 std::optional<std::int64_t> parseWholeDecimal(const std::string& text);
 
 // Whether `args` holds exactly `word` somewhere.

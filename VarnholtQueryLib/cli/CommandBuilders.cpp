@@ -155,6 +155,12 @@ Command::Search SearchCommandBuilder::build() const {
             "Missing keyword. Usage: varnholt-query search <keyword> [--app <name>] [--since "
             "<duration>] [--from YYYY-MM-DD] [--to YYYY-MM-DD] [--latest] [--limit N] [--compact]");
     }
+    if (keyword_->size() > kMaximumKeywordBytes) {
+        throw CLIError::invalidTimeRange("The keyword is " + std::to_string(keyword_->size()) +
+                                         " bytes long; at most " +
+                                         std::to_string(kMaximumKeywordBytes) +
+                                         " are allowed. Search for a shorter excerpt.");
+    }
     if (search_.from && search_.to && *search_.to < *search_.from) {
         throw CLIError::invalidTimeRange("--from must be before or equal to --to");
     }

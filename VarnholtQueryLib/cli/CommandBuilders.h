@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -85,6 +86,17 @@ private:
     Command::Summary summary_;
 };
 
+// The longest keyword a search takes, in bytes of UTF-8. A pasted stretch of
+// a log or of a conversation is a fair keyword (10,000 words are about
+// 70,000 bytes), but a search's cost grows with its keyword, and the MCP
+// server answers one call at a time: a keyword of megabytes would keep it
+// from answering anything else for a minute. The kernel hands a program at
+// most 131,072 bytes per argument; below that, a keyword too long for us
+// reaches our check on the command line too, so both front ends refuse it
+// with the same error rather than the command line with the shell's
+// "Argument list too long".
+inline constexpr std::size_t kMaximumKeywordBytes = 100000;
+
 // A search, argument by argument, in the order the caller gives them: a time
 // argument becomes instants at once (so a bad one throws at once, and a later
 // one overwrites what an earlier one set), and build() checks the whole.
@@ -113,7 +125,9 @@ public:
     void compact(bool compact) { search_.compact = compact; }
 
     // The search, its limit settled: the given one or 50, within 1 to 200, and
-    // 1 for the latest only. Throws invalidTimeRange without a keyword, or
+    // 1 for the latest only. Throws invalidTimeRange without a keyword, with
+    // a keyword longer than kMaximumKeywordBytes ("The keyword is <n> bytes
+    // long; at most 100000 are allowed. Search for a shorter excerpt."), or
     // when the end lies before the start (equal instants pass).
     Command::Search build() const;
 

@@ -52,10 +52,19 @@ bool needsDatabase(const Command& command);
 
 // Opens a query-only connection of its own, returns the command's JSON
 // answer and closes the connection again, so nothing is held between two
-// answers. REQUIRES: needsDatabase(command). Status answers as JSON here; its
-// human report is the command line's own affair. Throws CLIError or
-// DatabaseError, an opening failure before any use case runs.
+// answers. Every statement of the answer runs in one read transaction, so
+// the whole answer describes one committed state of the database, whatever
+// the recorder commits meanwhile. Every text of the answer is valid UTF-8
+// (withRepairedText).
+// REQUIRES: needsDatabase(command). Status answers as JSON here; its human
+// report is the command line's own affair. Throws CLIError or DatabaseError,
+// an opening failure before any use case runs.
 JSON answerFromDatabase(const Command& command, const CommandEnvironment& environment);
+
+// readStatus over a connection of its own, in one read transaction as
+// answerFromDatabase, for the human status report. Throws as
+// answerFromDatabase.
+StatusData statusFromDatabase(const CommandEnvironment& environment);
 
 // The live monitor; needs no database. Returns only when there is no usable
 // status file at start.

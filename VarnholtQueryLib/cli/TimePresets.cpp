@@ -93,7 +93,17 @@ TimeRange thisWeek(const LocalCalendar& calendar, double now) {
 
 TimeRange lastActiveDay(const LocalCalendar& calendar, double lastTimestamp) {
     const double start = calendar.startOfDay(lastTimestamp);
-    return {start, calendar.addingDays(start, 1), "last-active-day"};
+    const double end = calendar.addingDays(start, 1);
+    // A newest time beyond the calendar (a damaged row dated 1e300) has no
+    // day: clamped, it would name the calendar's last instant as an empty
+    // range that holds none of the observations it stands for.
+    if (clampToCalendarRange(lastTimestamp) != lastTimestamp || !(start < end)) {
+        throw CLIError::invalidTimeRange(
+            "The newest observation's time, " + formatUTCInternetDateTime(lastTimestamp) +
+            ", lies outside the calendar, so it has no day to show. Use range --from and --to for "
+            "the days you want.");
+    }
+    return {start, end, "last-active-day"};
 }
 
 double durationSeconds(const std::string& duration) {

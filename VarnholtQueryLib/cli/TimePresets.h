@@ -23,7 +23,10 @@ TimeRange today(const LocalCalendar& calendar, double now);
 TimeRange yesterday(const LocalCalendar& calendar, double now);
 // Start of the current week (the locale's first weekday) to now.
 TimeRange thisWeek(const LocalCalendar& calendar, double now);
-// The whole local day containing `lastTimestamp`.
+// The whole local day containing `lastTimestamp`. Throws invalidTimeRange
+// ("The newest observation's time, <instant>, lies outside the calendar,
+// ...") for a time the calendar cannot hold a whole day for, about 5.8
+// million years away.
 TimeRange lastActiveDay(const LocalCalendar& calendar, double lastTimestamp);
 // The seconds of a duration ("30m", "2h", "1.5h", "1d", "1w"; days and
 // weeks are fixed multiples of seconds). The unit is the last character as

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
+#include <vector>
 
 #include "platform/LocalCalendar.h"
 #include "platform/StandardStreams.h"
@@ -123,7 +124,35 @@ bool writeValue(const JSON& value, int depth, std::string& out) {
     return false;
 }
 
+void repairText(JSON& value) {
+    if (value.is_string()) {
+        std::string& text = value.get_ref<std::string&>();
+        if (!VarnholtSQLiteSupport::isValidUTF8(text)) text = VarnholtSQLiteSupport::repairedUTF8(text);
+        return;
+    }
+    if (value.is_array()) {
+        for (JSON& element : value) repairText(element);
+        return;
+    }
+    if (!value.is_object()) return;
+    std::vector<std::string> damagedKeys;
+    for (auto& [key, member] : value.items()) {
+        repairText(member);
+        if (!VarnholtSQLiteSupport::isValidUTF8(key)) damagedKeys.push_back(key);
+    }
+    for (const std::string& key : damagedKeys) {
+        JSON member = std::move(value[key]);
+        value.erase(key);
+        value[VarnholtSQLiteSupport::repairedUTF8(key)] = std::move(member);
+    }
+}
+
 }  // namespace
+
+JSON withRepairedText(JSON document) {
+    repairText(document);
+    return document;
+}
 
 std::optional<std::string> serializeJSON(const JSON& document) {
     std::string out;
@@ -153,14 +182,14 @@ bool confirmOutputWritten() {
 }
 
 JSON makeErrorEnvelope(const std::string& code, const std::string& message, double timestamp) {
-    return JSON{
+    return withRepairedText(JSON{
         {"ok", false},
         {"api_version", 2},
         {"data", nullptr},
         {"meta", nullptr},
         {"error",
          {{"code", code}, {"message", message}, {"timestamp", formatUTCInternetDateTime(timestamp)}}},
-    };
+    });
 }
 
 void outputErrorJSON(const std::string& code, const std::string& message) {

@@ -24,6 +24,14 @@ namespace VarnholtQueryLib {
 // Documents are nlohmann::json values; the layout is our own.
 using JSON = nlohmann::json;
 
+// `document` with every text in it, keys included, that is not valid UTF-8
+// repaired: each ill-formed sequence becomes U+FFFD, as in database text.
+// Text from outside the database is not always UTF-8 either: a home
+// directory named in Latin-1 puts its bytes into every path and every
+// message that quotes one. Repaired, one such byte costs the caller a
+// character rather than the whole answer.
+JSON withRepairedText(JSON document);
+
 // The document's text without the trailing newline, or absent when it holds
 // something that cannot be written (invalid UTF-8, a binary value).
 std::optional<std::string> serializeJSON(const JSON& document);
@@ -47,6 +55,7 @@ bool confirmOutputWritten();
 
 // The error envelope: "ok" false, "api_version" 2, "data" and "meta" null,
 // "error" {code, message, timestamp}, where `timestamp` is the instant in UTC.
+// A message that is not valid UTF-8 is repaired (see withRepairedText).
 JSON makeErrorEnvelope(const std::string& code, const std::string& message, double timestamp);
 
 // Writes the error envelope for now to standard output; deliberately not to

@@ -19,7 +19,11 @@ std::string matchConditions(const ObservationSearchParams& params) {
         "        AND fts.rowid BETWEEN :lo AND :hi\n"
         "        AND o.vlm_description IS NOT NULL";
     if (params.appFilter) {
-        conditions += "\n        AND EXISTS (SELECT 1 FROM json_each(o.apps) WHERE lower(value) = lower(:app))";
+        // As in the literal statement: text that is not JSON lists no
+        // application.
+        conditions +=
+            "\n        AND EXISTS (SELECT 1 FROM json_each(CASE WHEN json_valid(o.apps) THEN o.apps END)\n"
+            "                    WHERE lower(value) = lower(:app))";
     }
     const std::string window = windowCondition(kEffectiveTime, boundsOf(params));
     if (!window.empty()) conditions += "\n        AND " + window;

@@ -29,4 +29,16 @@ std::optional<RepeatedAlternatives> repeatedAlternatives(const std::string& matc
 // `copyOf` as the text bm25WithCopies takes: positions separated by spaces.
 std::string copiesArgument(const std::vector<int>& copyOf);
 
+// `matchText` with its alternatives grouped in parentheses as a balanced
+// tree ("a OR b OR c OR d" -> "(a OR b) OR (c OR d)"), when it is a flat OR
+// as repeatedAlternatives() takes it; any other text comes back unchanged.
+// FTS5 flattens the groups again: the same rows match, and its phrases keep
+// their order, so bm25 gives every row the same score, bit for bit. What
+// changes is the cost of parsing: for each alternative of a flat OR, FTS5
+// builds its OR node anew and copies every alternative so far into it,
+// which makes a pasted text of ten thousand distinct words take time
+// quadratic in its length. Grouped, each alternative is copied once per
+// level of the tree.
+std::string groupedAlternatives(const std::string& matchText);
+
 }  // namespace VarnholtQueryLib

@@ -52,8 +52,12 @@ constexpr const char* kStatementHead =
 constexpr const char* kConditionSeparator = "\n  AND ";
 constexpr const char* kDescribedCondition = "o.vlm_description IS NOT NULL";
 // Whole-entry comparison: "Code" must not match an app named "VS Code".
+// Text that is not JSON (a damaged row, "Slack, Zoom", nesting too deep for
+// SQLite) lists no application, as the results decode it; handed to
+// json_each it would fail the whole search.
 constexpr const char* kApplicationCondition =
-    "EXISTS (SELECT 1 FROM json_each(o.apps) WHERE lower(value) = lower(?))";
+    "EXISTS (SELECT 1 FROM json_each(CASE WHEN json_valid(o.apps) THEN o.apps END)\n"
+    "          WHERE lower(value) = lower(?))";
 constexpr const char* kLowerBoundCondition =
     "COALESCE(CASE WHEN f.timestamp < '' THEN f.timestamp END,\n"
     "           CASE WHEN o.timestamp < '' THEN o.timestamp END) >= ?";
@@ -206,9 +210,10 @@ std::vector<ObservationSearchResult> SQLiteObservationSearch::search(
     // first, so that the statements run once, with the text it accepts. When
     // neither form works, the keyword as given runs and its failure is the
     // one reported.
-    if (!acceptsMatch(handle_, matchText)) {
+    if (!acceptsMatch(handle_, groupedAlternatives(matchText))) {
         const std::string literalText = FTS5Keyword::literal(params.keyword, repeated);
-        if (!literalText.empty() && literalText != matchText && acceptsMatch(handle_, literalText)) {
+        if (!literalText.empty() && literalText != matchText &&
+            acceptsMatch(handle_, groupedAlternatives(literalText))) {
             try {
                 return searchMatching(literalText, params);
             } catch (const DatabaseError& failure) {
@@ -254,7 +259,10 @@ std::optional<std::vector<ObservationSearchResult>> SQLiteObservationSearch::sea
     std::optional<RepeatedAlternatives> repeats;
     if (!params.latestOnly) repeats = repeatedAlternatives(matchText);
     if (repeats && !registerBM25WithCopies(handle_)) repeats.reset();
-    const std::string& matching = repeats ? repeats->distinctMatchText : matchText;
+    // Grouped, the alternatives of a pasted text cost FTS5 time linear in
+    // their number to parse, not quadratic; the literal statement, the
+    // reference, gets the flat text.
+    const std::string matching = groupedAlternatives(repeats ? repeats->distinctMatchText : matchText);
     // The rowid range and the match must see the same rows.
     const ReadSnapshot snapshot(handle_);
     const auto range = rowidRangeFor(handle_, matching, params);

@@ -27,6 +27,7 @@
 #include "StatementLog.h"
 #include "TemporaryDirectory.h"
 #include "entities/SQLiteEntityQuery.h"
+#include "search/FTS5Keyword.h"
 #include "search/SQLiteObservationSearch.h"
 #include "status/SQLiteOperationalStatusQuery.h"
 #include "support_context/SQLiteSupportContextQuery.h"
@@ -36,6 +37,7 @@ namespace {
 using RecentWorkTimelineSQLite::SQLiteObservationTimeline;
 using VarnholtQueryLib::ClockPort;
 using VarnholtQueryLib::EntityQueryParams;
+namespace FTS5Keyword = VarnholtQueryLib::FTS5Keyword;
 using VarnholtQueryLib::ObservationSearchParams;
 using VarnholtQueryLib::SQLiteEntityQuery;
 using VarnholtQueryLib::SQLiteObservationSearch;
@@ -131,6 +133,13 @@ public:
         std::string pasted;
         for (int i = 0; i < 300; ++i) pasted += (i > 0 ? " " : "") + random_.pick(shape_.words);
         keywords.push_back(pasted);
+        // Distinct words and phrases, each once: FTS5 gets them grouped from
+        // the index-driven statement and flat from the literal one.
+        std::string distinct = "\"working on\"";
+        for (const auto& word : shape_.words) {
+            if (FTS5Keyword::isBareWord(word)) distinct += " " + word;
+        }
+        keywords.push_back(distinct + " \"the parser\" missing");
         std::vector<std::optional<std::string>> applications = {std::nullopt, "slack", "VS Code"};
         const double end = shape_.end;
         const std::vector<std::pair<std::optional<double>, std::optional<double>>> bounds = {

@@ -342,10 +342,6 @@ InvocationOptions frozenAt(const std::string& zone, const std::string& utcTime) 
     return options;
 }
 
-std::string escapedSlashes(const std::string& text) {
-    return std::regex_replace(text, std::regex("/"), "\\/");
-}
-
 }  // namespace
 
 TEST(CommandLineTest, DurationUnitsAreCharactersNotBytes) {

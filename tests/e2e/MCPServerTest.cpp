@@ -13,6 +13,7 @@
 #include <nlohmann/json.hpp>
 
 #include "LineProcess.h"
+#include "MCPClientSession.h"
 #include "SampleDatabase.h"
 #include "TemporaryHome.h"
 
@@ -50,68 +51,8 @@ std::string fileBytes(const std::string& path) {
     return std::string(std::istreambuf_iterator<char>(file), {});
 }
 
-// How a test talks to the server: after an initialize handshake on
-// 2025-06-18, or statelessly with an envelope on every request.
-enum class Era { handshake, stateless };
-
-const char* nameOf(Era era) { return era == Era::handshake ? "handshake" : "stateless"; }
-
-// The server under a temporary home, in `era`.
-class Server {
-public:
-    Server(const TemporaryHome& home, const InvocationOptions& options, Era era = Era::handshake)
-        : process_(VARNHOLT_MCP_BINARY, {}, home.environment(options)), era_(era) {
-        if (era_ == Era::stateless) return;
-        const json reply = request("initialize", {{"protocolVersion", "2025-06-18"},
-                                                  {"capabilities", json::object()},
-                                                  {"clientInfo", {{"name", "e2e"}, {"version", "1"}}}});
-        EXPECT_EQ(reply["result"]["protocolVersion"], "2025-06-18");
-        process_.writeLine(R"({"jsonrpc":"2.0","method":"notifications/initialized"})");
-    }
-
-    json request(const std::string& method, json params) {
-        if (era_ == Era::stateless) {
-            params["_meta"] = {{"io.modelcontextprotocol/protocolVersion", "2026-07-28"},
-                               {"io.modelcontextprotocol/clientCapabilities", json::object()}};
-        }
-        const json message = {{"jsonrpc", "2.0"}, {"id", ++lastId_}, {"method", method}, {"params", params}};
-        EXPECT_TRUE(process_.writeLine(message.dump()));
-        const auto line = process_.readLine();
-        if (!line) return json{{"no reply", true}};
-        json reply = json::parse(*line);
-        EXPECT_EQ(reply["id"], lastId_);
-        return reply;
-    }
-
-    // The result of calling `tool`.
-    json call(const std::string& tool, const json& arguments = json::object()) {
-        return request("tools/call", {{"name", tool}, {"arguments", arguments}})["result"];
-    }
-
-    // The text of the resource at `uri`.
-    std::string read(const std::string& uri) {
-        const json result = request("resources/read", {{"uri", uri}})["result"];
-        if (!result.contains("contents") || result["contents"].size() != 1) return "<no contents: " + result.dump() + ">";
-        EXPECT_EQ(result["contents"][0]["uri"], uri);
-        EXPECT_EQ(result["contents"][0]["mimeType"], "application/json");
-        return result["contents"][0]["text"];
-    }
-
-    // `members` of a request's params with the envelope when the era needs
-    // one, as JSON text without braces.
-    std::string paramsText(const std::string& members) const {
-        if (era_ == Era::handshake) return "{" + members + "}";
-        return "{" + members + (members.empty() ? "" : ",") +
-               R"("_meta":{"io.modelcontextprotocol/protocolVersion":"2026-07-28","io.modelcontextprotocol/clientCapabilities":{}}})";
-    }
-
-    LineProcess& process() { return process_; }
-
-private:
-    LineProcess process_;
-    Era era_;
-    int lastId_ = 0;
-};
+using Era = MCPEra;
+using Server = MCPClientSession;
 
 // The files below `directory` that process `pid` has open.
 std::vector<std::string> openFilesBelow(int pid, const std::string& directory) {

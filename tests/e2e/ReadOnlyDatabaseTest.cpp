@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <optional>
@@ -267,7 +268,33 @@ TEST_F(ReadOnlyDatabaseTest, AHotJournalIsLeftForTheRecorderToRollBack) {
     ASSERT_GT(std::filesystem::file_size(path() + "-journal"), 0u);
     // Reading would mean rolling the journal back into the database first,
     // which only a writer may do.
-    expectEveryCommandFails("UNKNOWN_ERROR", "attempt to write a readonly database", frozen());
+    expectEveryCommandFails("UNKNOWN_ERROR",
+                            "The recorder's last write was interrupted: its rollback journal must be "
+                            "played back before the database can be read, and this tool only reads. "
+                            "Starting the recorder recovers the database; then try again.",
+                            frozen());
+}
+
+TEST_F(ReadOnlyDatabaseTest, SymbolicLinksInALoopAreNamedAsTheReason) {
+    const std::string loop = home_.varnholtDirectory() + "/loop.db";
+    std::filesystem::remove(path());
+    std::filesystem::create_symlink("loop.db", path());
+    std::filesystem::create_symlink("varnholt.db", loop);
+    const std::string expected = errorEnvelope(
+        "DB_NOT_FOUND", "Database not found at " + escapedSlashes(path()) +
+                            ": its symbolic links lead in a loop. Point the link at the recorder's database.");
+    for (const auto& command : kDatabaseCommands) {
+        const ProcessResult result = home_.run(command, frozen());
+        EXPECT_EQ(result.exitStatus, 1) << commandLine(command);
+        EXPECT_EQ(result.standardOutput, expected) << commandLine(command);
+    }
+    // Nothing was created beside the links.
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(home_.varnholtDirectory())) {
+        names.push_back(entry.path().filename().string());
+    }
+    std::sort(names.begin(), names.end());
+    EXPECT_EQ(names, (std::vector<std::string>{"loop.db", "varnholt.db"}));
 }
 
 TEST_F(ReadOnlyDatabaseTest, AnEmptyFileIsSchemaZeroAndTheLogBesideItStays) {
@@ -331,6 +358,24 @@ TEST_F(ReadOnlyDatabaseTest, AReadOnlyDirectoryIsReadByAnUnprivilegedUser) {
     openHomeTo(0);
     const std::string latest = expectEveryCommandAnswersAndWritesNothing(frozen(true));
     EXPECT_TRUE(mentionsPendingRow(latest)) << latest;
+}
+
+TEST_F(ReadOnlyDatabaseTest, ALogWeMayNotReadIsNamed) {
+    if (!canRunUnprivileged()) GTEST_SKIP() << "needs root to run as another user";
+    // The recorder's files are root's: the database may be read by all, its
+    // log only by root, as when the recorder runs as another user.
+    writePendingRow();
+    openHomeTo(TemporaryHome::kUnprivilegedUserId);
+    ASSERT_EQ(chmod((path() + "-wal").c_str(), 0600), 0);
+    expectEveryCommandFails("UNKNOWN_ERROR",
+                            "Cannot read " + escapedSlashes(path()) +
+                                "-wal, the recorder's write-ahead log, which holds its latest writes: "
+                                "Permission denied. Run this tool as the user the recorder runs as.",
+                            frozen(true));
+    // An unreadable database is SQLite's to report, as before.
+    ASSERT_EQ(chmod((path() + "-wal").c_str(), 0644), 0);
+    ASSERT_EQ(chmod(path().c_str(), 0600), 0);
+    expectEveryCommandFails("DB_NOT_FOUND", "unable to open database file", frozen(true));
 }
 
 TEST_F(ReadOnlyDatabaseTest, ALogThatCannotBeIndexedInAReadOnlyDirectoryIsReportedAsToday) {

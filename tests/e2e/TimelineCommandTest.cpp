@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "ErrorEnvelope.h"
 #include "FixtureDatabase.h"
 #include "RecorderSchema.h"
 #include "TemporaryHome.h"
@@ -81,16 +82,6 @@ void createDatabase(const TemporaryHome& home, const std::string& rows) {
 std::string fileBytes(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-}
-
-// `text` as the JSON writer puts it in a string: "/" escaped.
-std::string escapedSlashes(const std::string& text) {
-    std::string escaped;
-    for (const char c : text) {
-        if (c == '/') escaped += '\\';
-        escaped += c;
-    }
-    return escaped;
 }
 
 InvocationOptions in(const std::string& zone) {
@@ -637,6 +628,21 @@ TEST_F(TimelineCommandTest, TimesOfTextAreNoTimesAndEntitiesWithoutTextAreLeftOu
                        {"range", "2026-03-25T00:00:00Z", "2026-03-27T00:00:00Z", 3, 3}));
     EXPECT_EQ(answer(damaged, {"today"}, kUTC),
               document({}, kUTC, {"today", "2026-04-01T00:00:00Z", "2026-04-02T00:00:00Z", 0, 0}));
+}
+
+TEST_F(TimelineCommandTest, LastActiveDayOfANewestTimeBeyondTheCalendarIsAnErrorEnvelope) {
+    TemporaryHome farFuture;
+    createDatabase(farFuture, std::string(kQuietWeek) +
+                                  "INSERT INTO observations (id, type, timestamp, vlm_description, apps, "
+                                  "created_at) VALUES ('Z', 'visual', 1e300, 'Damaged', '[]', 'x');");
+    const ProcessResult result = farFuture.run({"last-active-day"}, in("UTC"));
+    EXPECT_EQ(result.exitStatus, 1);
+    EXPECT_EQ(result.standardError, "");
+    EXPECT_EQ(replaceChecked(result.standardOutput, "timestamp", R"(2026-04-01T10:00:00Z)"),
+              errorEnvelope("INVALID_TIME_RANGE",
+                            "The newest observation's time, 292277026596-12-04T15:30:07Z, lies outside the "
+                            "calendar, so it has no day to show. Use range --from and --to for the days you want.",
+                            "<timestamp>"));
 }
 
 TEST_F(TimelineCommandTest, AnUnknownDurationUnitIsAnErrorEnvelope) {

@@ -4,6 +4,16 @@
 
 namespace VarnholtTestSupport {
 
+// `text` with every "/" written as the JSON writer writes it, "\/".
+inline std::string escapedSlashes(const std::string& text) {
+    std::string escaped;
+    for (const char c : text) {
+        if (c == '/') escaped += '\\';
+        escaped += c;
+    }
+    return escaped;
+}
+
 // The error envelope the binary prints for `code` and `message`, byte for
 // byte, with the frozen clock of the end-to-end tests as its timestamp
 // unless another is given. `message` is written as it appears in JSON.

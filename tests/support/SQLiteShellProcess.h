@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "ChildProcess.h"
+
 namespace VarnholtTestSupport {
 
 // Another process, the sqlite3 shell, with a connection of its own to a
@@ -17,16 +19,13 @@ public:
     // never comes.
     SQLiteShellProcess(const std::string& databasePath, const std::string& script,
                        const std::string& readyLine);
-    ~SQLiteShellProcess();  // kills it, unless kill() already did
-    SQLiteShellProcess(const SQLiteShellProcess&) = delete;
-    SQLiteShellProcess& operator=(const SQLiteShellProcess&) = delete;
+    // Going away kills it, unless kill() already did.
 
     // Kills the shell with SIGKILL and waits for it.
     void kill();
 
 private:
-    int childPid_ = -1;
-    int inputFd_ = -1;  // the shell's standard input, kept open while it runs
+    ReadyChildProcess shell_;
 };
 
 }  // namespace VarnholtTestSupport

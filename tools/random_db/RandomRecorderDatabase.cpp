@@ -228,6 +228,12 @@ private:
         if (draw < 0.25) return std::string("[]");
         if (draw < 0.30) return std::string("{\"app\":\"Mail\"}");
         if (draw < 0.33) return std::string("[\"Slack\",2]");
+        // Text that is not JSON at all: damaged rows, a list typed by hand,
+        // nesting deeper than SQLite's JSON functions accept.
+        if (draw < 0.34) return std::string();
+        if (draw < 0.35) return std::string("Slack, Zoom");
+        if (draw < 0.355) return std::string("[\"Slack\"");
+        if (draw < 0.36) return std::string(3000, '[') + "\"Slack\"" + std::string(3000, ']');
         std::string list = "[";
         const int count = random_.integer(1, 3);
         for (int i = 0; i < count; ++i) list += (i > 0 ? "," : "") + ("\"" + random_.pick(shape_.applications) + "\"");

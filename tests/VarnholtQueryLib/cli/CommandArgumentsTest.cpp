@@ -46,7 +46,11 @@ TEST(CommandArgumentsTest, LimitIsAWholeDecimalAfterTheFirstLimitFlag) {
     EXPECT_EQ(preprocess({"--limit", "-3"}).limit, -3);
     EXPECT_EQ(preprocess({"--limit", "9223372036854775807"}).limit, INT64_MAX);
     EXPECT_EQ(preprocess({"--limit", "-9223372036854775808"}).limit, INT64_MIN);
-    EXPECT_FALSE(preprocess({"--limit", "9223372036854775808"}).limit.has_value());
+    // Beyond 64 bits: the nearest 64-bit value, which the commands clamp.
+    EXPECT_EQ(preprocess({"--limit", "9223372036854775808"}).limit, INT64_MAX);
+    EXPECT_EQ(preprocess({"--limit", "+100000000000000000000"}).limit, INT64_MAX);
+    EXPECT_EQ(preprocess({"--limit", "-9223372036854775809"}).limit, INT64_MIN);
+    EXPECT_FALSE(preprocess({"--limit", "1e20"}).limit.has_value());
     EXPECT_FALSE(preprocess({"--limit", "abc"}).limit.has_value());
     EXPECT_FALSE(preprocess({"--limit", ""}).limit.has_value());
     EXPECT_FALSE(preprocess({"--limit", "1.5"}).limit.has_value());

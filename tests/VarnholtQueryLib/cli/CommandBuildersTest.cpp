@@ -72,6 +72,25 @@ TEST_F(CommandBuildersTest, SearchTakesAnyKeywordAsIs) {
     }
 }
 
+TEST_F(CommandBuildersTest, SearchKeywordIsAtMostOneHundredThousandBytes) {
+    const auto built = [&](const std::string& keyword) {
+        SearchCommandBuilder builder(calendar_, kNow);
+        builder.keyword(keyword);
+        return builder.build();
+    };
+    const std::string longest(100000, 'a');
+    EXPECT_EQ(built(longest).keyword, longest);
+    // Bytes, not characters: 33,334 characters of three bytes each are too many.
+    std::string wide;
+    for (int i = 0; i < 33334; ++i) wide += "\u20ac";
+    EXPECT_EQ(thrownCLIError([&] { built(wide); }),
+              "INVALID_TIME_RANGE: The keyword is 100002 bytes long; at most 100000 are allowed. Search for "
+              "a shorter excerpt.");
+    EXPECT_EQ(thrownCLIError([&] { built(std::string(4 << 20, ' ')); }),
+              "INVALID_TIME_RANGE: The keyword is 4194304 bytes long; at most 100000 are allowed. Search for "
+              "a shorter excerpt.");
+}
+
 TEST_F(CommandBuildersTest, SearchTimeArgumentsApplyInTheOrderGiven) {
     SearchCommandBuilder sinceFirst(calendar_, kNow);
     sinceFirst.keyword("kw");

@@ -4,8 +4,10 @@
 
 #include "cli/CLIError.h"
 #include "platform/LocalCalendar.h"
+#include "ThrownCLIError.h"
 
 using namespace VarnholtQueryLib;
+using VarnholtTestSupport::thrownCLIError;
 
 namespace {
 
@@ -99,6 +101,22 @@ TEST_F(TimePresetsTest, LastActiveDayIsTheWholeDayOfTheTimestamp) {
     EXPECT_EQ(range.from, kBerlinMarch29Midnight);
     EXPECT_EQ(range.to, kBerlinMarch30Midnight);
     EXPECT_EQ(range.preset, "last-active-day");
+}
+
+TEST_F(TimePresetsTest, LastActiveDayBeyondTheCalendarIsAnError) {
+    // The metrics read a newest time of 1e300 through a 64-bit integer column.
+    const double newest = 9223372036854775807.0;
+    EXPECT_EQ(thrownCLIError([&] { TimePresets::lastActiveDay(berlin, newest); }),
+              "INVALID_TIME_RANGE: The newest observation's time, 292277026596-12-04T15:30:07Z, lies outside "
+              "the calendar, so it has no day to show. Use range --from and --to for the days you want.");
+    EXPECT_EQ(thrownCLIError([&] { TimePresets::lastActiveDay(berlin, -1e300); }),
+              "INVALID_TIME_RANGE: The newest observation's time, -292277022657-01-27T08:29:52Z, lies "
+              "outside the calendar, so it has no day to show. Use range --from and --to for the days you "
+              "want.");
+    // The calendar's last day has no next midnight to end it.
+    EXPECT_THROW(TimePresets::lastActiveDay(utcUS, kLatestCalendarInstant), CLIError);
+    const TimeRange farAway = TimePresets::lastActiveDay(utcUS, kLatestCalendarInstant - 3 * 86400.0);
+    EXPECT_LT(farAway.from, farAway.to);
 }
 
 TEST_F(TimePresetsTest, RecentDurations) {

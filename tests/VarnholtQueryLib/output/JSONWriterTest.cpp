@@ -175,3 +175,16 @@ TEST(JSONWriterTest, ErrorEnvelope) {
               "  \"ok\" : false\n"
               "}");
 }
+
+TEST(JSONWriterTest, TextThatIsNotUTF8IsRepairedEverywhereInTheDocument) {
+    const std::string latin1 = "caf\xe9";
+    const std::string repaired = "caf\xef\xbf\xbd";
+    const JSON document = withRepairedText(
+        JSON{{"path", "/home/" + latin1}, {"list", {latin1, 1, JSON{{latin1, latin1}}}}, {"fine", "Grüße"}});
+    EXPECT_EQ(document, (JSON{{"path", "/home/" + repaired},
+                              {"list", {repaired, 1, JSON{{repaired, repaired}}}},
+                              {"fine", "Grüße"}}));
+    EXPECT_TRUE(serializeJSON(document).has_value());
+    EXPECT_EQ(makeErrorEnvelope("DB_NOT_FOUND", "Database not found at /home/" + latin1, 0)["error"]["message"],
+              "Database not found at /home/" + repaired);
+}

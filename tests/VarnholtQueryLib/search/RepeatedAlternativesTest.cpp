@@ -1,5 +1,6 @@
 #include "search/RepeatedAlternatives.h"
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -70,6 +71,37 @@ TEST(RepeatedAlternativesTest, AnythingButAFlatOrIsLeftAlone) {
 TEST(RepeatedAlternativesTest, CopiesArgumentListsPositions) {
     EXPECT_EQ(copiesArgument({0, 1, 0, 12}), "0 1 0 12");
     EXPECT_EQ(copiesArgument({0}), "0");
+}
+
+TEST(RepeatedAlternativesTest, GroupedAlternativesFormABalancedTree) {
+    EXPECT_EQ(groupedAlternatives("a"), "a");
+    EXPECT_EQ(groupedAlternatives("a OR b"), "a OR b");
+    EXPECT_EQ(groupedAlternatives("a OR b OR c"), "a OR (b OR c)");
+    EXPECT_EQ(groupedAlternatives("a OR b OR a OR d"), "(a OR b) OR (a OR d)");
+    EXPECT_EQ(groupedAlternatives("\"a b\" OR c OR d OR e OR f"), "(\"a b\" OR c) OR (d OR (e OR f))");
+    // Anything but a flat OR of bare words and phrases is left as it is.
+    for (const char* text : {"a AND b OR c", "a OR b OR c*", "(a OR b) OR c", "a OR NEAR OR c", "a b c", ""}) {
+        EXPECT_EQ(groupedAlternatives(text), text) << text;
+    }
+}
+
+TEST(RepeatedAlternativesTest, GroupedAlternativesKeepEveryAlternativeInOrder) {
+    std::string flat;
+    for (int i = 0; i < 10000; ++i) flat += (i > 0 ? " OR w" : "w") + std::to_string(i);
+    const std::string grouped = groupedAlternatives(flat);
+    std::string withoutGroups;
+    for (const char c : grouped) {
+        if (c != '(' && c != ')') withoutGroups += c;
+    }
+    EXPECT_EQ(withoutGroups, flat);
+    // Fourteen levels hold ten thousand alternatives.
+    int depth = 0, deepest = 0;
+    for (const char c : grouped) {
+        depth += c == '(' ? 1 : (c == ')' ? -1 : 0);
+        deepest = std::max(deepest, depth);
+    }
+    EXPECT_EQ(depth, 0);
+    EXPECT_EQ(deepest, 13);
 }
 
 }  // namespace

@@ -79,7 +79,8 @@ TEST(SQLiteObservationSearchTest, StatementWithEveryFilter) {
     EXPECT_EQ(SQLiteObservationSearch::statementFor(params),
               kHead +
                   "o.vlm_description IS NOT NULL\n"
-                  "  AND EXISTS (SELECT 1 FROM json_each(o.apps) WHERE lower(value) = lower(?))\n"
+                  "  AND EXISTS (SELECT 1 FROM json_each(CASE WHEN json_valid(o.apps) THEN o.apps END)\n"
+                  "          WHERE lower(value) = lower(?))\n"
                   "  AND COALESCE(CASE WHEN f.timestamp < '' THEN f.timestamp END,\n"
                   "           CASE WHEN o.timestamp < '' THEN o.timestamp END) >= ?\n"
                   "  AND COALESCE(CASE WHEN f.timestamp < '' THEN f.timestamp END,\n"
@@ -96,7 +97,8 @@ TEST(SQLiteObservationSearchTest, StatementWithApplicationAndUpperBound) {
     EXPECT_EQ(SQLiteObservationSearch::statementFor(params),
               kHead +
                   "o.vlm_description IS NOT NULL\n"
-                  "  AND EXISTS (SELECT 1 FROM json_each(o.apps) WHERE lower(value) = lower(?))\n"
+                  "  AND EXISTS (SELECT 1 FROM json_each(CASE WHEN json_valid(o.apps) THEN o.apps END)\n"
+                  "          WHERE lower(value) = lower(?))\n"
                   "  AND COALESCE(CASE WHEN f.timestamp < '' THEN f.timestamp END,\n"
                   "           CASE WHEN o.timestamp < '' THEN o.timestamp END) <= ?\n"
                   "    ORDER BY bm25(observations_fts) ASC, frame_timestamp DESC\n"
@@ -479,6 +481,29 @@ TEST_P(SQLiteObservationSearchDatabaseTest, ApplicationFilterMatchesWholeEntryIn
     params.appFilter = "code";
     params.latestOnly = true;
     EXPECT_EQ(idsOf(search(params)), (Ids{"O-UPPER", "O-CODE"}));
+}
+
+TEST_P(SQLiteObservationSearchDatabaseTest, ApplicationFilterPassesOverAppsThatAreNotJSON) {
+    // One damaged row must not fail every search that reaches it: text that
+    // is not JSON names no application, as the results decode it.
+    createDatabase(R"SQL(
+INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at) VALUES
+  ('O-EMPTY', 'visual', 1775037600.0, 'invoice one', '', '2026-04-01T10:00:05Z'),
+  ('O-COMMAS', 'visual', 1775037660.0, 'invoice two', 'Slack, Zoom', '2026-04-01T10:01:05Z'),
+  ('O-DEEP', 'visual', 1775037720.0, 'invoice three',
+   printf('%.*c', 3000, '[') || '"Slack"' || printf('%.*c', 3000, ']'), '2026-04-01T10:02:05Z'),
+  ('O-CUT', 'visual', 1775037780.0, 'invoice four', '["Slack"', '2026-04-01T10:03:05Z'),
+  ('O-SLACK', 'visual', 1775037840.0, 'invoice five', '["Slack"]', '2026-04-01T10:04:05Z');
+)SQL");
+    ObservationSearchParams params = paramsFor("invoice");
+    params.appFilter = "slack";
+    params.latestOnly = true;
+    EXPECT_EQ(idsOf(search(params)), (Ids{"O-SLACK"}));
+    params.fromTs = kTen;
+    params.toTs = kTen + 3600;
+    EXPECT_EQ(idsOf(search(params)), (Ids{"O-SLACK"}));
+    params.appFilter = "Zoom";
+    EXPECT_EQ(idsOf(search(params)), Ids{});
 }
 
 TEST_P(SQLiteObservationSearchDatabaseTest, ApplicationFilterAndUpperBoundBindInOrder) {

@@ -1,0 +1,152 @@
+// Every answer reads one committed state of the database, however many
+// statements it takes, while the recorder keeps writing beside it. A writer
+// in another process commits transaction after transaction, each keeping an
+// invariant across tables that only a reader of one state can see whole:
+//  - every step adds a pending frame and names its number in both
+//    descriptions of the last two hours, so the descriptions of a
+//    support-context answer and the pending count of its status block agree;
+//  - every step moves the newest observation, with its frame, between today
+//    and tomorrow, so the day last-active-day names holds that observation.
+// An answer that mixed two states breaks one of them.
+
+#include <sqlite3.h>
+
+#include <chrono>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "ChildProcess.h"
+#include "FixtureDatabase.h"
+#include "MCPClientSession.h"
+#include "TemporaryHome.h"
+
+using namespace VarnholtTestSupport;
+using nlohmann::json;
+
+namespace {
+
+// Today, 2026-04-01, at 12:00 and 11:30 UTC, and tomorrow at 12:00.
+constexpr const char* kFixture = R"SQL(
+INSERT INTO frames (id, display_id, captured_at, timestamp, image_path, analyzed) VALUES
+  ('F-ANCHOR', '1', '2026-04-01T11:30:00Z', 1775043000.0, '/anchor.png', 1),
+  ('F-WANDER', '1', '2026-04-01T12:00:00Z', 1775044800.0, '/wander.png', 1);
+INSERT INTO observations (id, frame_id, type, timestamp, vlm_description, apps, created_at) VALUES
+  ('O-ANCHOR', 'F-ANCHOR', 'visual', 1775043000.0, 'Step 0: staying', '["Mail"]', 'x'),
+  ('O-WANDER', 'F-WANDER', 'visual', 1775044800.0, 'Step 0: moving on', '["Mail"]', 'x');
+)SQL";
+
+// One transaction of the writer; :step is 1, 2, 3, ...
+constexpr const char* kStep = R"SQL(
+INSERT INTO frames (id, display_id, captured_at, timestamp, image_path, analyzed)
+  VALUES ('P-' || :step, '1', '2026-03-31T00:00:00Z', 1774915200.0, '/pending.png', 0);
+UPDATE frames SET timestamp = CASE WHEN :step % 2 = 0 THEN 1775044800.0 ELSE 1775131200.0 END
+  WHERE id = 'F-WANDER';
+UPDATE observations SET timestamp = (SELECT timestamp FROM frames WHERE id = 'F-WANDER'),
+  vlm_description = 'Step ' || :step || ': moving on' WHERE id = 'O-WANDER';
+UPDATE observations SET vlm_description = 'Step ' || :step || ': staying' WHERE id = 'O-ANCHOR';
+)SQL";
+
+// How long the tool answers beside the writer: long enough for hundreds of
+// answers, short enough for the everyday test run.
+constexpr auto kAnsweringTime = std::chrono::milliseconds(2500);
+
+InvocationOptions frozen() {
+    InvocationOptions options;
+    options.frozenTime = "2026-04-01 12:30:00";
+    return options;
+}
+
+// What breaks the invariant in a support-context answer; empty when it holds.
+std::string supportContextMismatch(const json& document) {
+    if (document["ok"] != true) return "failed: " + document.dump();
+    const json& operational = document["data"]["status"]["operational"];
+    if (!operational.is_object()) return "no metrics: " + document.dump();
+    const std::string step = "Step " + std::to_string(operational["pending_frames"].get<long long>()) + ":";
+    const json& recent = document["data"]["recent_observations"];
+    if (recent.size() != 2) return "not both descriptions: " + recent.dump();
+    for (const json& observation : recent) {
+        if (observation["vlm_description"].get<std::string>().rfind(step, 0) != 0) {
+            return "pending " + operational["pending_frames"].dump() + " beside " + recent.dump();
+        }
+    }
+    return "";
+}
+
+// What breaks the invariant in a last-active-day answer; empty when it holds.
+std::string lastActiveDayMismatch(const json& document) {
+    if (document["ok"] != true) return "failed: " + document.dump();
+    for (const json& moment : document["data"]["moments"]) {
+        if (moment["representative"]["observation_id"] == "O-WANDER") return "";
+    }
+    return "the day " + document["meta"]["query"].dump() + " without the newest observation, " +
+           std::to_string(document["data"]["moments"].size()) + " moments";
+}
+
+// The writer's committed steps, one pending frame each.
+long long committedSteps(const std::string& path) {
+    sqlite3* handle = nullptr;
+    long long count = -1;
+    if (sqlite3_open_v2(path.c_str(), &handle, SQLITE_OPEN_READONLY, nullptr) == SQLITE_OK) {
+        sqlite3_stmt* statement = nullptr;
+        if (sqlite3_prepare_v2(handle, "SELECT count(*) FROM frames WHERE analyzed = 0", -1, &statement,
+                               nullptr) == SQLITE_OK &&
+            sqlite3_step(statement) == SQLITE_ROW) {
+            count = sqlite3_column_int64(statement, 0);
+        }
+        sqlite3_finalize(statement);
+    }
+    sqlite3_close(handle);
+    return count;
+}
+
+}  // namespace
+
+TEST(OneStatePerAnswerTest, AnswersBesideAWriterEachReadOneCommittedState) {
+    TemporaryHome home;
+    home.varnholtDirectory();
+    createFixtureDatabase(home.databasePath(), kFixture);
+    ReadyChildProcess writer(VARNHOLT_TRANSACTION_LOOP_BINARY,
+                             {VARNHOLT_TRANSACTION_LOOP_BINARY, home.databasePath(), "60", kStep}, "", "ready");
+
+    // The first mismatch of each kind of answer, and how many there were.
+    std::map<std::string, std::pair<int, std::string>> mismatches;
+    int answers = 0;
+    const auto check = [&](const std::string& mismatch, const std::string& what) {
+        ++answers;
+        if (mismatch.empty()) return;
+        auto& [count, first] = mismatches[what];
+        if (count++ == 0) first = mismatch;
+    };
+    // The MCP server answers many calls in little time; the command line
+    // answers the same way, one process per answer.
+    {
+        MCPClientSession server(home, frozen());
+        const auto end = std::chrono::steady_clock::now() + kAnsweringTime;
+        while (std::chrono::steady_clock::now() < end) {
+            check(supportContextMismatch(server.call("support_context")["structuredContent"]), "support_context");
+            check(lastActiveDayMismatch(
+                      server.call("timeline", {{"preset", "last-active-day"}})["structuredContent"]),
+                  "timeline last-active-day");
+        }
+    }
+    for (int run = 0; run < 10; ++run) {
+        check(supportContextMismatch(json::parse(home.run({"support-context"}, frozen()).standardOutput)),
+              "support-context");
+        check(lastActiveDayMismatch(json::parse(home.run({"last-active-day"}, frozen()).standardOutput)),
+              "last-active-day");
+    }
+    writer.kill();
+
+    // The writer kept writing throughout, so the answers had states to mix.
+    EXPECT_GE(committedSteps(home.databasePath()), 100);
+    EXPECT_GE(answers, 50);
+    for (const auto& [what, mismatch] : mismatches) {
+        ADD_FAILURE() << mismatch.first << " " << what << " answers of " << answers
+                      << " mixed two states, the first: " << mismatch.second;
+    }
+}
