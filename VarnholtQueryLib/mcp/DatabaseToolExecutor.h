@@ -4,20 +4,21 @@
 
 namespace VarnholtQueryLib::MCP {
 
-// The tools answered from the recorder's database through the command layer
-// that varnholt-query uses: the call becomes the equivalent Command
-// (ToolCommands.h), the Command its document (answerFromDatabase), and any
-// failure the error envelope the command line would print for it.
+class DocumentSource;
+
+// The tools answered from the recorder's database: the call's arguments are
+// checked against the tool's input schema, become the equivalent Command
+// (ToolCommands.h), and `documents` answers that Command; a bad argument is
+// the error envelope the command line would print for it.
 //
-// Each call starts afresh, like one run of varnholt-query: it reads the
-// clock, the user's zone and locale and home directory, and opens and closes
-// its own query-only connection, so the server holds no lock, snapshot or
-// file between calls, and a database that appears or is replaced while the
-// server runs is simply read by the next call.
+// Borrows `documents`, which must outlive the executor.
 class DatabaseToolExecutor final : public ToolExecutor {
 public:
-    DatabaseToolExecutor() = default;
+    explicit DatabaseToolExecutor(const DocumentSource& documents) : documents_(documents) {}
     ToolAnswer call(const std::string& name, const JSON& arguments) const override;
+
+private:
+    const DocumentSource& documents_;
 };
 
 }  // namespace VarnholtQueryLib::MCP

@@ -1,14 +1,18 @@
 #include "mcp/JSONRPC.h"
 
+#include <cmath>
+
 namespace VarnholtQueryLib::MCP {
 
 namespace {
 
-bool isUsableId(const JSON& id) {
-    return id.is_string() || id.is_number_integer() || id.is_number_unsigned();
+// Everything we send was parsed from valid UTF-8 or built from repaired
+// text; replacing is only a guard against a broken line on the wire.
+std::string compact(const JSON& value) {
+    return value.dump(-1, ' ', false, JSON::error_handler_t::replace);
 }
 
-IncomingMessage invalid(JSON id, std::string problem) {
+IncomingMessage invalid(RequestId id, std::string problem) {
     IncomingMessage message;
     message.kind = IncomingMessage::Kind::invalid;
     message.id = std::move(id);
@@ -16,15 +20,43 @@ IncomingMessage invalid(JSON id, std::string problem) {
     return message;
 }
 
+enum class IdForm { usable, fractional, unusable };
+
+IdForm formOf(const JSON& id) {
+    if (id.is_string() || id.is_number_integer() || id.is_number_unsigned()) return IdForm::usable;
+    if (id.is_number_float()) {
+        const double value = id.get<double>();
+        // Beyond 64 bits an integer arrives as a double, which is whole.
+        return std::isfinite(value) && value == std::floor(value) ? IdForm::usable
+                                                                  : IdForm::fractional;
+    }
+    return IdForm::unusable;
+}
+
+RequestId echoOf(const JSON& id, IdForm form, const std::optional<std::string>& idText) {
+    if (form == IdForm::unusable) return RequestId();
+    if (id.is_number_float() && idText) return RequestId::fromNumberText(*idText);
+    return RequestId(id);
+}
+
 }  // namespace
 
-IncomingMessage classifyMessage(const JSON& message) {
-    if (!message.is_object()) return invalid(nullptr, "a message must be a JSON object");
+RequestId::RequestId(const JSON& value) : wire_(compact(value)) {}
+
+RequestId RequestId::fromNumberText(std::string text) {
+    RequestId id;
+    id.wire_ = std::move(text);
+    return id;
+}
+
+JSON RequestId::value() const { return JSON::parse(wire_, nullptr, false); }
+
+IncomingMessage classifyMessage(const JSON& message, const std::optional<std::string>& idText) {
+    if (!message.is_object()) return invalid(RequestId(), "a message must be a JSON object");
     const auto idMember = message.find("id");
     const bool hasId = idMember != message.end();
-    // An id we cannot echo faithfully is answered with null, as JSON-RPC
-    // prescribes for an id that cannot be determined.
-    JSON id = hasId && isUsableId(*idMember) ? *idMember : JSON(nullptr);
+    const IdForm form = hasId ? formOf(*idMember) : IdForm::unusable;
+    RequestId id = hasId ? echoOf(*idMember, form, idText) : RequestId();
 
     const auto version = message.find("jsonrpc");
     if (version == message.end() || *version != "2.0") {
@@ -41,8 +73,8 @@ IncomingMessage classifyMessage(const JSON& message) {
         return invalid(std::move(id), "\"method\" is missing");
     }
     if (!method->is_string()) return invalid(std::move(id), "\"method\" must be a string");
-    if (hasId && !isUsableId(*idMember)) {
-        return invalid(nullptr, "\"id\" must be a string or an integer");
+    if (hasId && form != IdForm::usable) {
+        return invalid(std::move(id), "\"id\" must be a string or an integer");
     }
 
     IncomingMessage result;
@@ -58,20 +90,27 @@ IncomingMessage classifyMessage(const JSON& message) {
     return result;
 }
 
-JSON makeResultResponse(const JSON& id, JSON result) {
-    return JSON{{"jsonrpc", "2.0"}, {"id", id}, {"result", std::move(result)}};
+Reply resultReply(RequestId id, JSON result) {
+    return Reply{std::move(id), std::move(result), nullptr};
 }
 
-JSON makeErrorResponse(const JSON& id, ErrorCode code, const std::string& message) {
-    return JSON{{"jsonrpc", "2.0"},
-                {"id", id},
-                {"error", {{"code", static_cast<int>(code)}, {"message", message}}}};
+Reply errorReply(RequestId id, ErrorCode code, const std::string& message,
+                 std::optional<JSON> data) {
+    JSON error = {{"code", static_cast<int>(code)}, {"message", message}};
+    if (data) error["data"] = std::move(*data);
+    return Reply{std::move(id), std::nullopt, std::move(error)};
 }
 
-std::string encodeMessage(const JSON& message) {
-    // Everything we send was parsed from valid UTF-8 or built from repaired
-    // text; replacing is only a guard against a broken line on the wire.
-    return message.dump(-1, ' ', false, JSON::error_handler_t::replace);
+std::string encodeReply(const Reply& reply) {
+    // Written by hand rather than as one JSON value so that the id keeps the
+    // client's bytes; the order of the members is the one a JSON object of
+    // ours would have, so replies read the same as before ids were kept.
+    if (reply.result) {
+        return "{\"id\":" + reply.id.wireText() + ",\"jsonrpc\":\"2.0\",\"result\":" +
+               compact(*reply.result) + "}";
+    }
+    return "{\"error\":" + compact(reply.error) + ",\"id\":" + reply.id.wireText() +
+           ",\"jsonrpc\":\"2.0\"}";
 }
 
 }  // namespace VarnholtQueryLib::MCP

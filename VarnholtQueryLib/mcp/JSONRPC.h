@@ -12,13 +12,46 @@ namespace VarnholtQueryLib::MCP {
 // notifications carry none and never get a response. Messages are JSON
 // objects; the session decides what a batch (an array) means.
 
-// The error codes JSON-RPC reserves; their meaning is fixed by it.
+// The error codes we answer with. JSON-RPC reserves the first five; the
+// protocol adds the others, each for one revision or era.
 enum class ErrorCode : int {
     parseError = -32700,      // the line is not JSON
     invalidRequest = -32600,  // JSON, but not a request this server accepts
     methodNotFound = -32601,
     invalidParams = -32602,
     internalError = -32603,
+    // An unknown resource, in the revisions negotiated through initialize;
+    // the stateless revision answers invalidParams instead.
+    resourceNotFound = -32002,
+    // The request needs a client capability its envelope does not declare.
+    missingRequiredClientCapability = -32021,
+    // The envelope names a protocol version this server does not serve.
+    unsupportedProtocolVersion = -32022,
+};
+
+// A request's id as the client wrote it, so that the reply carries the same
+// bytes: a client matches replies by the id it sent, and "1e2" read as a
+// number and written back as "100.0" would match nothing. Null when the
+// message had no usable id.
+class RequestId {
+public:
+    RequestId() = default;
+    // A string or integer id: its compact JSON text.
+    explicit RequestId(const JSON& value);
+    // A number id exactly as it was written ("2.0", "1e2", "18446744073709551616").
+    static RequestId fromNumberText(std::string text);
+
+    bool isNull() const { return wire_ == "null"; }
+    // The id's JSON text for the reply.
+    const std::string& wireText() const { return wire_; }
+    // The id as a JSON value (a number written with a fraction or exponent
+    // becomes a double), for tests and diagnostics.
+    JSON value() const;
+
+    bool operator==(const RequestId&) const = default;
+
+private:
+    std::string wire_ = "null";
 };
 
 // One incoming JSON value, sorted by what it asks of us.
@@ -30,9 +63,9 @@ struct IncomingMessage {
         invalid,       // anything else: answer with invalidRequest and `id`
     };
     Kind kind = Kind::invalid;
-    // The request's id as given; null when the message had none or an
-    // unusable one (JSON-RPC answers those with a null id).
-    JSON id;
+    // The request's id as given; null when the message had none or one that
+    // cannot be echoed (null, boolean, object, array).
+    RequestId id;
     std::string method;
     // The params as given; absent when the message had none.
     std::optional<JSON> params;
@@ -42,17 +75,30 @@ struct IncomingMessage {
 
 // Sorts `message`: "jsonrpc" must be "2.0", "method" a string, "params" (when
 // present) an object or an array, and "id" (when present) a string or an
-// integer. A null, fractional, boolean or structured id makes the message
-// invalid rather than a notification: its sender expects an answer.
-IncomingMessage classifyMessage(const JSON& message);
+// integer. An integer may be written in any JSON form that denotes one
+// ("7", "2.0", "1e2", or beyond 64 bits); `idText` is how the message wrote
+// its id when that was a number the parser did not keep as an integer, and
+// the reply echoes it. A fractional number id is refused, but echoed; a null,
+// boolean or structured id makes the message invalid rather than a
+// notification (its sender expects an answer) and is answered with null.
+IncomingMessage classifyMessage(const JSON& message, const std::optional<std::string>& idText);
 
-// {"jsonrpc": "2.0", "id": id, "result": result}.
-JSON makeResultResponse(const JSON& id, JSON result);
-// {"jsonrpc": "2.0", "id": id, "error": {"code": code, "message": message}}.
-JSON makeErrorResponse(const JSON& id, ErrorCode code, const std::string& message);
+// One reply: the id it answers and either a result or an error.
+struct Reply {
+    RequestId id;
+    std::optional<JSON> result;
+    // {"code": ..., "message": ..., "data"?: ...} when result is absent.
+    JSON error;
+};
 
-// The one-line wire form of a message: compact JSON, UTF-8 as it is, no
-// newline inside (newlines in strings are escaped) and none at the end.
-std::string encodeMessage(const JSON& message);
+Reply resultReply(RequestId id, JSON result);
+// An error with `message`, and `data` when given.
+Reply errorReply(RequestId id, ErrorCode code, const std::string& message,
+                 std::optional<JSON> data = std::nullopt);
+
+// The one-line wire form of a reply: compact JSON with its keys in ascending
+// order ("error" or "result", "id", "jsonrpc"), UTF-8 as it is, no newline
+// inside (newlines in strings are escaped) and none at the end.
+std::string encodeReply(const Reply& reply);
 
 }  // namespace VarnholtQueryLib::MCP

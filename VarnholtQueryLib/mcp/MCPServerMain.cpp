@@ -3,6 +3,7 @@
 #include <iostream>
 
 #include "cli/BuildMetadata.h"
+#include "mcp/DatabaseDocuments.h"
 #include "mcp/DatabaseToolExecutor.h"
 #include "mcp/MCPSession.h"
 #include "mcp/StdioServer.h"
@@ -50,8 +51,9 @@ int runMCPServer(const std::vector<std::string>& arguments) {
     // A client that goes away closes our standard output; the write must
     // fail with an error we can report, not end the process with SIGPIPE.
     ignoreBrokenPipeSignal();
-    const DatabaseToolExecutor tools;
-    MCPSession session(tools);
+    const DatabaseDocuments documents;
+    const DatabaseToolExecutor tools(documents);
+    MCPSession session(tools, documents);
     return serveStdio(std::cin, std::cout, std::cerr, session);
 }
 

@@ -1,25 +1,12 @@
 #include "mcp/MCPSession.h"
 
-#include <exception>
-
-#include "cli/BuildMetadata.h"
-#include "mcp/ToolCatalog.h"
+#include "mcp/RequestEnvelope.h"
+#include "mcp/StatelessRequests.h"
+#include "mcp/WrittenIds.h"
 
 namespace VarnholtQueryLib::MCP {
 
 namespace {
-
-constexpr const char* kServerName = "varnholt-mcp";
-constexpr const char* kServerTitle = "Varnholt work memory";
-constexpr const char* kInstructions =
-    "Answers questions about the user's recent work from the local screen recorder's database, "
-    "read-only. Use summary for where the time of a day, a week or any range went (active time, "
-    "sessions, time per application and entity, days; exact, and within max_chars), timeline "
-    "for the moments of a short period in detail (it keeps only the newest 5,000 observations "
-    "of a range), search for a topic, and entities for the apps, people and tools involved; "
-    "status and support_context diagnose the recorder itself. Every answer is a JSON document "
-    "with ok, data, error and meta; meta gives the user's time zone and current time, and a "
-    "failure has ok false and an error code.";
 
 // Our messages nest a few levels; copying or comparing a value nested much
 // deeper would recurse as deep as it goes, so such a line is refused before
@@ -54,69 +41,99 @@ bool isBlank(std::string_view line) {
     return line.find_first_not_of(" \t\r\n") == std::string_view::npos;
 }
 
-JSON invalidRequest(const JSON& id, const std::string& why) {
-    return makeErrorResponse(id, ErrorCode::invalidRequest, "Invalid Request: " + why);
+Reply invalidRequest(const RequestId& id, const std::string& why) {
+    return errorReply(id, ErrorCode::invalidRequest, "Invalid Request: " + why);
 }
 
-JSON invalidParams(const JSON& id, const std::string& why) {
-    return makeErrorResponse(id, ErrorCode::invalidParams, "Invalid params: " + why);
-}
-
-// An absent params member means "no params", which every method here
-// accepts as an empty object.
-JSON paramsOrEmpty(const std::optional<JSON>& params) {
-    return params ? *params : JSON::object();
-}
-
-bool isImplementation(const JSON& info) {
-    return info.is_object() && info.contains("name") && info["name"].is_string() &&
-           info.contains("version") && info["version"].is_string();
+// Whether the parser read any id of `value` (a message or a batch) as a
+// double, so that its written form must be looked up.
+bool hasNumberIdToKeep(const JSON& value) {
+    const auto check = [](const JSON& message) {
+        return message.is_object() && message.contains("id") && message["id"].is_number_float();
+    };
+    if (!value.is_array()) return check(value);
+    for (const JSON& message : value) {
+        if (check(message)) return true;
+    }
+    return false;
 }
 
 }  // namespace
 
-MCPSession::MCPSession(const ToolExecutor& tools) : tools_(tools) {}
+MCPSession::MCPSession(const ToolExecutor& tools, const DocumentSource& documents)
+    : services_{tools, documents}, handshake_(services_) {}
 
 std::optional<std::string> MCPSession::replyTo(std::string_view line) {
     if (isBlank(line)) return std::nullopt;
     if (nestsTooDeeply(line)) {
-        return encodeMessage(invalidRequest(
-            nullptr, "a message may nest at most " + std::to_string(kMaxNesting) + " levels"));
+        return encodeReply(invalidRequest(
+            RequestId(), "a message may nest at most " + std::to_string(kMaxNesting) + " levels"));
     }
     // The parser refuses ill-formed UTF-8 (and lone surrogate escapes), so
     // nothing that is not text ever reaches a tool.
     const JSON value = JSON::parse(line, nullptr, false);
     if (value.is_discarded()) {
-        return encodeMessage(makeErrorResponse(nullptr, ErrorCode::parseError,
-                                               "Parse error: the line is not a JSON text"));
+        return encodeReply(errorReply(RequestId(), ErrorCode::parseError,
+                                      "Parse error: the line is not a JSON text"));
     }
-    const auto reply = value.is_array() ? replyToBatch(value) : replyToMessage(value, false);
+    std::vector<std::optional<std::string>> idTexts;
+    if (hasNumberIdToKeep(value)) idTexts = writtenNumberIds(line);
+    const auto idText = [&](std::size_t index) {
+        return index < idTexts.size() ? idTexts[index] : std::nullopt;
+    };
+    if (value.is_array()) return replyToBatch(value, idTexts);
+    const auto reply = replyToMessage(value, idText(0), false);
     if (!reply) return std::nullopt;
-    return encodeMessage(*reply);
+    return encodeReply(*reply);
 }
 
 std::string MCPSession::replyToOversizedLine() const {
-    return encodeMessage(invalidRequest(
-        nullptr, "a message may be at most " + std::to_string(kMaxMessageBytes) + " bytes"));
+    return encodeReply(invalidRequest(
+        RequestId(), "a message may be at most " + std::to_string(kMaxMessageBytes) + " bytes"));
 }
 
-std::optional<JSON> MCPSession::replyToBatch(const JSON& batch) {
+std::optional<std::string> MCPSession::replyToBatch(
+    const JSON& batch, const std::vector<std::optional<std::string>>& idTexts) {
     // Batches belong to the 2025-03-26 revision alone: the later ones removed
     // them, and before initialize no revision is agreed.
-    if (!revision_ || !allowsBatches(*revision_)) {
-        return invalidRequest(nullptr, "batches are not part of this protocol revision");
+    const auto revision = handshake_.revision();
+    if (!revision || !allowsBatches(*revision)) {
+        return encodeReply(
+            invalidRequest(RequestId(), "batches are not part of this protocol revision"));
     }
-    if (batch.empty()) return invalidRequest(nullptr, "an empty batch");
-    JSON replies = JSON::array();
-    for (const JSON& message : batch) {
-        if (auto reply = replyToMessage(message, true)) replies.push_back(std::move(*reply));
+    if (batch.empty()) return encodeReply(invalidRequest(RequestId(), "an empty batch"));
+    if (batch.size() > kMaxBatchMessages) {
+        return encodeReply(invalidRequest(
+            RequestId(), "a batch may hold at most " + std::to_string(kMaxBatchMessages) + " messages"));
+    }
+    // Each reply is encoded as soon as it is made, so that the batch holds
+    // text rather than documents, which take several times the memory.
+    std::string replies;
+    for (std::size_t i = 0; i < batch.size(); ++i) {
+        const std::optional<std::string> idText = i < idTexts.size() ? idTexts[i] : std::nullopt;
+        std::optional<Reply> reply;
+        if (replies.size() > kMaxBatchReplyBytes) {
+            const IncomingMessage incoming = classifyMessage(batch[i], idText);
+            if (incoming.kind != IncomingMessage::Kind::request) continue;
+            reply = errorReply(incoming.id, ErrorCode::internalError,
+                               "Internal error: the batch's replies passed " +
+                                   std::to_string(kMaxBatchReplyBytes) +
+                                   " bytes; send this request again on its own");
+        } else {
+            reply = replyToMessage(batch[i], idText, true);
+        }
+        if (!reply) continue;
+        replies += replies.empty() ? "[" : ",";
+        replies += encodeReply(*reply);
     }
     if (replies.empty()) return std::nullopt;
-    return replies;
+    return replies + "]";
 }
 
-std::optional<JSON> MCPSession::replyToMessage(const JSON& message, bool inBatch) {
-    const IncomingMessage incoming = classifyMessage(message);
+std::optional<Reply> MCPSession::replyToMessage(const JSON& message,
+                                                const std::optional<std::string>& idText,
+                                                bool inBatch) {
+    const IncomingMessage incoming = classifyMessage(message, idText);
     switch (incoming.kind) {
         case IncomingMessage::Kind::notification:
         case IncomingMessage::Kind::response:
@@ -126,85 +143,22 @@ std::optional<JSON> MCPSession::replyToMessage(const JSON& message, bool inBatch
         case IncomingMessage::Kind::request:
             break;
     }
-    const JSON& id = incoming.id;
-    const std::string& method = incoming.method;
-    const bool known = method == "initialize" || method == "ping" || method == "tools/list" ||
-                       method == "tools/call";
-    if (!known) return makeErrorResponse(id, ErrorCode::methodNotFound, "Method not found: " + method);
-    const JSON params = paramsOrEmpty(incoming.params);
-    if (!params.is_object()) return invalidParams(id, "params must be an object");
-
-    if (method == "ping") return makeResultResponse(id, JSON::object());
-    if (method == "initialize") return initialize(id, params, inBatch);
-    if (!revision_) return invalidRequest(id, "the session is not initialized; send initialize first");
-    try {
-        if (method == "tools/list") return listTools(id, params);
-        return callTool(id, params);
-    } catch (const std::exception& error) {
-        return makeErrorResponse(id, ErrorCode::internalError,
-                                 std::string("Internal error: ") + error.what());
+    if (eraOf(incoming) == Era::stateless) {
+        if (inBatch) return invalidRequest(incoming.id, "a request with an envelope cannot be batched");
+        StatelessReply served = serveStatelessRequest(services_, incoming);
+        if (served.served) history_.noteStatelessRequest(incoming.method);
+        return std::move(served.reply);
     }
-}
-
-JSON MCPSession::initialize(const JSON& id, const JSON& params, bool inBatch) {
-    if (inBatch) return invalidRequest(id, "initialize must not be part of a batch");
-    if (revision_) return invalidRequest(id, "the session is already initialized");
-    if (!params.contains("protocolVersion") || !params["protocolVersion"].is_string()) {
-        return invalidParams(id, "protocolVersion must be a string");
+    if (incoming.method == "initialize" && history_.refusesInitialize()) {
+        const JSON& params = incoming.params ? *incoming.params : JSON();
+        const JSON requested = params.is_object() && params.contains("protocolVersion")
+                                   ? params["protocolVersion"]
+                                   : JSON();
+        return errorReply(incoming.id, ErrorCode::unsupportedProtocolVersion,
+                          "Unsupported protocol version",
+                          JSON{{"supported", statelessRevisionNames()}, {"requested", requested}});
     }
-    if (!params.contains("capabilities") || !params["capabilities"].is_object()) {
-        return invalidParams(id, "capabilities must be an object");
-    }
-    if (!params.contains("clientInfo") || !isImplementation(params["clientInfo"])) {
-        return invalidParams(id, "clientInfo must be an object with a name and a version");
-    }
-    revision_ = negotiateRevision(params["protocolVersion"].get<std::string>());
-
-    JSON serverInfo = {{"name", kServerName}, {"version", BuildMetadata::version}};
-    if (hasStructuredToolOutput(*revision_)) serverInfo["title"] = kServerTitle;
-    return makeResultResponse(
-        id, {
-                {"protocolVersion", revisionName(*revision_)},
-                // The tool list never changes while the server runs.
-                {"capabilities", {{"tools", {{"listChanged", false}}}}},
-                {"serverInfo", std::move(serverInfo)},
-                {"instructions", kInstructions},
-            });
-}
-
-JSON MCPSession::listTools(const JSON& id, const JSON& params) const {
-    // Five tools fit in one page, so we never hand out a cursor, and any
-    // cursor a client sends cannot be ours.
-    if (params.contains("cursor")) return invalidParams(id, "unknown cursor");
-    return makeResultResponse(id, {{"tools", MCP::listTools(*revision_)}});
-}
-
-JSON MCPSession::callTool(const JSON& id, const JSON& params) const {
-    if (!params.contains("name") || !params["name"].is_string()) {
-        return invalidParams(id, "name must be a string");
-    }
-    const std::string name = params["name"].get<std::string>();
-    if (!findTool(name)) return invalidParams(id, "Unknown tool: " + name);
-    const JSON arguments = params.contains("arguments") && !params["arguments"].is_null()
-                               ? params["arguments"]
-                               : JSON::object();
-    if (!arguments.is_object()) return invalidParams(id, "arguments must be an object");
-
-    const ToolAnswer answer = tools_.call(name, arguments);
-    // The text is byte for byte what varnholt-query prints, so a client that
-    // reads only text content gets the same document as one that reads the
-    // structured content.
-    const auto text = serializeJSON(answer.document);
-    if (!text) {
-        return makeErrorResponse(id, ErrorCode::internalError,
-                                 "Internal error: Failed to serialize JSON");
-    }
-    JSON result = {
-        {"content", JSON::array({{{"type", "text"}, {"text", *text + "\n"}}})},
-        {"isError", answer.isError},
-    };
-    if (hasStructuredToolOutput(*revision_)) result["structuredContent"] = answer.document;
-    return makeResultResponse(id, std::move(result));
+    return handshake_.serve(incoming, inBatch);
 }
 
 }  // namespace VarnholtQueryLib::MCP

@@ -12,7 +12,9 @@ namespace {
 
 enum class LineRead { line, oversized, end };
 
-// Reads up to the next "\n" into `line`, keeping at most `limit` bytes.
+// Reads up to the next "\n" into `line`, without it and without a "\r"
+// before it, keeping at most `limit` bytes of the message itself: the "\r"
+// of a CRLF ending is no part of the message, so it does not count.
 LineRead readLine(std::streambuf& input, std::string& line, std::size_t limit) {
     line.clear();
     bool any = false;
@@ -23,15 +25,16 @@ LineRead readLine(std::streambuf& input, std::string& line, std::size_t limit) {
         any = true;
         const char c = std::char_traits<char>::to_char_type(next);
         if (c == '\n') break;
-        if (line.size() < limit) {
+        // One byte beyond the limit is held back for a possible "\r".
+        if (line.size() <= limit) {
             line += c;
         } else {
             oversized = true;
         }
     }
     if (!any) return LineRead::end;
-    if (!line.empty() && line.back() == '\r' && !oversized) line.pop_back();
-    return oversized ? LineRead::oversized : LineRead::line;
+    if (!oversized && !line.empty() && line.back() == '\r') line.pop_back();
+    return oversized || line.size() > limit ? LineRead::oversized : LineRead::line;
 }
 
 }  // namespace

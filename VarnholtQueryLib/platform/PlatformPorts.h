@@ -56,8 +56,8 @@ struct ProcessOutput {
     std::string standardOutput;
 };
 
-// Starting a child program with its standard output on a pipe; its standard
-// error is inherited.
+// Starting a child program with its standard output on a pipe; where its
+// standard error goes is the implementation's choice.
 class ProcessPort {
 public:
     virtual ~ProcessPort() = default;

@@ -111,6 +111,9 @@ ProcessOutput SystemProcess::run(const std::string& program,
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, pipeEnds[1], STDOUT_FILENO);
+    if (errors_ == ChildErrors::discard) {
+        posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+    }
 
     std::vector<char*> argv;
     argv.push_back(const_cast<char*>(program.c_str()));

@@ -17,11 +17,22 @@ public:
     std::optional<std::string> readFile(const std::string& path) const override;
 };
 
+// Where a child's standard error goes.
+enum class ChildErrors {
+    inherit,  // to ours: the command line lets the user see what a child says
+    discard,  // to /dev/null: a server whose host may never read our standard
+              // error must not let a child block on it once its pipe is full
+};
+
 // posix_spawn with standard output on a pipe.
 class SystemProcess final : public ProcessPort {
 public:
+    explicit SystemProcess(ChildErrors errors = ChildErrors::inherit) : errors_(errors) {}
     ProcessOutput run(const std::string& program,
                       const std::vector<std::string>& arguments) const override;
+
+private:
+    const ChildErrors errors_;
 };
 
 class SystemSleep final : public SleepPort {

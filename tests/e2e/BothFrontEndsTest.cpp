@@ -101,7 +101,6 @@ TEST_F(BothFrontEndsTest, ALimitBeyondSixtyFourBitsIsTheLargestOrTheSmallestAllo
 }
 
 TEST_F(BothFrontEndsTest, AKeywordOfAHundredThousandBytesIsSearched) {
-    MCPClientSession server(home_, frozen());
     std::string keyword = "invoice";
     while (keyword.size() + 9 <= 100000) keyword += " ledger42";
     keyword += std::string(100000 - keyword.size(), 'x');
@@ -109,11 +108,13 @@ TEST_F(BothFrontEndsTest, AKeywordOfAHundredThousandBytesIsSearched) {
     const json printed = commandLine({"search", keyword, "--limit", "3"});
     EXPECT_EQ(printed["ok"], true) << errorOf(printed);
     EXPECT_EQ(printed["meta"]["returned_results"], 3);
-    EXPECT_EQ(toolCall(server, "search", {{"keyword", keyword}, {"limit", 3}}), printed);
+    for (const MCPEra era : {MCPEra::handshake, MCPEra::stateless}) {
+        MCPClientSession server(home_, frozen(), era);
+        EXPECT_EQ(toolCall(server, "search", {{"keyword", keyword}, {"limit", 3}}), printed) << nameOf(era);
+    }
 }
 
 TEST_F(BothFrontEndsTest, ALongerKeywordIsRefusedAlikeAndTheServerAnswersOn) {
-    MCPClientSession server(home_, frozen());
     const std::string keyword = "invoice " + std::string(99993, 'x');
     ASSERT_EQ(keyword.size(), 100001u);
     const std::string expected =
@@ -122,15 +123,21 @@ TEST_F(BothFrontEndsTest, ALongerKeywordIsRefusedAlikeAndTheServerAnswersOn) {
     const ProcessResult refused = home_.run({"search", keyword}, frozen());
     EXPECT_EQ(refused.exitStatus, 1);
     EXPECT_EQ(errorOf(json::parse(refused.standardOutput, nullptr, false)), expected);
-    const json result = server.call("search", {{"keyword", keyword}});
-    EXPECT_EQ(result["isError"], true);
-    EXPECT_EQ(errorOf(result["structuredContent"]), expected);
-
-    // Only a tool call can carry megabytes; it is refused before any search.
     std::string pasted;
     while (pasted.size() < (2u << 20)) pasted += "word" + std::to_string(pasted.size()) + " ";
-    EXPECT_EQ(errorOf(server.call("search", {{"keyword", pasted}})["structuredContent"]),
-              "INVALID_TIME_RANGE: The keyword is " + std::to_string(pasted.size()) +
-                  " bytes long; at most 100000 are allowed. Search for a shorter excerpt.");
-    EXPECT_EQ(server.request("ping", json::object())["result"], json::object());
+    for (const MCPEra era : {MCPEra::handshake, MCPEra::stateless}) {
+        MCPClientSession server(home_, frozen(), era);
+        const json result = server.call("search", {{"keyword", keyword}});
+        EXPECT_EQ(result["isError"], true) << nameOf(era);
+        EXPECT_EQ(errorOf(result["structuredContent"]), expected) << nameOf(era);
+
+        // Only a tool call can carry megabytes; it is refused before any search.
+        EXPECT_EQ(errorOf(server.call("search", {{"keyword", pasted}})["structuredContent"]),
+                  "INVALID_TIME_RANGE: The keyword is " + std::to_string(pasted.size()) +
+                      " bytes long; at most 100000 are allowed. Search for a shorter excerpt.")
+            << nameOf(era);
+        EXPECT_TRUE(server.request("tools/list", json::object()).contains("result")) << nameOf(era);
+    }
+    MCPClientSession handshake(home_, frozen());
+    EXPECT_EQ(handshake.request("ping", json::object())["result"], json::object());
 }

@@ -67,12 +67,15 @@ TEST_F(HomeDirectoryTest, StatusPrintsThePathRepaired) {
     EXPECT_EQ(document["data"]["database"]["path"], repairedDatabasePath());
     EXPECT_EQ(document["data"]["operational"]["total_observations"], 1);
 
-    MCPClientSession server(home_, frozen());
-    const json call = server.call("status");
-    ASSERT_TRUE(call.is_object());
-    EXPECT_EQ(call["isError"], false);
-    EXPECT_EQ(call["content"][0]["text"], result.standardOutput);
-    EXPECT_EQ(call["structuredContent"], document);
+    for (const MCPEra era : {MCPEra::handshake, MCPEra::stateless}) {
+        MCPClientSession server(home_, frozen(), era);
+        const json call = server.call("status");
+        ASSERT_TRUE(call.is_object()) << nameOf(era);
+        EXPECT_EQ(call["isError"], false) << nameOf(era);
+        EXPECT_EQ(call["content"][0]["text"], result.standardOutput) << nameOf(era);
+        EXPECT_EQ(call["structuredContent"], document) << nameOf(era);
+        EXPECT_EQ(server.read("varnholt://status"), result.standardOutput) << nameOf(era);
+    }
 }
 
 TEST_F(HomeDirectoryTest, TheHumanReportPrintsThePathRepaired) {
@@ -93,9 +96,11 @@ TEST_F(HomeDirectoryTest, AMissingDatabaseIsAnEnvelopeWithThePathRepaired) {
     EXPECT_EQ(document["error"]["code"], "DB_NOT_FOUND");
     EXPECT_EQ(document["error"]["message"], "Database not found at " + repairedDatabasePath());
 
-    MCPClientSession server(home_, frozen());
-    const json call = server.call("timeline");
-    ASSERT_TRUE(call.is_object());
-    EXPECT_EQ(call["isError"], true);
-    EXPECT_EQ(call["structuredContent"]["error"], document["error"]);
+    for (const MCPEra era : {MCPEra::handshake, MCPEra::stateless}) {
+        MCPClientSession server(home_, frozen(), era);
+        const json call = server.call("timeline");
+        ASSERT_TRUE(call.is_object()) << nameOf(era);
+        EXPECT_EQ(call["isError"], true) << nameOf(era);
+        EXPECT_EQ(call["structuredContent"]["error"], document["error"]) << nameOf(era);
+    }
 }

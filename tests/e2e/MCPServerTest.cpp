@@ -13,6 +13,7 @@
 #include <nlohmann/json.hpp>
 
 #include "LineProcess.h"
+#include "MCPClientSession.h"
 #include "SampleDatabase.h"
 #include "TemporaryHome.h"
 
@@ -50,39 +51,8 @@ std::string fileBytes(const std::string& path) {
     return std::string(std::istreambuf_iterator<char>(file), {});
 }
 
-// The server under a temporary home, initialised on 2025-06-18.
-class Server {
-public:
-    Server(const TemporaryHome& home, const InvocationOptions& options)
-        : process_(VARNHOLT_MCP_BINARY, {}, home.environment(options)) {
-        const json reply = request("initialize", {{"protocolVersion", "2025-06-18"},
-                                                  {"capabilities", json::object()},
-                                                  {"clientInfo", {{"name", "e2e"}, {"version", "1"}}}});
-        EXPECT_EQ(reply["result"]["protocolVersion"], "2025-06-18");
-        process_.writeLine(R"({"jsonrpc":"2.0","method":"notifications/initialized"})");
-    }
-
-    json request(const std::string& method, const json& params) {
-        const json message = {{"jsonrpc", "2.0"}, {"id", ++lastId_}, {"method", method}, {"params", params}};
-        EXPECT_TRUE(process_.writeLine(message.dump()));
-        const auto line = process_.readLine();
-        if (!line) return json{{"no reply", true}};
-        json reply = json::parse(*line);
-        EXPECT_EQ(reply["id"], lastId_);
-        return reply;
-    }
-
-    // The result of calling `tool`.
-    json call(const std::string& tool, const json& arguments = json::object()) {
-        return request("tools/call", {{"name", tool}, {"arguments", arguments}})["result"];
-    }
-
-    LineProcess& process() { return process_; }
-
-private:
-    LineProcess process_;
-    int lastId_ = 0;
-};
+using Era = MCPEra;
+using Server = MCPClientSession;
 
 // The files below `directory` that process `pid` has open.
 std::vector<std::string> openFilesBelow(int pid, const std::string& directory) {
@@ -217,4 +187,164 @@ TEST(MCPServerTest, HelpVersionAndUnknownArguments) {
     EXPECT_EQ(unknown.exitStatus, 2);
     EXPECT_EQ(unknown.standardOutput, "");
     EXPECT_EQ(unknown.standardError.rfind("varnholt-mcp: unexpected argument '--stdio'\n", 0), 0u);
+}
+
+TEST(MCPServerTest, EveryResourceIsTheCommandLinesDocumentInBothEras) {
+    TemporaryHome home;
+    writeDatabase(home);
+    for (const Era era : {Era::handshake, Era::stateless}) {
+        Server server(home, frozen(), era);
+        EXPECT_EQ(server.read("varnholt://status"), home.run({"status", "--json"}, frozen()).standardOutput) << nameOf(era);
+        EXPECT_EQ(server.read("varnholt://summary/today"),
+                  home.run({"summary", "--max-chars", "24000"}, frozen()).standardOutput) << nameOf(era);
+        for (const char* day : {"2026-03-30", "2026-03-31", "2026-04-01", "2026-04-02"}) {
+            EXPECT_EQ(server.read(std::string("varnholt://timeline/day/") + day),
+                      home.run({"range", "--from", day, "--to", day}, frozen()).standardOutput)
+                << nameOf(era) << " " << day;
+            EXPECT_EQ(server.read(std::string("varnholt://summary/day/") + day),
+                      home.run({"summary", "--from", day, "--to", day, "--max-chars", "24000"}, frozen()).standardOutput)
+                << nameOf(era) << " " << day;
+        }
+        EXPECT_EQ(server.read("varnholt://summary/week/2026-03-27"),
+                  home.run({"summary", "--from", "2026-03-27", "--to", "2026-04-02", "--max-chars", "24000"}, frozen())
+                      .standardOutput) << nameOf(era);
+    }
+}
+
+TEST(MCPServerTest, AReadIsAnsweredAfreshEachTime) {
+    TemporaryHome home;
+    Server server(home, frozen(), Era::stateless);
+    const std::string missing = server.read("varnholt://status");
+    EXPECT_NE(missing.find("DB_NOT_FOUND"), std::string::npos);
+    writeDatabase(home);
+    EXPECT_EQ(server.read("varnholt://status"), home.run({"status", "--json"}, frozen()).standardOutput);
+}
+
+TEST(MCPServerTest, NoChildWritesToTheServersStandardErrorInEitherEra) {
+    // The recorder's logs are missing, so every status runs tail on files
+    // that are not there; a host that pipes our standard error and never
+    // reads it would see the server stall once that pipe filled.
+    TemporaryHome home;
+    writeDatabase(home);
+    ASSERT_FALSE(std::filesystem::exists(home.varnholtDirectory() + "/logs"));
+    for (const Era era : {Era::handshake, Era::stateless}) {
+        Server server(home, frozen(), era);
+        for (int i = 0; i < 3; ++i) {
+            EXPECT_EQ(server.call("status")["isError"], false) << nameOf(era);
+            EXPECT_EQ(server.call("support_context")["isError"], false) << nameOf(era);
+            EXPECT_NE(server.read("varnholt://status").find("\"ok\" : true"), std::string::npos) << nameOf(era);
+        }
+        server.process().closeInput();
+        EXPECT_EQ(server.process().waitForExit(), 0);
+        EXPECT_EQ(server.process().standardError(), "") << nameOf(era);
+    }
+}
+
+TEST(MCPServerTest, IntegerIdsInAnyFormAreEchoedAsSentInBothEras) {
+    TemporaryHome home;
+    for (const Era era : {Era::handshake, Era::stateless}) {
+        Server server(home, frozen(), era);
+        for (const std::string id : {"2.0", "1e2", "18446744073709551616", "123456789012345678901234567890"}) {
+            ASSERT_TRUE(server.process().writeLine(R"({"jsonrpc":"2.0","id":)" + id +
+                                                   R"(,"method":"tools/list","params":)" + server.paramsText("") + "}"));
+            const std::string reply = server.process().readLine().value_or("");
+            EXPECT_EQ(reply.rfind(R"({"id":)" + id + R"(,"jsonrpc":"2.0","result":{)", 0), 0u) << nameOf(era) << " " << reply.substr(0, 80);
+        }
+    }
+}
+
+TEST(MCPServerTest, ANullCursorIsTheFirstPageInBothEras) {
+    TemporaryHome home;
+    for (const Era era : {Era::handshake, Era::stateless}) {
+        Server server(home, frozen(), era);
+        for (const char* method : {"tools/list", "resources/list", "resources/templates/list", "prompts/list"}) {
+            const json first = server.request(method, json::object());
+            EXPECT_EQ(server.request(method, {{"cursor", nullptr}})["result"], first["result"]) << nameOf(era) << " " << method;
+            EXPECT_EQ(server.request(method, {{"cursor", "2"}})["error"]["code"], -32602) << nameOf(era) << " " << method;
+        }
+    }
+}
+
+TEST(MCPServerTest, TheLineLimitLeavesOutTheCarriageReturnInBothEras) {
+    TemporaryHome home;
+    for (const Era era : {Era::handshake, Era::stateless}) {
+        Server server(home, frozen(), era);
+        // A request of exactly the limit, padded inside a string.
+        std::string line = R"({"jsonrpc":"2.0","id":"big","method":"tools/list","params":)";
+        const std::string params = server.paramsText(R"("pad":"")");
+        const std::size_t padAt = line.size() + params.find(R"("pad":"")") + 7;
+        line += params + "}";
+        line.insert(padAt, std::string(4 * 1024 * 1024 - line.size(), 'x'));
+        ASSERT_EQ(line.size(), 4u * 1024 * 1024);
+        ASSERT_TRUE(server.process().writeLine(line + "\r"));
+        EXPECT_TRUE(json::parse(server.process().readLine().value_or("{}")).contains("result")) << nameOf(era);
+        ASSERT_TRUE(server.process().writeLine("x" + line + "\r"));
+        EXPECT_EQ(json::parse(server.process().readLine().value_or("{}"))["error"]["message"],
+                  "Invalid Request: a message may be at most 4194304 bytes") << nameOf(era);
+    }
+}
+
+TEST(MCPServerTest, BatchesAreBounded) {
+    TemporaryHome home;
+    writeDatabase(home);
+    LineProcess process(VARNHOLT_MCP_BINARY, {}, home.environment(frozen()));
+    process.writeLine(R"({"jsonrpc":"2.0","id":0,"method":"initialize","params":{"protocolVersion":"2025-03-26","capabilities":{},"clientInfo":{"name":"e2e","version":"1"}}})");
+    ASSERT_TRUE(process.readLine().has_value());
+    const auto batchOf = [](int count) {
+        std::string batch = "[";
+        for (int i = 1; i <= count; ++i) {
+            batch += (i > 1 ? "," : "") + std::string(R"({"jsonrpc":"2.0","id":)") + std::to_string(i) +
+                     R"(,"method":"tools/call","params":{"name":"timeline","arguments":{"preset":"yesterday"}}})";
+        }
+        return batch + "]";
+    };
+    process.writeLine(batchOf(65));
+    EXPECT_EQ(process.readLine().value_or(""),
+              R"({"error":{"code":-32600,"message":"Invalid Request: a batch may hold at most 64 messages"},"id":null,"jsonrpc":"2.0"})");
+    process.writeLine(batchOf(64));
+    const json replies = json::parse(process.readLine(std::chrono::seconds(120)).value_or("[]"));
+    ASSERT_EQ(replies.size(), 64u);
+    const std::string yesterday = home.run({"yesterday"}, frozen()).standardOutput;
+    std::size_t served = 0;
+    for (const json& reply : replies) {
+        if (reply.contains("result")) {
+            EXPECT_EQ(reply["result"]["content"][0]["text"], yesterday);
+            ++served;
+        } else {
+            EXPECT_EQ(reply["error"]["code"], -32603);
+        }
+    }
+    // Three days of activity make a yesterday of some hundred kilobytes, so
+    // all of them fit the bound; the bound itself is a unit test's affair.
+    EXPECT_EQ(served, 64u);
+}
+
+TEST(MCPServerTest, ADateCompletesWithTheDaysThatHaveActivity) {
+    TemporaryHome home;
+    writeDatabase(home);
+    // The days whose timeline has moments, newest first, by the command line.
+    json expected = json::array();
+    for (const char* day : {"2026-04-01", "2026-03-31", "2026-03-30", "2026-03-29", "2026-03-28", "2026-03-27"}) {
+        const json timeline = json::parse(home.run({"range", "--from", day, "--to", day}, frozen()).standardOutput);
+        if (timeline["meta"]["total_moments"].get<int>() > 0) expected.push_back(day);
+    }
+    ASSERT_GE(expected.size(), 3u);
+    for (const Era era : {Era::handshake, Era::stateless}) {
+        Server server(home, frozen(), era);
+        const json completion = server.request("completion/complete",
+                                               {{"ref", {{"type", "ref/resource"}, {"uri", "varnholt://timeline/day/{date}"}}},
+                                                {"argument", {{"name", "date"}, {"value", ""}}}})["result"]["completion"];
+        EXPECT_EQ(completion["values"], expected) << nameOf(era);
+        EXPECT_EQ(completion["total"], expected.size());
+        const json narrowed = server.request("completion/complete",
+                                             {{"ref", {{"type", "ref/resource"}, {"uri", "varnholt://timeline/day/{date}"}}},
+                                              {"argument", {{"name", "date"}, {"value", "2026-03-3"}}}})["result"]["completion"];
+        for (const json& day : narrowed["values"]) EXPECT_EQ(day.get<std::string>().rfind("2026-03-3", 0), 0u);
+    }
+    // Without a database there is nothing to offer.
+    TemporaryHome empty;
+    Server server(empty, frozen(), Era::stateless);
+    EXPECT_EQ(server.request("completion/complete", {{"ref", {{"type", "ref/resource"}, {"uri", "varnholt://timeline/day/{date}"}}},
+                                                     {"argument", {{"name", "date"}, {"value", ""}}}})["result"]["completion"]["values"],
+              json::array());
 }

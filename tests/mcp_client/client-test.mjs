@@ -1,9 +1,13 @@
-// Drives varnholt-mcp with the official MCP TypeScript SDK client, as an MCP
-// host would, and checks every answer against varnholt-query: for each call,
-// the text content must be varnholt-query's standard output for the
-// equivalent command line, byte for byte, and so must the structured content
-// once written by varnholt-query's own writer (varnholt-rewrite-json). The
-// SDK itself checks each structured answer against the tool's output schema.
+// Drives varnholt-mcp with the official MCP TypeScript SDK clients, as MCP
+// hosts would: the v1 SDK (the initialize handshake), and the v2 client both
+// in 'auto' mode (it probes with server/discover and chooses) and pinned to
+// the stateless revision 2026-07-28. Each lists and calls every tool, lists
+// and reads the resources and templates, completes a date, and lists and gets
+// every prompt, and every document is checked against varnholt-query: the
+// text must be varnholt-query's standard output for the equivalent command
+// line, byte for byte, and so must the structured content once written by
+// varnholt-query's own writer (varnholt-rewrite-json). The SDKs themselves
+// check each structured answer against the tool's output schema.
 //
 // Usage: node client-test.mjs <varnholt-mcp> <varnholt-query> <varnholt-sample-db> <varnholt-rewrite-json>
 // Everything happens in temporary homes (nss_wrapper), under a frozen clock
@@ -16,9 +20,11 @@ import path from 'node:path';
 import process from 'node:process';
 
 import Ajv from 'ajv';
+import { Client as ClientV2 } from '@modelcontextprotocol/client';
+import { StdioClientTransport as StdioClientTransportV2 } from '@modelcontextprotocol/client/stdio';
 import { Client } from '@modelcontextprotocol/sdk/client/index.js';
 import { StdioClientTransport } from '@modelcontextprotocol/sdk/client/stdio.js';
-import { ErrorCode, ListResourcesResultSchema, McpError } from '@modelcontextprotocol/sdk/types.js';
+import { EmptyResultSchema } from '@modelcontextprotocol/sdk/types.js';
 
 const [mcpBinary, queryBinary, sampleDbBinary, rewriteBinary] = process.argv.slice(2);
 if (!rewriteBinary) {
@@ -32,11 +38,13 @@ const kFakeTime = '/usr/lib/x86_64-linux-gnu/faketime/libfaketime.so.1';
 
 let failures = 0;
 let checks = 0;
+// The client the checks are about, named in every failure.
+let currentClient = '';
 function check(condition, what) {
   checks += 1;
   if (!condition) {
     failures += 1;
-    console.error(`FAIL: ${what}`);
+    console.error(`FAIL [${currentClient}]: ${what}`);
   }
 }
 
@@ -104,13 +112,29 @@ function furnish({ home, env }) {
   }));
 }
 
-async function connect(env) {
+// The three clients, each connected to its own server process.
+const kClients = [
+  { name: 'v1 SDK, handshake', stateless: false, connect: connectV1 },
+  { name: 'v2 client, auto', stateless: true, connect: (env) => connectV2(env, 'auto') },
+  { name: 'v2 client, pinned to 2026-07-28', stateless: true, connect: (env) => connectV2(env, { pin: '2026-07-28' }) },
+];
+
+async function connectV1(env) {
   const transport = new StdioClientTransport({ command: mcpBinary, args: [], env, stderr: 'pipe' });
   let serverErrors = '';
   transport.stderr?.on('data', (chunk) => { serverErrors += chunk; });
   const client = new Client({ name: 'varnholt-mcp-client-test', version: '1.0.0' });
   await client.connect(transport);
-  return { client, transport, errors: () => serverErrors };
+  return { client, errors: () => serverErrors };
+}
+
+async function connectV2(env, mode) {
+  const transport = new StdioClientTransportV2({ command: mcpBinary, args: [], env, stderr: 'pipe' });
+  let serverErrors = '';
+  transport.stderr?.on('data', (chunk) => { serverErrors += chunk; });
+  const client = new ClientV2({ name: 'varnholt-mcp-client-test', version: '2.0.0' }, { versionNegotiation: { mode } });
+  await client.connect(transport);
+  return { client, errors: () => serverErrors };
 }
 
 // Calls `tool` with `args` and compares the answer with `varnholt-query
@@ -154,8 +178,82 @@ async function expectProtocolError(promise, code, what) {
     await promise;
     check(false, `${what}: no error`);
   } catch (error) {
-    check(error instanceof McpError && error.code === code, `${what}: got ${error.code} ${error.message}`);
+    check(error.code === code, `${what}: got ${error.code} ${error.message}`);
   }
+}
+
+// The resources and their equivalent command lines; a day's resources are
+// checked for the days completion offers and for one without activity.
+const kResources = [
+  ['varnholt://status', ['status', '--json']],
+  ['varnholt://summary/today', ['summary', '--max-chars', '24000']],
+];
+// The date seven days on, for a week from `day`.
+const weekEnd = (day) => new Date(Date.parse(`${day}T00:00:00Z`) + 6 * 86400000).toISOString().slice(0, 10);
+const kDayTemplates = [
+  ['varnholt://summary/day/{date}', (day) => ['summary', '--from', day, '--to', day, '--max-chars', '24000']],
+  ['varnholt://summary/week/{date}', (day) => ['summary', '--from', day, '--to', weekEnd(day), '--max-chars', '24000']],
+  ['varnholt://timeline/day/{date}', (day) => ['range', '--from', day, '--to', day]],
+];
+
+// Reads `uri` and compares its one content with `varnholt-query commandLine...`.
+async function compareResource(client, env, uri, commandLine) {
+  const label = `${uri} = varnholt-query ${commandLine.join(' ')}`;
+  let result;
+  try {
+    result = await client.readResource({ uri });
+  } catch (error) {
+    check(false, `${label}: ${error.message}`);
+    return;
+  }
+  const expected = run(queryBinary, commandLine, env);
+  check(result.contents.length === 1, `${label}: one content`);
+  const [content] = result.contents;
+  check(content?.uri === uri && content?.mimeType === 'application/json', `${label}: uri and type ${content?.uri} ${content?.mimeType}`);
+  check(content?.text === expected.stdout, `${label}: text differs, ${firstDifference(content?.text, expected.stdout)}`);
+}
+
+// The prompts with arguments, and for each the documents its messages must
+// embed, as command lines.
+const kPrompts = [
+  ['stand-up', {}, [['summary', '--from', '2026-03-31', '--to', '2026-03-31', '--max-chars', '24000'],
+    ['summary', '--max-chars', '24000']]],
+  ['timesheet', {}, [['summary', '--from', '2026-03-30', '--to', '2026-04-05', '--max-chars', '24000']]],
+  ['timesheet', { week_start: '2026-03-23' }, [['summary', '--from', '2026-03-23', '--to', '2026-03-29', '--max-chars', '24000']]],
+  ['what-was-i-doing', { time: '2026-04-01T11:30:00' },
+    [['range', '--from', '2026-04-01T09:00:00Z', '--to', '2026-04-01T10:00:00Z']]],
+];
+
+async function comparePrompt(client, env, name, args, commandLines) {
+  const label = `prompt ${name} ${JSON.stringify(args)}`;
+  let result;
+  try {
+    result = await client.getPrompt({ name, arguments: args });
+  } catch (error) {
+    check(false, `${label}: ${error.message}`);
+    return;
+  }
+  check(typeof result.description === 'string', `${label}: description`);
+  const texts = result.messages.map((message) => {
+    check(message.role === 'user', `${label}: role ${message.role}`);
+    const { content } = message;
+    return content.type === 'resource' ? content.resource.text : content.text;
+  });
+  for (const commandLine of commandLines) {
+    const expected = run(queryBinary, commandLine, env).stdout;
+    check(texts.includes(expected), `${label}: no message holds varnholt-query ${commandLine.join(' ')}`);
+  }
+}
+
+// The days whose timeline has moments, newest first, by the command line.
+function activeDays(env) {
+  const days = [];
+  for (let back = 0; back < 14; back += 1) {
+    const day = new Date((kNow - back * 86400) * 1000).toISOString().slice(0, 10);
+    const timeline = JSON.parse(run(queryBinary, ['range', '--from', day, '--to', day], env).stdout);
+    if (timeline.meta.total_moments > 0) days.push(day);
+  }
+  return days;
 }
 
 const kCalls = [
@@ -209,95 +307,160 @@ const kCalls = [
   ['support_context', {}, ['support-context']],
 ];
 
+async function exerciseClient(clientKind, recorder, empty, expectedDays) {
+  currentClient = clientKind.name;
+  const { client, errors } = await clientKind.connect(recorder.env);
+
+  const server = client.getServerVersion();
+  check(server?.name === 'varnholt-mcp' && server?.version === '0.6.6-beta', `serverInfo ${JSON.stringify(server)}`);
+  check(JSON.stringify(client.getServerCapabilities()) ===
+    '{"completions":{},"prompts":{"listChanged":false},"resources":{"subscribe":false,"listChanged":false},"tools":{"listChanged":false}}',
+  `capabilities ${JSON.stringify(client.getServerCapabilities())}`);
+  check(typeof client.getInstructions() === 'string', 'instructions');
+  if (clientKind.stateless) {
+    check(client.getProtocolEra() === 'modern' && client.getNegotiatedProtocolVersion() === '2026-07-28',
+      `era ${client.getProtocolEra()} ${client.getNegotiatedProtocolVersion()}`);
+  } else {
+    await client.ping();
+  }
+
+  const { tools } = await client.listTools();
+  check(tools.map((t) => t.name).join(' ') === 'timeline search entities summary status support_context',
+    `tools ${tools.map((t) => t.name)}`);
+  // Strict Ajv refuses unknown keywords and loose types, so the schemas say
+  // exactly what they mean to every validator.
+  const ajv = new Ajv({ strict: true, allErrors: true });
+  const inputValidators = {};
+  for (const tool of tools) {
+    check(tool.annotations?.readOnlyHint === true && typeof tool.title === 'string', `${tool.name}: title and annotations`);
+    check(tool.outputSchema?.type === 'object', `${tool.name}: output schema`);
+    try {
+      inputValidators[tool.name] = ajv.compile(tool.inputSchema);
+      ajv.compile(tool.outputSchema);
+    } catch (error) {
+      check(false, `${tool.name}: schema does not compile strictly: ${error.message}`);
+    }
+  }
+
+  for (const [tool, args, commandLine] of kCalls) {
+    await compareWithCommandLine(client, recorder.env, tool, args, commandLine);
+  }
+  // Every call above that the command line answers is also valid input by
+  // the tool's schema, except the limits beyond the schema's maximum that
+  // both front ends clamp.
+  const clamped = (tool, args) => (tool === 'search' && args.limit > 200) || (tool === 'entities' && args.limit > 500);
+  for (const [tool, args, commandLine] of kCalls) {
+    if (run(queryBinary, commandLine, recorder.env).status === 0 && !clamped(tool, args)) {
+      check(inputValidators[tool]?.(args) === true, `${tool} ${JSON.stringify(args)}: refused by its input schema`);
+    }
+  }
+
+  // What only a tool call can say.
+  // Texts that look like flags are texts: the application filter is used
+  // as given, and the keyword reaches the search (which may still find its
+  // syntax wanting) instead of being taken for a flag.
+  const flagLikeApp = await client.callTool({ name: 'search', arguments: { keyword: 'tests', app: '--json' } });
+  check(flagLikeApp.isError === false && flagLikeApp.structuredContent.meta.query.app_filter === '--json' &&
+    flagLikeApp.structuredContent.data.results.length === 0, 'search within an application named like a flag');
+  const flagLikeKeyword = await client.callTool({ name: 'search', arguments: { keyword: '--help' } });
+  const answered = flagLikeKeyword.structuredContent;
+  check(flagLikeKeyword.isError ? !/Missing keyword|Unknown flag/.test(answered.error.message)
+    : answered.meta.query.keyword === '--help', `search for a keyword that looks like a flag: ${JSON.stringify(answered)}`);
+  await expectToolError(client, 'timeline', { preset: 'today', since: '2h' }, 'INVALID_TIME_RANGE',
+    'Use only one of preset, since, or from and to.');
+  await expectToolError(client, 'timeline', { preset: 'range' }, 'INVALID_TIME_RANGE', "Unknown preset 'range'.");
+  await expectToolError(client, 'search', { keyword: 'x', query: 'y' }, 'UNKNOWN_ERROR',
+    "Unknown argument 'query'. Arguments: app, collapse, compact, from, images, keyword, latest, limit, since, to.");
+  await expectToolError(client, 'search', { keyword: 5 }, 'UNKNOWN_ERROR', "Argument 'keyword' must be a string.");
+  await expectToolError(client, 'entities', { limit: '5' }, 'UNKNOWN_ERROR', "Argument 'limit' must be an integer.");
+  await expectToolError(client, 'status', { verbose: true }, 'UNKNOWN_ERROR', "Unknown argument 'verbose'. Arguments: none.");
+  const tenDays = await client.callTool({ name: 'summary', arguments: { since: '10d' } });
+  check(tenDays.structuredContent?.meta?.truncated === true && tenDays.content[0].text.length <= 24000,
+    `summary of ten days within the default budget: ${tenDays.content[0].text.length} characters`);
+  await expectProtocolError(client.callTool({ name: 'frobnicate', arguments: {} }), -32602, 'unknown tool');
+
+  // Resources and templates.
+  const { resources } = await client.listResources();
+  check(JSON.stringify(resources.map((r) => r.uri)) === JSON.stringify(kResources.map(([uri]) => uri)),
+    `resources ${resources.map((r) => r.uri)}`);
+  for (const resource of resources) {
+    check(resource.mimeType === 'application/json' && typeof resource.title === 'string', `${resource.uri}: type and title`);
+  }
+  for (const [uri, commandLine] of kResources) await compareResource(client, recorder.env, uri, commandLine);
+  const { resourceTemplates } = await client.listResourceTemplates();
+  check(JSON.stringify(resourceTemplates.map((t) => t.uriTemplate)) === JSON.stringify(kDayTemplates.map(([t]) => t)),
+    `templates ${resourceTemplates.map((t) => t.uriTemplate)}`);
+  for (const [uriTemplate, commandLineFor] of kDayTemplates) {
+    const { completion } = await client.complete({ ref: { type: 'ref/resource', uri: uriTemplate },
+      argument: { name: 'date', value: '' } });
+    check(JSON.stringify(completion.values) === JSON.stringify(expectedDays.slice(0, 10)),
+      `${uriTemplate}: completes ${completion.values}, want ${expectedDays}`);
+    const narrowed = await client.complete({ ref: { type: 'ref/resource', uri: uriTemplate },
+      argument: { name: 'date', value: expectedDays[1].slice(0, 9) } });
+    check(narrowed.completion.values.includes(expectedDays[1]) &&
+      narrowed.completion.values.every((day) => day.startsWith(expectedDays[1].slice(0, 9))), `${uriTemplate}: narrowed completion`);
+    for (const day of [...completion.values.slice(0, 2), '2026-02-01']) {
+      await compareResource(client, recorder.env, uriTemplate.replace('{date}', day), commandLineFor(day));
+    }
+  }
+  // An unknown resource is the revision's error: -32002 before the stateless
+  // revision, invalid params in it.
+  await expectProtocolError(client.readResource({ uri: 'varnholt://nothing' }), clientKind.stateless ? -32602 : -32002,
+    'unknown resource');
+  await expectProtocolError(client.readResource({ uri: 'varnholt://timeline/day/2026-02-30' }), -32602, 'malformed date');
+
+  // Prompts.
+  const { prompts } = await client.listPrompts();
+  check(JSON.stringify(prompts.map((p) => p.name)) === JSON.stringify([...new Set(kPrompts.map(([name]) => name))]),
+    `prompts ${prompts.map((p) => p.name)}`);
+  for (const [name, args, commandLines] of kPrompts) await comparePrompt(client, recorder.env, name, args, commandLines);
+  await expectProtocolError(client.getPrompt({ name: 'nope', arguments: {} }), -32602, 'unknown prompt');
+  await expectProtocolError(client.getPrompt({ name: 'what-was-i-doing', arguments: {} }), -32602, 'missing argument');
+  const weekStarts = await client.complete({ ref: { type: 'ref/prompt', name: 'timesheet' },
+    argument: { name: 'week_start', value: '' } });
+  check(JSON.stringify(weekStarts.completion.values) === JSON.stringify(expectedDays.slice(0, 10)),
+    `timesheet week_start completes ${weekStarts.completion.values}`);
+
+  if (!clientKind.stateless) {
+    await expectProtocolError(client.request({ method: 'resources/subscribe', params: { uri: 'varnholt://status' } },
+      EmptyResultSchema), -32601, 'resources/subscribe');
+  }
+  await client.close();
+  check(errors() === '', `the server wrote to standard error: ${errors()}`);
+
+  // Without a database every tool fails as the command line does, and so do
+  // the resources.
+  const { client: second } = await clientKind.connect(empty.env);
+  await second.listTools();
+  for (const [tool, args, commandLine] of [
+    ['timeline', { preset: 'last-active-day' }, ['last-active-day']],
+    ['search', { keyword: 'tests' }, ['search', 'tests']],
+    ['entities', {}, ['entities']],
+    ['summary', {}, ['summary', '--max-chars', '24000']],
+    ['status', {}, ['status', '--json']],
+    ['support_context', {}, ['support-context']],
+  ]) {
+    const result = await compareWithCommandLine(second, empty.env, tool, args, commandLine);
+    check(result?.structuredContent?.error?.code === 'DB_NOT_FOUND', `${tool} without a database`);
+  }
+  await compareResource(second, empty.env, 'varnholt://status', ['status', '--json']);
+  await second.close();
+}
+
 async function main() {
   const recorder = makeHome('recorder');
   const empty = makeHome('empty');
   try {
     furnish(recorder);
-    const { client, errors } = await connect(recorder.env);
-
-    const server = client.getServerVersion();
-    check(server?.name === 'varnholt-mcp' && server?.version === '0.6.6-beta', `serverInfo ${JSON.stringify(server)}`);
-    check(JSON.stringify(client.getServerCapabilities()) === '{"tools":{"listChanged":false}}',
-      `capabilities ${JSON.stringify(client.getServerCapabilities())}`);
-    check(typeof client.getInstructions() === 'string', 'instructions');
-    await client.ping();
-
-    const { tools } = await client.listTools();
-    check(tools.map((t) => t.name).join(' ') === 'timeline search entities summary status support_context',
-      `tools ${tools.map((t) => t.name)}`);
-    // Strict Ajv refuses unknown keywords and loose types, so the schemas say
-    // exactly what they mean to every validator.
-    const ajv = new Ajv({ strict: true, allErrors: true });
-    const inputValidators = {};
-    for (const tool of tools) {
-      check(tool.annotations?.readOnlyHint === true && typeof tool.title === 'string', `${tool.name}: title and annotations`);
-      check(tool.outputSchema?.type === 'object', `${tool.name}: output schema`);
+    const expectedDays = activeDays(recorder.env);
+    if (expectedDays.length < 5) throw new Error(`too few days with activity: ${expectedDays}`);
+    for (const clientKind of kClients) {
       try {
-        inputValidators[tool.name] = ajv.compile(tool.inputSchema);
-        ajv.compile(tool.outputSchema);
+        await exerciseClient(clientKind, recorder, empty, expectedDays);
       } catch (error) {
-        check(false, `${tool.name}: schema does not compile strictly: ${error.message}`);
+        check(false, `stopped: ${error.stack ?? error}`);
       }
     }
-
-    for (const [tool, args, commandLine] of kCalls) {
-      await compareWithCommandLine(client, recorder.env, tool, args, commandLine);
-    }
-    // Every call above that the command line answers is also valid input by
-    // the tool's schema, except the limits beyond the schema's maximum that
-    // both front ends clamp.
-    const clamped = (tool, args) => (tool === 'search' && args.limit > 200) || (tool === 'entities' && args.limit > 500);
-    for (const [tool, args, commandLine] of kCalls) {
-      if (run(queryBinary, commandLine, recorder.env).status === 0 && !clamped(tool, args)) {
-        check(inputValidators[tool]?.(args) === true, `${tool} ${JSON.stringify(args)}: refused by its input schema`);
-      }
-    }
-
-    // What only a tool call can say.
-    // Texts that look like flags are texts: the application filter is used
-    // as given, and the keyword reaches the search (which may still find its
-    // syntax wanting) instead of being taken for a flag.
-    const flagLikeApp = await client.callTool({ name: 'search', arguments: { keyword: 'tests', app: '--json' } });
-    check(flagLikeApp.isError === false && flagLikeApp.structuredContent.meta.query.app_filter === '--json' &&
-      flagLikeApp.structuredContent.data.results.length === 0, 'search within an application named like a flag');
-    const flagLikeKeyword = await client.callTool({ name: 'search', arguments: { keyword: '--help' } });
-    const answered = flagLikeKeyword.structuredContent;
-    check(flagLikeKeyword.isError ? !/Missing keyword|Unknown flag/.test(answered.error.message)
-      : answered.meta.query.keyword === '--help', `search for a keyword that looks like a flag: ${JSON.stringify(answered)}`);
-    await expectToolError(client, 'timeline', { preset: 'today', since: '2h' }, 'INVALID_TIME_RANGE',
-      'Use only one of preset, since, or from and to.');
-    await expectToolError(client, 'timeline', { preset: 'range' }, 'INVALID_TIME_RANGE', "Unknown preset 'range'.");
-    await expectToolError(client, 'search', { keyword: 'x', query: 'y' }, 'UNKNOWN_ERROR',
-      "Unknown argument 'query'. Arguments: app, collapse, compact, from, images, keyword, latest, limit, since, to.");
-    await expectToolError(client, 'search', { keyword: 5 }, 'UNKNOWN_ERROR', "Argument 'keyword' must be a string.");
-    await expectToolError(client, 'entities', { limit: '5' }, 'UNKNOWN_ERROR', "Argument 'limit' must be an integer.");
-    await expectToolError(client, 'status', { verbose: true }, 'UNKNOWN_ERROR', "Unknown argument 'verbose'. Arguments: none.");
-    const tenDays = await client.callTool({ name: 'summary', arguments: { since: '10d' } });
-    check(tenDays.structuredContent?.meta?.truncated === true && tenDays.content[0].text.length <= 24000,
-      `summary of ten days within the default budget: ${tenDays.content[0].text.length} characters`);
-
-    await expectProtocolError(client.callTool({ name: 'frobnicate', arguments: {} }), ErrorCode.InvalidParams, 'unknown tool');
-    await expectProtocolError(client.request({ method: 'resources/list', params: {} }, ListResourcesResultSchema),
-      ErrorCode.MethodNotFound, 'resources/list');
-    await client.close();
-    check(errors() === '', `the server wrote to standard error: ${errors()}`);
-
-    // Without a database every tool fails as the command line does.
-    const { client: second } = await connect(empty.env);
-    await second.listTools();
-    for (const [tool, args, commandLine] of [
-      ['timeline', { preset: 'last-active-day' }, ['last-active-day']],
-      ['search', { keyword: 'tests' }, ['search', 'tests']],
-      ['entities', {}, ['entities']],
-      ['summary', {}, ['summary', '--max-chars', '24000']],
-      ['status', {}, ['status', '--json']],
-      ['support_context', {}, ['support-context']],
-    ]) {
-      const result = await compareWithCommandLine(second, empty.env, tool, args, commandLine);
-      check(result?.structuredContent?.error?.code === 'DB_NOT_FOUND', `${tool} without a database`);
-    }
-    await second.close();
   } finally {
     fs.rmSync(recorder.home, { recursive: true, force: true });
     fs.rmSync(empty.home, { recursive: true, force: true });

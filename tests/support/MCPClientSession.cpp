@@ -6,8 +6,21 @@ namespace VarnholtTestSupport {
 
 using nlohmann::json;
 
-MCPClientSession::MCPClientSession(const TemporaryHome& home, const InvocationOptions& options)
-    : process_(VARNHOLT_MCP_BINARY, {}, home.environment(options)) {
+namespace {
+
+json envelope() {
+    return {{"io.modelcontextprotocol/protocolVersion", "2026-07-28"},
+            {"io.modelcontextprotocol/clientCapabilities", json::object()}};
+}
+
+}  // namespace
+
+const char* nameOf(MCPEra era) { return era == MCPEra::handshake ? "handshake" : "stateless"; }
+
+MCPClientSession::MCPClientSession(const TemporaryHome& home, const InvocationOptions& options,
+                                   MCPEra era)
+    : process_(VARNHOLT_MCP_BINARY, {}, home.environment(options)), era_(era) {
+    if (era_ == MCPEra::stateless) return;
     const json reply = request("initialize", {{"protocolVersion", "2025-06-18"},
                                               {"capabilities", json::object()},
                                               {"clientInfo", {{"name", "tests"}, {"version", "1"}}}});
@@ -16,7 +29,9 @@ MCPClientSession::MCPClientSession(const TemporaryHome& home, const InvocationOp
 }
 
 json MCPClientSession::request(const std::string& method, const json& params) {
-    const json message = {{"jsonrpc", "2.0"}, {"id", ++lastId_}, {"method", method}, {"params", params}};
+    json withEnvelope = params;
+    if (era_ == MCPEra::stateless) withEnvelope["_meta"] = envelope();
+    const json message = {{"jsonrpc", "2.0"}, {"id", ++lastId_}, {"method", method}, {"params", withEnvelope}};
     EXPECT_TRUE(process_.writeLine(message.dump()));
     const auto line = process_.readLine();
     if (!line) return json{{"no reply", true}};
@@ -28,6 +43,21 @@ json MCPClientSession::request(const std::string& method, const json& params) {
 json MCPClientSession::call(const std::string& tool, const json& arguments) {
     const json reply = request("tools/call", {{"name", tool}, {"arguments", arguments}});
     return reply.contains("result") ? reply["result"] : json();
+}
+
+std::string MCPClientSession::read(const std::string& uri) {
+    const json result = request("resources/read", {{"uri", uri}})["result"];
+    if (!result.contains("contents") || result["contents"].size() != 1) {
+        return "<no contents: " + result.dump() + ">";
+    }
+    EXPECT_EQ(result["contents"][0]["uri"], uri);
+    EXPECT_EQ(result["contents"][0]["mimeType"], "application/json");
+    return result["contents"][0]["text"];
+}
+
+std::string MCPClientSession::paramsText(const std::string& members) const {
+    if (era_ == MCPEra::handshake) return "{" + members + "}";
+    return "{" + members + (members.empty() ? "" : ",") + "\"_meta\":" + envelope().dump() + "}";
 }
 
 }  // namespace VarnholtTestSupport

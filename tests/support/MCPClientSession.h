@@ -7,12 +7,21 @@
 
 namespace VarnholtTestSupport {
 
+// The two ways a host talks to varnholt-mcp: an initialize handshake on
+// protocol revision 2025-06-18 first, or the stateless revision 2026-07-28
+// with its envelope in every request.
+enum class MCPEra { handshake, stateless };
+
+// "handshake" or "stateless", for test messages.
+const char* nameOf(MCPEra era);
+
 // varnholt-mcp under a temporary home, as a host talks to it: started with
-// the home's environment, initialised on protocol revision 2025-06-18, then
-// asked one request at a time. Ends the server when it goes away.
+// the home's environment, initialised in the handshake era, then asked one
+// request at a time. Ends the server when it goes away.
 class MCPClientSession {
 public:
-    MCPClientSession(const TemporaryHome& home, const InvocationOptions& options);
+    MCPClientSession(const TemporaryHome& home, const InvocationOptions& options,
+                     MCPEra era = MCPEra::handshake);
 
     // The whole reply to one request; {"no reply": true} when none came
     // within the line process's timeout.
@@ -22,10 +31,18 @@ public:
     nlohmann::json call(const std::string& tool,
                         const nlohmann::json& arguments = nlohmann::json::object());
 
+    // The text of the one content of the resource at `uri`, after checking
+    // its URI and media type; a description of the reply when there is none.
+    std::string read(const std::string& uri);
+    // A request's params as JSON text from `members` (without braces), with
+    // the envelope in the stateless era.
+    std::string paramsText(const std::string& members) const;
+
     LineProcess& process() { return process_; }
 
 private:
     LineProcess process_;
+    MCPEra era_;
     int lastId_ = 0;
 };
 

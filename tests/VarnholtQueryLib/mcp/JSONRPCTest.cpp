@@ -9,27 +9,48 @@ namespace {
 
 using Kind = IncomingMessage::Kind;
 
-IncomingMessage classify(const char* text) { return classifyMessage(JSON::parse(text)); }
+IncomingMessage classify(const std::string& text, std::optional<std::string> idText = std::nullopt) {
+    return classifyMessage(JSON::parse(text), idText);
+}
+
+std::string pingWithId(const std::string& id) {
+    return R"({"jsonrpc":"2.0","id":)" + id + R"(,"method":"ping"})";
+}
 
 }  // namespace
 
 TEST(JSONRPCTest, RequestsKeepTheirIdAsGiven) {
     for (const char* id : {"1", "0", "-7", "18446744073709551615", "\"abc\"", "\"\"", "\"\\u00e9\""}) {
-        const std::string text = std::string(R"({"jsonrpc":"2.0","id":)") + id + R"(,"method":"ping"})";
-        const IncomingMessage message = classify(text.c_str());
+        const IncomingMessage message = classify(pingWithId(id));
         EXPECT_EQ(message.kind, Kind::request) << id;
-        EXPECT_EQ(message.id, JSON::parse(id)) << id;
+        EXPECT_EQ(message.id.value(), JSON::parse(id)) << id;
         EXPECT_EQ(message.method, "ping");
         EXPECT_FALSE(message.params.has_value());
     }
 }
 
-TEST(JSONRPCTest, UnusableIdsAreAnsweredWithNull) {
-    for (const char* id : {"null", "1.5", "1.0", "true", "{}", "[1]", "1e40"}) {
-        const std::string text = std::string(R"({"jsonrpc":"2.0","id":)") + id + R"(,"method":"ping"})";
-        const IncomingMessage message = classify(text.c_str());
+TEST(JSONRPCTest, IntegersInOtherFormsAreIdsEchoedAsWritten) {
+    for (const char* id : {"2.0", "1e2", "-3E0", "18446744073709551616", "123456789012345678901234567890"}) {
+        const IncomingMessage message = classify(pingWithId(id), id);
+        EXPECT_EQ(message.kind, Kind::request) << id;
+        EXPECT_EQ(message.id.wireText(), id);
+    }
+}
+
+TEST(JSONRPCTest, AFractionalIdIsRefusedButEchoed) {
+    for (const char* id : {"1.5", "-0.25", "1e-3"}) {
+        const IncomingMessage message = classify(pingWithId(id), id);
         EXPECT_EQ(message.kind, Kind::invalid) << id;
-        EXPECT_TRUE(message.id.is_null()) << id;
+        EXPECT_EQ(message.id.wireText(), id);
+        EXPECT_EQ(message.problem, "\"id\" must be a string or an integer");
+    }
+}
+
+TEST(JSONRPCTest, IdsThatCannotBeEchoedAreAnsweredWithNull) {
+    for (const char* id : {"null", "true", "{}", "[1]"}) {
+        const IncomingMessage message = classify(pingWithId(id));
+        EXPECT_EQ(message.kind, Kind::invalid) << id;
+        EXPECT_TRUE(message.id.isNull()) << id;
         EXPECT_EQ(message.problem, "\"id\" must be a string or an integer");
     }
 }
@@ -67,8 +88,9 @@ TEST(JSONRPCTest, MalformedMessagesSayWhy) {
 }
 
 TEST(JSONRPCTest, TheIdOfAMalformedRequestIsKeptWhenUsable) {
-    EXPECT_EQ(classify(R"({"jsonrpc":"1.0","id":"a","method":"ping"})").id, "a");
-    EXPECT_EQ(classify(R"({"jsonrpc":"2.0","id":3,"method":"x","params":1})").id, 3);
+    EXPECT_EQ(classify(R"({"jsonrpc":"1.0","id":"a","method":"ping"})").id.wireText(), "\"a\"");
+    EXPECT_EQ(classify(R"({"jsonrpc":"2.0","id":3,"method":"x","params":1})").id.wireText(), "3");
+    EXPECT_EQ(classify(R"({"jsonrpc":"1.0","id":1e2,"method":"ping"})", "1e2").id.wireText(), "1e2");
 }
 
 TEST(JSONRPCTest, ArrayParamsAreLeftToTheMethod) {
@@ -77,13 +99,30 @@ TEST(JSONRPCTest, ArrayParamsAreLeftToTheMethod) {
     EXPECT_EQ(message.params, JSON::parse("[1]"));
 }
 
-TEST(JSONRPCTest, ResponsesOnTheWire) {
-    EXPECT_EQ(encodeMessage(makeResultResponse("a/b", {{"x", "é\nz"}})),
+TEST(JSONRPCTest, RepliesOnTheWire) {
+    EXPECT_EQ(encodeReply(resultReply(RequestId(JSON("a/b")), {{"x", "é\nz"}})),
               R"({"id":"a/b","jsonrpc":"2.0","result":{"x":"é\nz"}})");
-    EXPECT_EQ(encodeMessage(makeErrorResponse(nullptr, ErrorCode::parseError, "Parse error")),
+    EXPECT_EQ(encodeReply(errorReply(RequestId(), ErrorCode::parseError, "Parse error")),
               R"({"error":{"code":-32700,"message":"Parse error"},"id":null,"jsonrpc":"2.0"})");
+    EXPECT_EQ(encodeReply(errorReply(RequestId::fromNumberText("1e2"), ErrorCode::unsupportedProtocolVersion,
+                                     "Unsupported protocol version", JSON{{"requested", "x"}})),
+              R"({"error":{"code":-32022,"data":{"requested":"x"},"message":"Unsupported protocol version"},"id":1e2,"jsonrpc":"2.0"})");
     EXPECT_EQ(static_cast<int>(ErrorCode::invalidRequest), -32600);
     EXPECT_EQ(static_cast<int>(ErrorCode::methodNotFound), -32601);
     EXPECT_EQ(static_cast<int>(ErrorCode::invalidParams), -32602);
     EXPECT_EQ(static_cast<int>(ErrorCode::internalError), -32603);
+    EXPECT_EQ(static_cast<int>(ErrorCode::resourceNotFound), -32002);
+    EXPECT_EQ(static_cast<int>(ErrorCode::missingRequiredClientCapability), -32021);
+}
+
+TEST(JSONRPCTest, RepliesReadAsAJSONObjectOfOursWould) {
+    // The hand-written form must equal what the JSON library writes for the
+    // same object, so that replies are the bytes they were before ids were kept.
+    for (const JSON& id : {JSON(7), JSON("x\"y"), JSON(-1), JSON(18446744073709551615ull)}) {
+        const JSON result = {{"b", 1}, {"a", {{"text", "é/\u0001"}}}};
+        EXPECT_EQ(encodeReply(resultReply(RequestId(id), result)),
+                  (JSON{{"jsonrpc", "2.0"}, {"id", id}, {"result", result}}).dump());
+        const Reply error = errorReply(RequestId(id), ErrorCode::invalidParams, "no", JSON{{"uri", "u"}});
+        EXPECT_EQ(encodeReply(error), (JSON{{"jsonrpc", "2.0"}, {"id", id}, {"error", error.error}}).dump());
+    }
 }

@@ -5,24 +5,15 @@
 #include <vector>
 
 #include "cli/BuildMetadata.h"
+#include "FakeDocumentSource.h"
+#include "RecordingToolExecutor.h"
+#include "mcp/ServerIdentity.h"
 #include "mcp/ToolCatalog.h"
 
 using namespace VarnholtQueryLib;
 using namespace VarnholtQueryLib::MCP;
 
 namespace {
-
-// Answers every call with a fixed document and remembers what it was asked.
-class RecordingToolExecutor final : public ToolExecutor {
-public:
-    ToolAnswer call(const std::string& name, const JSON& arguments) const override {
-        calls.push_back(name + " " + arguments.dump());
-        return answer;
-    }
-
-    mutable std::vector<std::string> calls;
-    ToolAnswer answer{JSON{{"ok", true}, {"path", "/a/b"}, {"n", 1.5}}, false};
-};
 
 std::string initializeLine(const std::string& revision, const std::string& id = "1") {
     return R"({"jsonrpc":"2.0","id":)" + id + R"(,"method":"initialize","params":{"protocolVersion":")" +
@@ -57,7 +48,8 @@ protected:
     }
 
     RecordingToolExecutor tools_;
-    MCPSession session_{tools_};
+    FakeDocumentSource documents_;
+    MCPSession session_{tools_, documents_};
 };
 
 }  // namespace
@@ -68,7 +60,8 @@ TEST_F(MCPSessionTest, InitializeAgreesOnTheClientsRevision) {
     EXPECT_EQ(reply["jsonrpc"], "2.0");
     const JSON& result = reply["result"];
     EXPECT_EQ(result["protocolVersion"], "2025-03-26");
-    EXPECT_EQ(result["capabilities"], JSON::parse(R"({"tools":{"listChanged":false}})"));
+    EXPECT_EQ(result["capabilities"], JSON::parse(R"({"tools":{"listChanged":false},"completions":{},
+        "prompts":{"listChanged":false},"resources":{"listChanged":false,"subscribe":false}})"));
     EXPECT_EQ(result["serverInfo"], (JSON{{"name", "varnholt-mcp"}, {"version", BuildMetadata::version}}));
     EXPECT_TRUE(result["instructions"].is_string());
     EXPECT_EQ(session_.revision(), ProtocolRevision::r2025_03_26);
@@ -117,6 +110,16 @@ TEST_F(MCPSessionTest, ToolsListFollowsTheRevision) {
     EXPECT_EQ(reply["result"], (JSON{{"tools", listTools(ProtocolRevision::r2025_06_18)}}));
     EXPECT_EQ(errorOf(send(R"({"jsonrpc":"2.0","id":3,"method":"tools/list","params":{"cursor":"next"}})")),
               "-32602 Invalid params: unknown cursor");
+    // A null cursor asks for the first page, like none at all.
+    EXPECT_EQ(send(R"({"jsonrpc":"2.0","id":3,"method":"tools/list","params":{"cursor":null}})")["result"],
+              reply["result"]);
+}
+
+TEST_F(MCPSessionTest, TheOldestRevisionHasNoCompletionsCapability) {
+    const JSON result = send(initializeLine("2024-11-05"))["result"];
+    EXPECT_FALSE(result["capabilities"].contains("completions"));
+    EXPECT_TRUE(result["capabilities"].contains("resources"));
+    EXPECT_FALSE(result["serverInfo"].contains("title"));
 }
 
 TEST_F(MCPSessionTest, AToolCallAnswersWithTheDocumentTwice) {
@@ -165,7 +168,8 @@ TEST_F(MCPSessionTest, ToolCallParamsAreChecked) {
 
 TEST_F(MCPSessionTest, UnknownMethodsAreNotFound) {
     initialize();
-    for (const char* method : {"resources/list", "prompts/list", "logging/setLevel", "completion/complete", ""}) {
+    for (const char* method : {"logging/setLevel", "resources/subscribe", "resources/unsubscribe", "tasks/list",
+                               "sampling/createMessage", ""}) {
         const JSON reply = send(std::string(R"({"jsonrpc":"2.0","id":"m","method":")") + method + "\"}");
         EXPECT_EQ(errorOf(reply), std::string("-32601 Method not found: ") + method);
         EXPECT_EQ(reply["id"], "m");
@@ -254,4 +258,184 @@ TEST_F(MCPSessionTest, AnUnwritableDocumentIsAnInternalError) {
     initialize();
     tools_.answer = {JSON{{"text", "\xff"}}, false};
     EXPECT_EQ(errorOf(call("{}")), "-32603 Internal error: Failed to serialize JSON");
+}
+
+TEST_F(MCPSessionTest, ABatchIsBounded) {
+    initialize("2025-03-26");
+    std::string batch = "[";
+    for (std::size_t i = 0; i <= MCPSession::kMaxBatchMessages; ++i) {
+        batch += (i ? "," : "") + std::string(R"({"jsonrpc":"2.0","id":)") + std::to_string(i) +
+                 R"(,"method":"tools/call","params":{"name":"status"}})";
+    }
+    const JSON refused = send(batch + "]");
+    EXPECT_EQ(errorOf(refused), "-32600 Invalid Request: a batch may hold at most 64 messages");
+    EXPECT_TRUE(refused["id"].is_null());
+    EXPECT_TRUE(tools_.calls.empty());
+}
+
+TEST_F(MCPSessionTest, ABatchStopsServingOnceItsRepliesAreTooLarge) {
+    initialize("2025-03-26");
+    // Each answer takes 9 MiB (as text only in this revision), so the first
+    // two pass the bound and the rest are refused unserved.
+    tools_.answer = {JSON{{"pad", std::string(9 * 1024 * 1024, 'x')}}, false};
+    std::string batch = "[";
+    for (int i = 0; i < 5; ++i) {
+        batch += (i ? "," : "") + std::string(R"({"jsonrpc":"2.0","id":)") + std::to_string(i) +
+                 R"(,"method":"tools/call","params":{"name":"status"}})";
+    }
+    const JSON replies = send(batch + R"(,{"jsonrpc":"2.0","method":"notifications/x"}])");
+    ASSERT_EQ(replies.size(), 5u);
+    EXPECT_EQ(tools_.calls.size(), 2u);
+    EXPECT_TRUE(replies[1].contains("result"));
+    for (int i = 2; i < 5; ++i) {
+        EXPECT_EQ(replies[i]["id"], i);
+        EXPECT_EQ(errorOf(replies[i]),
+                  "-32603 Internal error: the batch's replies passed 16777216 bytes; send this request again on its own");
+    }
+}
+
+TEST_F(MCPSessionTest, IntegerIdsInAnyFormAreAnsweredWithTheirBytes) {
+    initialize("2025-03-26");
+    for (const std::string id : {"2.0", "1e2", "18446744073709551616", "-123456789012345678901234567890"}) {
+        const auto reply = session_.replyTo(R"({"jsonrpc":"2.0","id":)" + id + R"(,"method":"ping"})");
+        ASSERT_TRUE(reply.has_value());
+        EXPECT_EQ(*reply, R"({"id":)" + id + R"(,"jsonrpc":"2.0","result":{}})");
+    }
+    const auto fractional = session_.replyTo(R"({"jsonrpc":"2.0","id":2.5,"method":"ping"})");
+    EXPECT_EQ(*fractional,
+              R"({"error":{"code":-32600,"message":"Invalid Request: \"id\" must be a string or an integer"},"id":2.5,"jsonrpc":"2.0"})");
+    const auto batch = session_.replyTo(
+        R"([{"jsonrpc":"2.0","id":1e2,"method":"ping"},{"jsonrpc":"2.0","id":7,"method":"ping"},{"jsonrpc":"2.0","id":3.0,"method":"ping"}])");
+    EXPECT_EQ(*batch, R"([{"id":1e2,"jsonrpc":"2.0","result":{}},{"id":7,"jsonrpc":"2.0","result":{}},{"id":3.0,"jsonrpc":"2.0","result":{}}])");
+}
+
+namespace {
+
+const std::string kEnvelope =
+    R"("_meta":{"io.modelcontextprotocol/protocolVersion":"2026-07-28","io.modelcontextprotocol/clientCapabilities":{}})";
+
+std::string statelessLine(const std::string& id, const std::string& method, const std::string& members = "") {
+    return R"({"jsonrpc":"2.0","id":)" + id + R"(,"method":")" + method + R"(","params":{)" + members +
+           (members.empty() ? "" : ",") + kEnvelope + "}}";
+}
+
+}  // namespace
+
+TEST_F(MCPSessionTest, AStatelessRequestNeedsNoInitialize) {
+    const JSON reply = send(statelessLine("1", "tools/call", R"("name":"search","arguments":{"keyword":"x"})"));
+    EXPECT_EQ(reply["result"]["structuredContent"], tools_.answer.document);
+    EXPECT_EQ(reply["result"]["resultType"], "complete");
+    EXPECT_EQ(tools_.calls, std::vector<std::string>{R"(search {"keyword":"x"})"});
+    EXPECT_FALSE(session_.revision().has_value());
+}
+
+TEST_F(MCPSessionTest, DiscoveryThenInitializeFallsBackToTheHandshake) {
+    EXPECT_TRUE(send(statelessLine("1", "server/discover")).contains("result"));
+    // A client that prefers a handshake revision may still start one.
+    const JSON reply = send(initializeLine("2025-06-18", "2"));
+    EXPECT_EQ(reply["result"]["protocolVersion"], "2025-06-18");
+    EXPECT_FALSE(reply["result"].contains("resultType"));
+}
+
+TEST_F(MCPSessionTest, AFailedDiscoveryLeavesInitializeOpen) {
+    EXPECT_EQ(errorOf(send(R"({"jsonrpc":"2.0","id":1,"method":"server/discover","params":{}})")),
+              "-32602 Invalid params: _meta must be an object");
+    EXPECT_EQ(errorOf(send(statelessLine("1", "tools/list").replace(statelessLine("1", "tools/list").find("2026-07-28"), 10,
+                                                                   "2099-01-01"))),
+              "-32022 Unsupported protocol version");
+    EXPECT_EQ(send(initializeLine("2025-11-25"))["result"]["protocolVersion"], "2025-11-25");
+}
+
+TEST_F(MCPSessionTest, AfterAStatelessRequestInitializeIsRefused) {
+    EXPECT_TRUE(send(statelessLine("1", "tools/list")).contains("result"));
+    const JSON refused = send(initializeLine("2025-06-18", "2"));
+    EXPECT_EQ(refused["error"], JSON::parse(R"({"code":-32022,"message":"Unsupported protocol version",
+        "data":{"supported":["2026-07-28"],"requested":"2025-06-18"}})"));
+    EXPECT_EQ(refused["id"], 2);
+    EXPECT_FALSE(session_.revision().has_value());
+    // With an envelope, initialize is a method the revision does not have.
+    EXPECT_EQ(errorOf(send(statelessLine("3", "initialize", R"("protocolVersion":"2025-06-18")"))),
+              "-32601 Method not found: initialize");
+    // Without a protocol version, still refused with what we serve.
+    EXPECT_EQ(send(R"({"jsonrpc":"2.0","id":4,"method":"initialize"})")["error"]["data"],
+              JSON::parse(R"({"supported":["2026-07-28"],"requested":null})"));
+}
+
+TEST_F(MCPSessionTest, BothErasOnOneLine) {
+    initialize("2025-03-26");
+    // The handshake session keeps its revision: text only, no resultType.
+    const JSON old = call("{}")["result"];
+    EXPECT_FALSE(old.contains("structuredContent"));
+    EXPECT_FALSE(old.contains("resultType"));
+    // A stateless request beside it is served on its own revision.
+    const JSON modern = send(statelessLine("\"m\"", "tools/call", R"("name":"status")"))["result"];
+    EXPECT_EQ(modern["structuredContent"], tools_.answer.document);
+    EXPECT_EQ(modern["resultType"], "complete");
+    EXPECT_EQ(modern["_meta"]["io.modelcontextprotocol/serverInfo"], serverInfo(ProtocolRevision::r2026_07_28));
+    // And the handshake session is none the wiser.
+    EXPECT_EQ(session_.revision(), ProtocolRevision::r2025_03_26);
+    EXPECT_FALSE(call("{}")["result"].contains("structuredContent"));
+    EXPECT_EQ(errorOf(send(R"({"jsonrpc":"2.0","id":5,"method":"ping","params":{)" + kEnvelope + "}}")),
+              "-32601 Method not found: ping");
+    EXPECT_EQ(send(R"({"jsonrpc":"2.0","id":6,"method":"ping"})")["result"], JSON::object());
+}
+
+TEST_F(MCPSessionTest, StatelessRequestsHoldNoState) {
+    // The same request gives the same reply whatever came before it.
+    const std::string read = statelessLine("1", "resources/read", R"("uri":"varnholt://status")");
+    const auto first = session_.replyTo(read);
+    send(initializeLine("2025-06-18", "2"));
+    send(statelessLine("3", "tools/call", R"("name":"status")"));
+    send(R"({"jsonrpc":"2.0","method":"notifications/initialized"})");
+    EXPECT_EQ(session_.replyTo(read), first);
+    MCPSession fresh(tools_, documents_);
+    EXPECT_EQ(fresh.replyTo(read), first);
+}
+
+TEST_F(MCPSessionTest, AStatelessRequestCannotBeBatched) {
+    initialize("2025-03-26");
+    const JSON replies = send("[" + statelessLine("1", "tools/list") + R"(,{"jsonrpc":"2.0","id":2,"method":"ping"}])");
+    ASSERT_EQ(replies.size(), 2u);
+    EXPECT_EQ(errorOf(replies[0]), "-32600 Invalid Request: a request with an envelope cannot be batched");
+    EXPECT_EQ(replies[0]["id"], 1);
+    EXPECT_EQ(replies[1]["result"], JSON::object());
+    // Outside a 2025-03-26 session no batch at all, envelope or not.
+    MCPSession fresh(tools_, documents_);
+    EXPECT_EQ(JSON::parse(*fresh.replyTo("[" + statelessLine("1", "tools/list") + "]"))["error"]["message"],
+              "Invalid Request: batches are not part of this protocol revision");
+}
+
+TEST_F(MCPSessionTest, StatelessIdsAreEchoedAsWritten) {
+    for (const std::string id : {"2.0", "1e2", "99999999999999999999", "\"x\""}) {
+        const auto reply = session_.replyTo(statelessLine(id, "resources/templates/list"));
+        ASSERT_TRUE(reply.has_value());
+        EXPECT_EQ(reply->substr(0, 6 + id.size() + 1), R"({"id":)" + id + ",") << *reply;
+    }
+    const auto refused = session_.replyTo(R"({"jsonrpc":"2.0","id":1e2,"method":"server/discover"})");
+    EXPECT_EQ(*refused,
+              R"({"error":{"code":-32602,"message":"Invalid params: params with _meta are required"},"id":1e2,"jsonrpc":"2.0"})");
+}
+
+TEST_F(MCPSessionTest, StatelessNotificationsAreNeverAnswered) {
+    EXPECT_TRUE(send(R"({"jsonrpc":"2.0","method":"notifications/cancelled","params":{"requestId":1,)" + kEnvelope + "}}")
+                    .is_null());
+    EXPECT_TRUE(send(R"({"jsonrpc":"2.0","method":"server/discover"})").is_null());
+}
+
+TEST_F(MCPSessionTest, JSONRPCErrorsAreTheSameForStatelessMessages) {
+    EXPECT_EQ(errorOf(send(R"({"jsonrpc":"1.0","id":1,"method":"tools/list","params":{)" + kEnvelope + "}}")),
+              "-32600 Invalid Request: \"jsonrpc\" must be \"2.0\"");
+    EXPECT_EQ(errorOf(send(R"({"jsonrpc":"2.0","id":true,"method":"tools/list","params":{)" + kEnvelope + "}}")),
+              "-32600 Invalid Request: \"id\" must be a string or an integer");
+    EXPECT_EQ(errorOf(send(statelessLine("1", "tools/list").substr(1))), "-32700 Parse error: the line is not a JSON text");
+    // None of these had a valid envelope, so initialize is still open.
+    EXPECT_EQ(session_.replyTo(initializeLine("2025-06-18")).value_or("").find("-32022"), std::string::npos);
+}
+
+TEST_F(MCPSessionTest, AStatelessRequestThatFailsStillCommitsTheLine) {
+    // Its envelope was valid: the client speaks the stateless revision.
+    EXPECT_EQ(errorOf(send(statelessLine("2", "tools/call", R"("name":"frobnicate")"))),
+              "-32602 Invalid params: Unknown tool: frobnicate");
+    EXPECT_EQ(errorOf(send(initializeLine("2025-06-18"))), "-32022 Unsupported protocol version");
+    EXPECT_TRUE(tools_.calls.empty());
 }

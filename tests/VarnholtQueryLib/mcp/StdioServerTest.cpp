@@ -5,6 +5,7 @@
 #include <sstream>
 #include <streambuf>
 
+#include "FakeDocumentSource.h"
 #include "mcp/MCPSession.h"
 
 using namespace VarnholtQueryLib;
@@ -36,7 +37,7 @@ protected:
     std::vector<std::string> serve(const std::string& input) {
         std::istringstream in(input);
         std::ostringstream out;
-        MCPSession session(tools_);
+        MCPSession session(tools_, documents_);
         status_ = serveStdio(in, out, diagnostics_, session);
         std::vector<std::string> lines;
         std::istringstream written(out.str());
@@ -46,6 +47,7 @@ protected:
     }
 
     EchoToolExecutor tools_;
+    FakeDocumentSource documents_;
     std::ostringstream diagnostics_;
     int status_ = -1;
 };
@@ -90,6 +92,22 @@ TEST_F(StdioServerTest, ALineOfExactlyTheLimitIsRead) {
     EXPECT_EQ(serve(line + "\n"), std::vector<std::string>{kPingReply});
 }
 
+TEST_F(StdioServerTest, TheCarriageReturnOfACRLFEndingDoesNotCount) {
+    std::string line = R"({"jsonrpc":"2.0","id":2,"method":"ping","params":{"pad":")";
+    const std::string end = "\"}}";
+    line += std::string(MCPSession::kMaxMessageBytes - line.size() - end.size(), 'x') + end;
+    EXPECT_EQ(serve(line + "\r\n" + line + "\r"), (std::vector<std::string>{kPingReply, kPingReply}));
+    // One byte more is too long, with either ending.
+    EXPECT_EQ(JSON::parse(serve("x" + line + "\r").at(0))["error"]["code"], -32600);
+    for (const std::string ending : {"\r\n", "\n"}) {
+        const auto lines = serve("x" + line + ending + kPing + "\n");
+        ASSERT_EQ(lines.size(), 2u);
+        EXPECT_EQ(JSON::parse(lines[0])["error"]["message"],
+                  "Invalid Request: a message may be at most 4194304 bytes");
+        EXPECT_EQ(lines[1], kPingReply);
+    }
+}
+
 TEST_F(StdioServerTest, AToolAnswerStaysOnOneLine) {
     const std::string call =
         R"({"jsonrpc":"2.0","id":5,"method":"tools/call","params":{"name":"search","arguments":{"keyword":"a\nb"}}})";
@@ -102,7 +120,7 @@ TEST_F(StdioServerTest, AClosedOutputStopsTheServer) {
     std::istringstream in(kPing + "\n" + kPing + "\n");
     ClosedOutput closed;
     std::ostream out(&closed);
-    MCPSession session(tools_);
+    MCPSession session(tools_, documents_);
     EXPECT_EQ(serveStdio(in, out, diagnostics_, session), 1);
     EXPECT_EQ(diagnostics_.str(), "varnholt-mcp: cannot write to standard output; stopping.\n");
 }

@@ -1,6 +1,7 @@
 #include "platform/SystemPlatform.h"
 
 #include <gtest/gtest.h>
+#include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -81,4 +82,37 @@ TEST_F(SystemFileSystemTest, AttributesSayWhetherItIsARegularFile) {
     std::filesystem::create_directory(directory.file("logs"));
     EXPECT_FALSE(files.attributes(directory.file("logs"))->isRegularFile);
     EXPECT_FALSE(files.attributes(directory.file("missing")).has_value());
+}
+
+namespace {
+
+// What a child of `processes` writes to standard error while it runs: our
+// descriptor 2 points at a file for the duration, as a host's pipe would.
+std::string childErrorsReachingUs(const SystemProcess& processes, ProcessOutput& output) {
+    TemporaryDirectory directory;
+    const std::string path = directory.file("stderr");
+    const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    const int saved = ::dup(STDERR_FILENO);
+    ::dup2(file, STDERR_FILENO);
+    output = processes.run("/bin/sh", {"-c", "echo out; echo 'tail: cannot open' >&2"});
+    ::dup2(saved, STDERR_FILENO);
+    ::close(saved);
+    ::close(file);
+    std::ifstream written(path);
+    return std::string(std::istreambuf_iterator<char>(written), {});
+}
+
+}  // namespace
+
+TEST(SystemProcessTest, AChildsErrorsAreInheritedByDefault) {
+    ProcessOutput output;
+    EXPECT_EQ(childErrorsReachingUs(SystemProcess(), output), "tail: cannot open\n");
+    EXPECT_EQ(output.standardOutput, "out\n");
+}
+
+TEST(SystemProcessTest, AServerDiscardsItsChildrensErrors) {
+    ProcessOutput output;
+    EXPECT_EQ(childErrorsReachingUs(SystemProcess(ChildErrors::discard), output), "");
+    EXPECT_TRUE(output.launched);
+    EXPECT_EQ(output.standardOutput, "out\n");
 }

@@ -1,0 +1,58 @@
+#include "mcp/HandshakeSession.h"
+
+#include "mcp/MethodTable.h"
+#include "mcp/ServerIdentity.h"
+
+namespace VarnholtQueryLib::MCP {
+
+namespace {
+
+Reply invalidRequest(const RequestId& id, const std::string& why) {
+    return errorReply(id, ErrorCode::invalidRequest, "Invalid Request: " + why);
+}
+
+Reply invalidParams(const RequestId& id, const std::string& why) {
+    return errorReply(id, ErrorCode::invalidParams, "Invalid params: " + why);
+}
+
+}  // namespace
+
+Reply HandshakeSession::serve(const IncomingMessage& request, bool inBatch) {
+    const RequestId& id = request.id;
+    const std::string& method = request.method;
+    const MethodEntry* entry = findMethod(method);
+    const bool known = method == "initialize" || method == "ping" || (entry && entry->handshakeEra);
+    if (!known) return errorReply(id, ErrorCode::methodNotFound, "Method not found: " + method);
+    // An absent params member means "no params", which every method here
+    // accepts as an empty object.
+    const JSON params = request.params ? *request.params : JSON::object();
+    if (!params.is_object()) return invalidParams(id, "params must be an object");
+
+    if (method == "ping") return resultReply(id, JSON::object());
+    if (method == "initialize") return initialize(id, params, inBatch);
+    if (!revision_) return invalidRequest(id, "the session is not initialized; send initialize first");
+    return replyFor(id, runMethod(*entry, services_, params, *revision_));
+}
+
+Reply HandshakeSession::initialize(const RequestId& id, const JSON& params, bool inBatch) {
+    if (inBatch) return invalidRequest(id, "initialize must not be part of a batch");
+    if (revision_) return invalidRequest(id, "the session is already initialized");
+    if (!params.contains("protocolVersion") || !params["protocolVersion"].is_string()) {
+        return invalidParams(id, "protocolVersion must be a string");
+    }
+    if (!params.contains("capabilities") || !params["capabilities"].is_object()) {
+        return invalidParams(id, "capabilities must be an object");
+    }
+    if (!params.contains("clientInfo") || !isImplementation(params["clientInfo"])) {
+        return invalidParams(id, "clientInfo must be an object with a name and a version");
+    }
+    revision_ = negotiateRevision(params["protocolVersion"].get<std::string>());
+    return resultReply(id, {
+                               {"protocolVersion", revisionName(*revision_)},
+                               {"capabilities", serverCapabilities(*revision_)},
+                               {"serverInfo", serverInfo(*revision_)},
+                               {"instructions", serverInstructions()},
+                           });
+}
+
+}  // namespace VarnholtQueryLib::MCP

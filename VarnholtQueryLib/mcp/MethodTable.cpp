@@ -1,0 +1,86 @@
+#include "mcp/MethodTable.h"
+
+#include <array>
+#include <exception>
+
+#include "mcp/ServerIdentity.h"
+
+namespace VarnholtQueryLib::MCP {
+
+namespace {
+
+// The lists change only with the program, which a host restarts to update.
+constexpr CachePolicy kProgramLifetime{3600000, "public"};
+// A resource is the user's own data, read anew from the database each time.
+constexpr CachePolicy kUserData{0, "private"};
+
+const std::array<MethodEntry, 9> kMethods = {{
+    {"server/discover", false, true, discoverServer, kProgramLifetime},
+    {"tools/list", true, true, listToolsMethod, kProgramLifetime},
+    {"tools/call", true, true, callToolMethod, std::nullopt},
+    {"resources/list", true, true, listResourcesMethod, kProgramLifetime},
+    {"resources/templates/list", true, true, listResourceTemplatesMethod, kProgramLifetime},
+    {"resources/read", true, true, readResourceMethod, kUserData},
+    {"prompts/list", true, true, listPromptsMethod, kProgramLifetime},
+    {"prompts/get", true, true, getPromptMethod, std::nullopt},
+    {"completion/complete", true, true, completeMethod, std::nullopt},
+}};
+
+}  // namespace
+
+MethodOutcome MethodOutcome::success(JSON result) {
+    MethodOutcome outcome;
+    outcome.result = std::move(result);
+    return outcome;
+}
+
+MethodOutcome MethodOutcome::failure(ErrorCode code, std::string message,
+                                     std::optional<JSON> data) {
+    MethodOutcome outcome;
+    outcome.code = code;
+    outcome.message = std::move(message);
+    outcome.data = std::move(data);
+    return outcome;
+}
+
+MethodOutcome MethodOutcome::invalidParams(const std::string& why) {
+    return failure(ErrorCode::invalidParams, "Invalid params: " + why);
+}
+
+const MethodEntry* findMethod(const std::string& method) {
+    for (const MethodEntry& entry : kMethods) {
+        if (method == entry.name) return &entry;
+    }
+    return nullptr;
+}
+
+MethodOutcome runMethod(const MethodEntry& entry, const ServerServices& services,
+                        const JSON& params, ProtocolRevision revision) {
+    try {
+        return entry.handler(services, params, revision);
+    } catch (const std::exception& error) {
+        return MethodOutcome::failure(ErrorCode::internalError,
+                                      std::string("Internal error: ") + error.what());
+    }
+}
+
+Reply replyFor(const RequestId& id, MethodOutcome outcome) {
+    if (outcome.result) return resultReply(id, std::move(*outcome.result));
+    return errorReply(id, outcome.code, outcome.message, std::move(outcome.data));
+}
+
+std::optional<MethodOutcome> refuseForeignCursor(const JSON& params) {
+    const auto cursor = params.find("cursor");
+    if (cursor == params.end() || cursor->is_null()) return std::nullopt;
+    return MethodOutcome::invalidParams("unknown cursor");
+}
+
+MethodOutcome discoverServer(const ServerServices&, const JSON&, ProtocolRevision revision) {
+    return MethodOutcome::success({
+        {"supportedVersions", servedRevisionNames()},
+        {"capabilities", serverCapabilities(revision)},
+        {"instructions", serverInstructions()},
+    });
+}
+
+}  // namespace VarnholtQueryLib::MCP

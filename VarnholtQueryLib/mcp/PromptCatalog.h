@@ -1,0 +1,60 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "mcp/DocumentSource.h"
+#include "mcp/ProtocolRevision.h"
+
+namespace VarnholtQueryLib::MCP {
+
+// The questions people bring to a work memory, as prompts a host offers its
+// user. Each returns messages that embed the documents varnholt-query prints
+// for the equivalent commands, read when the prompt is fetched:
+//
+//   stand-up                  yesterday's and today's summaries, embedded as the
+//                             resources varnholt://summary/day/YESTERDAY and
+//                             varnholt://summary/today
+//   timesheet {week_start?}   the summary of the seven days from week_start
+//                             (default: this week's first day), embedded as
+//                             varnholt://summary/week/WEEK_START
+//   what-was-i-doing {time}   the timeline of the hour around `time`:
+//                             varnholt-query range --from T-30m --to T+30m
+//                             (both ends in UTC, whole seconds)
+
+struct PromptArgumentDefinition {
+    std::string name;
+    std::string description;
+    bool required = false;
+    // Whether completion offers the recent days with activity for it.
+    bool completesWithActiveDays = false;
+};
+
+// The text arguments of one prompts/get, checked against the definition.
+using PromptArguments = std::map<std::string, std::string>;
+
+// A prompt's messages, or why its arguments cannot be used.
+using PromptMessages = std::variant<JSON, std::string>;
+
+struct PromptDefinition {
+    std::string name;
+    std::string title;
+    std::string description;
+    std::vector<PromptArgumentDefinition> arguments;
+    // The "messages" array; every required argument is present and no other
+    // than the defined ones.
+    PromptMessages (*build)(const DocumentSource& documents, const PromptArguments& arguments);
+};
+
+// The prompts in the order prompts/list shows them.
+const std::vector<PromptDefinition>& promptCatalog();
+// The prompt named `name`, or null.
+const PromptDefinition* findPrompt(const std::string& name);
+
+// The entry of a prompts/list result for `prompt` on `revision` (a title from
+// 2025-06-18 on).
+JSON describePrompt(const PromptDefinition& prompt, ProtocolRevision revision);
+
+}  // namespace VarnholtQueryLib::MCP

@@ -1,0 +1,38 @@
+// tools/list and tools/call, the same in both eras but for the shape each
+// revision gives a tool and its result.
+
+#include "mcp/DocumentContent.h"
+#include "mcp/MethodTable.h"
+#include "mcp/ToolCatalog.h"
+
+namespace VarnholtQueryLib::MCP {
+
+MethodOutcome listToolsMethod(const ServerServices&, const JSON& params,
+                              ProtocolRevision revision) {
+    if (auto refused = refuseForeignCursor(params)) return *refused;
+    return MethodOutcome::success({{"tools", listTools(revision)}});
+}
+
+MethodOutcome callToolMethod(const ServerServices& services, const JSON& params,
+                             ProtocolRevision revision) {
+    if (!params.contains("name") || !params["name"].is_string()) {
+        return MethodOutcome::invalidParams("name must be a string");
+    }
+    const std::string name = params["name"].get<std::string>();
+    if (!findTool(name)) return MethodOutcome::invalidParams("Unknown tool: " + name);
+    const JSON arguments = params.contains("arguments") && !params["arguments"].is_null()
+                               ? params["arguments"]
+                               : JSON::object();
+    if (!arguments.is_object()) return MethodOutcome::invalidParams("arguments must be an object");
+
+    // A tool that fails is not a protocol error: its error envelope is the
+    // result, with isError true.
+    auto result = toolCallResult(services.tools.call(name, arguments), revision);
+    if (!result) {
+        return MethodOutcome::failure(ErrorCode::internalError,
+                                      "Internal error: Failed to serialize JSON");
+    }
+    return MethodOutcome::success(std::move(*result));
+}
+
+}  // namespace VarnholtQueryLib::MCP

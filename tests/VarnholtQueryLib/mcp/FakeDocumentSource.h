@@ -1,0 +1,60 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "cli/CLIError.h"
+#include "mcp/DocumentSource.h"
+#include "platform/LocalCalendar.h"
+
+namespace VarnholtQueryLib::MCP {
+
+// Answers every recipe in Berlin at a fixed instant without a database: the
+// document is {"command": <what the recipe built>}, so a test sees which
+// command a resource or prompt stands for. Remembers what it was asked.
+class FakeDocumentSource final : public DocumentSource {
+public:
+    // Wednesday 1 April 2026, 12:00 in Berlin.
+    static constexpr double kNow = 1775037600;
+
+    ToolAnswer answer(const CommandRecipe& recipe) const override {
+        const LocalCalendar calendar("Europe/Berlin", "de_DE");
+        try {
+            const Command command = recipe(calendar, kNow);
+            commands.push_back(command);
+            return {JSON{{"command", describe(command)}}, false};
+        } catch (const CLIError& error) {
+            return {JSON{{"error", error.message()}}, true};
+        }
+    }
+    std::vector<std::string> activeDays(std::size_t count) const override {
+        askedDays.push_back(count);
+        std::vector<std::string> days = active;
+        if (days.size() > count) days.resize(count);
+        return days;
+    }
+    LocalDays localDays() const override { return {"2026-04-01", "2026-03-31", "2026-03-30"}; }
+
+    // A readable form of the commands the resources and prompts build.
+    static std::string describe(const Command& command) {
+        if (std::holds_alternative<Command::Status>(command.value)) return "status";
+        if (const auto* recent = std::get_if<Command::Recent>(&command.value)) {
+            if (recent->preset && *recent->preset != "range") return *recent->preset;
+            return "range " + recent->rangeFrom.value_or("-") + " " + recent->rangeTo.value_or("-");
+        }
+        if (const auto* summary = std::get_if<Command::Summary>(&command.value)) {
+            std::string text = "summary";
+            if (summary->preset && *summary->preset != "range") text += " " + *summary->preset;
+            if (summary->rangeFrom) text += " " + *summary->rangeFrom + " " + summary->rangeTo.value_or("-");
+            if (summary->maxChars) text += " max " + std::to_string(*summary->maxChars);
+            return text;
+        }
+        return "other";
+    }
+
+    std::vector<std::string> active = {"2026-04-01", "2026-03-31", "2026-03-27"};
+    mutable std::vector<Command> commands;
+    mutable std::vector<std::size_t> askedDays;
+};
+
+}  // namespace VarnholtQueryLib::MCP

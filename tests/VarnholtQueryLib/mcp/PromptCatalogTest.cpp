@@ -1,0 +1,79 @@
+#include "mcp/PromptCatalog.h"
+
+#include <gtest/gtest.h>
+
+#include "FakeDocumentSource.h"
+
+using namespace VarnholtQueryLib;
+using namespace VarnholtQueryLib::MCP;
+
+namespace {
+
+JSON messagesOf(const std::string& prompt, const PromptArguments& arguments, const FakeDocumentSource& documents) {
+    const PromptMessages built = findPrompt(prompt)->build(documents, arguments);
+    if (const auto* problem = std::get_if<std::string>(&built)) return *problem;
+    return std::get<JSON>(built);
+}
+
+}  // namespace
+
+TEST(PromptCatalogTest, WhatWasIDoingShowsTheHourAroundTheTime) {
+    const FakeDocumentSource documents;
+    // 11:10 in Berlin (summer time) is 09:10 UTC.
+    const JSON messages = messagesOf("what-was-i-doing", {{"time", "2026-04-01T11:10:00"}}, documents);
+    ASSERT_EQ(messages.size(), 2u);
+    EXPECT_EQ(messages[0]["role"], "user");
+    EXPECT_NE(messages[0]["content"]["text"].get<std::string>().find("around 2026-04-01T11:10:00"), std::string::npos);
+    EXPECT_EQ(messages[1]["content"],
+              (JSON{{"type", "text"}, {"text", "{\n  \"command\" : \"range 2026-04-01T08:40:00Z 2026-04-01T09:40:00Z\"\n}\n"}}));
+    EXPECT_EQ(messagesOf("what-was-i-doing", {{"time", "2026-04-01T09:10:00Z"}}, documents)[1]["content"]["text"],
+              "{\n  \"command\" : \"range 2026-04-01T08:40:00Z 2026-04-01T09:40:00Z\"\n}\n");
+}
+
+TEST(PromptCatalogTest, AStandUpEmbedsYesterdaysAndTodaysSummaries) {
+    const FakeDocumentSource documents;
+    const JSON messages = messagesOf("stand-up", {}, documents);
+    ASSERT_EQ(messages.size(), 3u);
+    EXPECT_NE(messages[0]["content"]["text"].get<std::string>().find("yesterday (2026-03-31)"), std::string::npos);
+    EXPECT_EQ(messages[1]["content"], JSON::parse(R"({"type":"resource","resource":{"uri":"varnholt://summary/day/2026-03-31",
+        "mimeType":"application/json","text":"{\n  \"command\" : \"summary 2026-03-31 2026-03-31 max 24000\"\n}\n"}})"));
+    EXPECT_EQ(messages[2]["content"]["resource"]["uri"], "varnholt://summary/today");
+    EXPECT_EQ(messages[2]["content"]["resource"]["text"], "{\n  \"command\" : \"summary today max 24000\"\n}\n");
+}
+
+TEST(PromptCatalogTest, ATimesheetCoversSevenDaysFromItsStart) {
+    const FakeDocumentSource documents;
+    const JSON given = messagesOf("timesheet", {{"week_start", "2026-03-23"}}, documents);
+    ASSERT_EQ(given.size(), 2u);
+    EXPECT_NE(given[0]["content"]["text"].get<std::string>().find("from 2026-03-23 to 2026-03-29"), std::string::npos);
+    EXPECT_EQ(given[1]["content"]["resource"]["uri"], "varnholt://summary/week/2026-03-23");
+    EXPECT_EQ(given[1]["content"]["resource"]["text"], "{\n  \"command\" : \"summary 2026-03-23 2026-03-29 max 24000\"\n}\n");
+    // Without a start, this week's first day.
+    EXPECT_EQ(messagesOf("timesheet", {}, documents)[1]["content"]["resource"]["uri"], "varnholt://summary/week/2026-03-30");
+    EXPECT_EQ(messagesOf("timesheet", {{"week_start", "30.03.2026"}}, documents),
+              "week_start must be a local date of the form yyyy-MM-dd");
+    EXPECT_TRUE(findPrompt("timesheet")->arguments.at(0).completesWithActiveDays);
+}
+
+TEST(PromptCatalogTest, ATimeThatCannotBeReadIsTheClientsMistake) {
+    const FakeDocumentSource documents;
+    for (const char* time : {"noon", "2026-04-01 11:10", ""}) {
+        EXPECT_EQ(messagesOf("what-was-i-doing", {{"time", time}}, documents),
+                  "time must be an ISO 8601 date-time with zone, a local yyyy-MM-ddTHH:mm:ss, or a local yyyy-MM-dd")
+            << time;
+    }
+    EXPECT_TRUE(documents.commands.empty());
+}
+
+TEST(PromptCatalogTest, TitlesOnlyWhereTheRevisionHasThem) {
+    for (const auto& prompt : promptCatalog()) {
+        EXPECT_EQ(findPrompt(prompt.name), &prompt);
+        const JSON old = describePrompt(prompt, ProtocolRevision::r2025_03_26);
+        EXPECT_FALSE(old.contains("title"));
+        const JSON current = describePrompt(prompt, ProtocolRevision::r2026_07_28);
+        EXPECT_EQ(current["title"], prompt.title);
+        EXPECT_EQ(current["name"], prompt.name);
+        EXPECT_EQ(current["arguments"].size(), prompt.arguments.size());
+    }
+    EXPECT_EQ(findPrompt("stand-up!"), nullptr);
+}
