@@ -1,9 +1,8 @@
 #include <stdexcept>
 
+#include "cli/AnswerSnapshot.h"
 #include "cli/CommandRunners.h"
 #include "cli/Overloaded.h"
-#include "ReadSnapshot.h"
-#include "SQLiteReadConnection.h"
 #include "status/StatusData.h"
 
 namespace VarnholtQueryLib {
@@ -13,30 +12,6 @@ bool needsDatabase(const Command& command) {
            !std::holds_alternative<Command::Version>(command.value) &&
            !std::holds_alternative<Command::Top>(command.value);
 }
-
-namespace {
-
-// The database as one answer reads it: a query-only connection of its own,
-// opened before the command's runner starts, so that a missing, locked or too
-// old database is reported the same way for every command, and closed when
-// the answer is built, so that a recorder restart between two answers is
-// harmless. In between, one read transaction: every statement of the answer
-// sees the state the first of them found. Answers take several statements
-// (the descriptions and the status block of a support context, the newest
-// day and its timeline), and the recorder commits between any two of them.
-class AnswerSnapshot {
-public:
-    explicit AnswerSnapshot(const std::string& homeDirectory)
-        : connection_(VarnholtSQLiteSupport::SQLiteReadConnection::pathBelow(homeDirectory)),
-          snapshot_(connection_.handle()) {}
-    VarnholtSQLiteSupport::SQLiteReadConnection& connection() { return connection_; }
-
-private:
-    VarnholtSQLiteSupport::SQLiteReadConnection connection_;
-    const VarnholtSQLiteSupport::ReadSnapshot snapshot_;
-};
-
-}  // namespace
 
 JSON answerFromDatabase(const Command& command, const CommandEnvironment& environment) {
     if (!needsDatabase(command)) throw std::logic_error("This command does not read the database.");

@@ -2,8 +2,8 @@
 
 #include <exception>
 
+#include "cli/ActiveDays.h"
 #include "cli/CLIError.h"
-#include "cli/CommandBuilders.h"
 #include "cli/CommandRunners.h"
 #include "mcp/CalendarDate.h"
 #include "platform/LocalCalendar.h"
@@ -17,10 +17,24 @@ namespace {
 // How far back a search for days with activity looks: two months.
 constexpr int kActiveDaysLookBack = 62;
 
-// The timeline of the local day `day`, one moment of it: whether there is
-// any is all that is asked.
-Command::Recent oneDayTimeline(const std::string& day) {
-    return timelineRangeCommand(day, day, true, 1);
+// Runs `read` with what one run of varnholt-query would have: the real
+// clock, files and children, the user's home, zone and locale, read afresh.
+template <typename Read>
+auto withCommandEnvironment(const SystemClock& clock, const Read& read) {
+    const SystemFileSystem fileSystem;
+    // The host may pipe our standard error and never read it; a child
+    // blocked on that full pipe would stall the answer forever.
+    const SystemProcess processes(ChildErrors::discard);
+    const SystemSleep sleeper;
+    // Standard output is the protocol's; no command may take it for a
+    // terminal, so status answers as JSON.
+    const Platform platform{clock,      fileSystem,
+                            processes,  sleeper,
+                            userHomeDirectory(),
+                            false};
+    const LocalCalendar calendar = LocalCalendar::current();
+    const CommandEnvironment environment{platform, calendar};
+    return read(environment);
 }
 
 }  // namespace
@@ -28,20 +42,10 @@ Command::Recent oneDayTimeline(const std::string& day) {
 ToolAnswer DatabaseDocuments::answer(const CommandRecipe& recipe) const {
     const SystemClock clock;
     try {
-        const SystemFileSystem fileSystem;
-        // The host may pipe our standard error and never read it; a child
-        // blocked on that full pipe would stall the answer forever.
-        const SystemProcess processes(ChildErrors::discard);
-        const SystemSleep sleeper;
-        // Standard output is the protocol's; no command may take it for a
-        // terminal, so status answers as JSON.
-        const Platform platform{clock,      fileSystem,
-                                processes,  sleeper,
-                                userHomeDirectory(),
-                                false};
-        const LocalCalendar calendar = LocalCalendar::current();
-        const CommandEnvironment environment{platform, calendar};
-        return {answerFromDatabase(recipe(calendar, clock.now()), environment), false};
+        return withCommandEnvironment(clock, [&](const CommandEnvironment& environment) {
+            return ToolAnswer{
+                answerFromDatabase(recipe(environment.calendar, clock.now()), environment), false};
+        });
     } catch (...) {
         const CLIError error = describeFailure(std::current_exception());
         return {makeErrorEnvelope(error.code(), error.message(), clock.now()), true};
@@ -49,27 +53,24 @@ ToolAnswer DatabaseDocuments::answer(const CommandRecipe& recipe) const {
 }
 
 std::vector<std::string> DatabaseDocuments::activeDays(std::size_t count) const {
-    // A day has activity when its timeline has a moment; asking day by day
-    // keeps each answer to one day's rows, where one range over all of them
-    // would keep only the newest observations of a busy fortnight. Days
-    // without observations cost an index look-up each.
-    std::vector<std::string> days;
+    // Day by day, newest first: one range over all of them would keep only
+    // the newest observations of a busy fortnight. Days without
+    // observations cost an index look-up each.
     const auto today = CalendarDate::parse(localDays().today);
-    if (!today) return days;
-    for (int back = 0; back < kActiveDaysLookBack && days.size() < count; ++back) {
-        const std::string day = today->plusDays(-back).text();
-        const ToolAnswer answer = this->answer([&](const LocalCalendar&, double) {
-            return Command{oneDayTimeline(day)};
-        });
-        // No database, or one we cannot read: nothing to offer.
-        if (answer.isError) return {};
-        const JSON& meta = answer.document["meta"];
-        if (meta.contains("total_moments") && meta["total_moments"].is_number() &&
-            meta["total_moments"].get<double>() > 0) {
-            days.push_back(day);
-        }
+    if (!today) return {};
+    std::vector<std::string> candidates;
+    for (int back = 0; back < kActiveDaysLookBack; ++back) {
+        candidates.push_back(today->plusDays(-back).text());
     }
-    return days;
+    const SystemClock clock;
+    try {
+        return withCommandEnvironment(clock, [&](const CommandEnvironment& environment) {
+            return daysWithActivity(candidates, count, environment);
+        });
+    } catch (...) {
+        // No database, or one we cannot read: nothing to offer.
+        return {};
+    }
 }
 
 LocalDays DatabaseDocuments::localDays() const {
