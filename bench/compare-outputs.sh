@@ -18,7 +18,8 @@
 # Every command runs under a home of its own through nss_wrapper, with
 # TZ=UTC, LANG=en_US.UTF-8 and the frozen clock, as the benchmark runs them.
 # The version line names the build's commit and is expected to differ; it is
-# not compared. Databases are only read (the generated ones live in a
+# not compared. A build older than a command (summary) differs on it, as on
+# the help texts that list it. Databases are only read (the generated ones live in a
 # temporary directory that is removed at the end). Exits 1 when any output
 # differs, listing each difference.
 set -euo pipefail
@@ -94,6 +95,9 @@ commands=(
     "entities" "entities --since 1w" "entities --since 1w --kind app" "entities --kind App"
     "entities --since 1d --limit 3" "entities --since 400d --limit 500" "entities --kind nothing"
     "status --json" "status" "support-context"
+    "summary" "summary yesterday" "summary this-week" "summary last-active-day"
+    "summary --since 30d --idle 10m" "summary --from 2026-03-25 --to 2026-03-31 --kind app --limit 3"
+    "summary --from 2025-04-02 --to 2026-04-01 --max-chars 3000" "summary --max-chars 100"
     "help" "--help --json" "range --from 2026-04-02 --to 2026-04-01" "recent --since 0h"
 )
 
