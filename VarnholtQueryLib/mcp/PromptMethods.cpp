@@ -16,7 +16,9 @@ std::variant<PromptArguments, std::string> checkedArguments(const PromptDefiniti
     const auto given = params.find("arguments");
     if (given != params.end() && !given->is_null()) {
         if (!given->is_object()) return std::string("arguments must be an object");
-        for (const auto& [name, value] : given->items()) {
+        for (const auto& item : given->items()) {
+            const std::string& name = item.key();
+            const JSON& value = item.value();
             const bool known = std::any_of(prompt.arguments.begin(), prompt.arguments.end(),
                                            [&](const auto& a) { return a.name == name; });
             if (!known) return "Unknown argument '" + name + "' of prompt " + prompt.name;

@@ -47,10 +47,10 @@ protected:
     }
 
     VarnholtTestSupport::TemporaryDirectory home_;
-    const SystemClock clock_;
-    const SystemFileSystem files_;
-    const SystemProcess processes_;
-    const SystemSleep sleeper_;
+    SystemClock clock_;
+    SystemFileSystem files_;
+    SystemProcess processes_;
+    SystemSleep sleeper_;
     const LocalCalendar calendar_{"UTC", "en_US"};
 };
 
