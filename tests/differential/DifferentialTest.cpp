@@ -103,24 +103,13 @@ public:
     }
 
     void compareTimeline() {
-        for (const auto& window : some(windows(), 5)) {
-            // Copies with names: Clang before 16 cannot capture a
-            // structured binding in a lambda.
-            const double from = window.first;
-            const double to = window.second;
+        // Everything as the commands ask it, so that a database with more
+        // rows than the commands keep is always cut by the limit once.
+        compareTimelineWindow(shape_.start - 2e9, shape_.end + 2e9, kTimelineLimit);
+        for (const auto& [from, to] : some(windows(), 5)) {
             // The commands always ask for 5000; other limits cut elsewhere.
-            for (std::int64_t limit : some(std::vector<std::int64_t>{5000, 5000, 1, 37, 0, -1}, 1)) {
-                compare("timeline " + exact(from) + ".." + exact(to) + " limit " + std::to_string(limit),
-                        SQLiteObservationTimeline::kStatement, true, [&](const IndexCatalogue& indexes) {
-                            SQLiteObservationTimeline timeline(connection_, indexes);
-                            Answer rows;
-                            for (const auto& row : timeline.fetchTimeline(from, to, limit)) {
-                                rows.push_back(row.id + " " + exact(row.timestamp) + " '" + row.vlmDescription +
-                                               "' " + exact(row.apps) + " " + exact(row.imagePath) + " " +
-                                               exact(row.entitiesJson));
-                            }
-                            return rows;
-                        });
+            for (std::int64_t limit : some(std::vector<std::int64_t>{kTimelineLimit, kTimelineLimit, 1, 37, 0, -1}, 1)) {
+                compareTimelineWindow(from, to, limit);
             }
         }
     }
@@ -251,8 +240,31 @@ public:
 
     int comparisons() const { return comparisons_; }
     int indexedAnswers() const { return indexedAnswers_; }
+    // Timelines of the commands' limit that had more rows than it keeps.
+    int cutTimelines() const { return cutTimelines_; }
 
 private:
+    static constexpr std::int64_t kTimelineLimit = 5000;
+
+    void compareTimelineWindow(double from, double to, std::int64_t limit) {
+        compare("timeline " + exact(from) + ".." + exact(to) + " limit " + std::to_string(limit),
+                SQLiteObservationTimeline::kStatement, true, [&](const IndexCatalogue& indexes) {
+                    SQLiteObservationTimeline timeline(connection_, indexes);
+                    Answer rows;
+                    for (const auto& row : timeline.fetchTimeline(from, to, limit)) {
+                        rows.push_back(row.id + " " + exact(row.timestamp) + " '" + row.vlmDescription + "' " +
+                                       exact(row.apps) + " " + exact(row.imagePath) + " " + exact(row.entitiesJson));
+                    }
+                    return rows;
+                });
+        // One row more than the limit tells whether it cut.
+        if (limit == kTimelineLimit &&
+            SQLiteObservationTimeline(connection_, indexes_).fetchTimeline(from, to, limit + 1).size() >
+                static_cast<std::size_t>(limit)) {
+            ++cutTimelines_;
+        }
+    }
+
     // Closed ranges as the timeline commands ask them: days, a week, the
     // whole activity, everything, around and exactly at shared times.
     std::vector<std::pair<double, double>> windows() {
@@ -332,14 +344,20 @@ private:
     int picks_ = 0;
     int comparisons_ = 0;
     int indexedAnswers_ = 0;
+    int cutTimelines_ = 0;
 };
 
 class DifferentialTest : public ::testing::TestWithParam<int> {};
 
+struct ComparisonTally {
+    int comparisons = 0;
+    int indexedAnswers = 0;
+    int cutTimelines = 0;
+};
+
 // Asks every query both ways on the random database of `seed`; adds what
-// it compared to the counters.
-void compareAll(std::uint64_t seed, const VarnholtRandomData::RandomDatabaseOptions& options, int& comparisons,
-                int& indexedAnswers) {
+// it compared to the tally.
+void compareAll(std::uint64_t seed, const VarnholtRandomData::RandomDatabaseOptions& options, ComparisonTally& tally) {
     VarnholtTestSupport::TemporaryDirectory directory;
     const std::string path = directory.file("varnholt.db");
     const RandomDatabaseShape shape = VarnholtRandomData::writeRandomDatabase(path, seed, options);
@@ -353,22 +371,25 @@ void compareAll(std::uint64_t seed, const VarnholtRandomData::RandomDatabaseOpti
     comparison.compareEntities();
     comparison.compareSupportContext();
     comparison.compareMetrics();
-    comparisons += comparison.comparisons();
-    indexedAnswers += comparison.indexedAnswers();
+    tally.comparisons += comparison.comparisons();
+    tally.indexedAnswers += comparison.indexedAnswers();
+    tally.cutTimelines += comparison.cutTimelines();
 }
 
 TEST_P(DifferentialTest, IndexedStatementsAnswerExactlyAsTheLiteralOnes) {
-    int comparisons = 0;
-    int indexedAnswers = 0;
+    ComparisonTally tally;
     for (int i = 0; i < kDatabasesPerBlock; ++i) {
-        compareAll(static_cast<std::uint64_t>(GetParam() * kDatabasesPerBlock + i + 1), {}, comparisons,
-                   indexedAnswers);
+        compareAll(static_cast<std::uint64_t>(GetParam() * kDatabasesPerBlock + i + 1), {}, tally);
     }
     // Most answers must come from the index-driven statements, or the
     // comparison proves little.
-    EXPECT_GT(indexedAnswers * 10, comparisons * 7) << indexedAnswers << " of " << comparisons;
-    RecordProperty("comparisons", comparisons);
-    RecordProperty("indexed_answers", indexedAnswers);
+    EXPECT_GT(tally.indexedAnswers * 10, tally.comparisons * 7) << tally.indexedAnswers << " of " << tally.comparisons;
+    // And the commands' limit must have cut a timeline, where the two ways
+    // of choosing the newest rows could differ.
+    EXPECT_GT(tally.cutTimelines, 0) << "no timeline had more rows than the commands keep";
+    RecordProperty("comparisons", tally.comparisons);
+    RecordProperty("indexed_answers", tally.indexedAnswers);
+    RecordProperty("cut_timelines", tally.cutTimelines);
 }
 
 INSTANTIATE_TEST_SUITE_P(SeedBlocks, DifferentialTest, ::testing::Range(0, kBlocks));
@@ -381,14 +402,13 @@ TEST(DifferentialFallbackTest, EachMissingIndexStillGivesTheSameAnswers) {
         "idx_frames_analyzed_timestamp", "idx_observations_recording_type",
         "idx_observations_recording_timestamp", "idx_observations_frame", "idx_observations_tb",
         "idx_observation_entities_observation", "idx_observation_entities_kind"};
-    int comparisons = 0;
-    int indexedAnswers = 0;
+    ComparisonTally tally;
     for (std::size_t i = 0; i < indexes.size(); ++i) {
         for (std::uint64_t seed : {10001 + 2 * i, 10002 + 2 * i}) {
-            compareAll(seed, {indexes[i]}, comparisons, indexedAnswers);
+            compareAll(seed, {indexes[i]}, tally);
         }
     }
-    EXPECT_GT(comparisons, 0);
+    EXPECT_GT(tally.comparisons, 0);
 }
 
 }  // namespace
