@@ -76,9 +76,9 @@ std::optional<DatabaseError> unreadableCompanion(const std::string& path) {
 
 }  // namespace
 
-SQLiteReadConnection::SQLiteReadConnection(const std::string& path) {
+SQLiteReadConnection::SQLiteReadConnection(const std::string& path, States states) {
     try {
-        open(path);
+        open(path, states);
     } catch (...) {
         // The destructor does not run for a throwing constructor.
         sqlite3_close(handle_);
@@ -87,13 +87,14 @@ SQLiteReadConnection::SQLiteReadConnection(const std::string& path) {
     }
 }
 
+// Closing ends an open read transaction too; nothing was written.
 SQLiteReadConnection::~SQLiteReadConnection() { sqlite3_close(handle_); }
 
 std::string SQLiteReadConnection::pathBelow(const std::string& homeDirectory) {
     return homeDirectory + "/.varnholt/varnholt.db";
 }
 
-void SQLiteReadConnection::open(const std::string& path) {
+void SQLiteReadConnection::open(const std::string& path, States states) {
     handle_ = nullptr;
     const PathStatus status = statusOfPath(path);
     switch (status.kind) {
@@ -157,6 +158,9 @@ void SQLiteReadConnection::open(const std::string& path) {
     // system call at a time, every statement reads the pages it needs.
     sqlite3_exec(handle_, "PRAGMA mmap_size = 0", nullptr, nullptr, nullptr);
 
+    // The schema check is the first read of the state an answer reads: a
+    // migration committed after it must not reach the answer's statements.
+    if (states == States::oneForTheConnection) exec(handle_, "BEGIN");
     sqlite3_stmt* statement = nullptr;
     if (sqlite3_prepare_v2(handle_, "PRAGMA user_version", -1, &statement, nullptr) != SQLITE_OK) {
         throw DatabaseError::queryFailed("Failed to prepare PRAGMA user_version: " +

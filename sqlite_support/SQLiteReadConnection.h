@@ -25,6 +25,12 @@ extern void (*const SQLITE_TRANSIENT_PTR)(void*);
 // is destroyed; it is not copyable. Single-threaded, like the whole tool.
 class SQLiteReadConnection {
 public:
+    // How the connection's statements see a database the recorder keeps
+    // writing: each its own latest state, or all of them the one state its
+    // schema check read (one read transaction, from that check until the
+    // connection closes), as one answer must.
+    enum class States { latestPerStatement, oneForTheConnection };
+
     // Opens the database at `path` (see pathBelow).
     // Throws DatabaseError: notFound (nothing at the path, nothing is
     // created; or a path that cannot be followed, such as symbolic links in
@@ -35,7 +41,8 @@ public:
     // database"; a write-ahead log or its index we may not read, named; a
     // hot rollback journal, kInterruptedWriteMessage), schemaMismatch (an
     // empty file counts as schema version 0).
-    explicit SQLiteReadConnection(const std::string& path);
+    explicit SQLiteReadConnection(const std::string& path,
+                                  States states = States::latestPerStatement);
     ~SQLiteReadConnection();
 
     SQLiteReadConnection(const SQLiteReadConnection&) = delete;
@@ -59,7 +66,7 @@ public:
     static std::vector<std::string> parseJsonArray(const std::string& text);
 
 private:
-    void open(const std::string& path);
+    void open(const std::string& path, States states);
 
     sqlite3* handle_ = nullptr;
 };

@@ -2,7 +2,6 @@
 
 #include <string>
 
-#include "ReadSnapshot.h"
 #include "SQLiteReadConnection.h"
 
 namespace VarnholtQueryLib {
@@ -11,20 +10,20 @@ namespace VarnholtQueryLib {
 // opened before the command's runner starts, so that a missing, locked or too
 // old database is reported the same way for every command, and closed when
 // the answer is built, so that a recorder restart between two answers is
-// harmless. In between, one read transaction: every statement of the answer
-// sees the state the first of them found. Answers take several statements
-// (the descriptions and the status block of a support context, the newest
-// day and its timeline), and the recorder commits between any two of them.
+// harmless. Throughout, one read transaction, from the schema check on: every
+// statement of the answer sees the state the first of them found. Answers
+// take several statements (the descriptions and the status block of a
+// support context, the newest day and its timeline, a summary's rows and its
+// coverage), and the recorder commits between any two of them.
 class AnswerSnapshot {
 public:
     explicit AnswerSnapshot(const std::string& homeDirectory)
-        : connection_(VarnholtSQLiteSupport::SQLiteReadConnection::pathBelow(homeDirectory)),
-          snapshot_(connection_.handle()) {}
+        : connection_(VarnholtSQLiteSupport::SQLiteReadConnection::pathBelow(homeDirectory),
+                      VarnholtSQLiteSupport::SQLiteReadConnection::States::oneForTheConnection) {}
     VarnholtSQLiteSupport::SQLiteReadConnection& connection() { return connection_; }
 
 private:
     VarnholtSQLiteSupport::SQLiteReadConnection connection_;
-    const VarnholtSQLiteSupport::ReadSnapshot snapshot_;
 };
 
 }  // namespace VarnholtQueryLib

@@ -17,7 +17,9 @@ struct StatusData;
 // builds its adapters over `connection`, runs its use case and returns the
 // document the command prints; it writes nothing, so every front end prints
 // the same document the same way. It throws CLIError or DatabaseError on
-// failure; the front end turns that into the error envelope.
+// failure; the front end turns that into the error envelope. The caller
+// holds the read transaction (AnswerSnapshot), so that every statement of
+// an answer reads the same state.
 
 // What every command may use besides the database.
 struct CommandEnvironment {

@@ -1,4 +1,5 @@
 #include <stdexcept>
+#include <utility>
 
 #include "cli/AnswerSnapshot.h"
 #include "cli/CommandRunners.h"
@@ -17,7 +18,7 @@ JSON answerFromDatabase(const Command& command, const CommandEnvironment& enviro
     if (!needsDatabase(command)) throw std::logic_error("This command does not read the database.");
     AnswerSnapshot database(environment.platform.homeDirectory);
     VarnholtSQLiteSupport::SQLiteReadConnection& connection = database.connection();
-    const JSON answer = std::visit(
+    JSON answer = std::visit(
         Overloaded{
             [&](const Command::Search& search) {
                 return answerSearchCommand(search, connection, environment);
@@ -40,7 +41,7 @@ JSON answerFromDatabase(const Command& command, const CommandEnvironment& enviro
         command.value);
     // Database text is repaired as it is read; paths below the home directory
     // are not, and a home named in another encoding must not cost the answer.
-    return withRepairedText(answer);
+    return withRepairedText(std::move(answer));
 }
 
 StatusData statusFromDatabase(const CommandEnvironment& environment) {

@@ -8,7 +8,6 @@
 #include "summary/SummaryResponse.h"
 #include "summary/SummaryUseCase.h"
 #include "IndexCatalogue.h"
-#include "ReadSnapshot.h"
 #include "SQLiteReadConnection.h"
 
 namespace VarnholtQueryLib {
@@ -19,10 +18,6 @@ JSON answerSummaryCommand(const Command::Summary& command,
     // One reading of the clock serves the range, the covers that end at now
     // and the "current_*" fields, so they always agree.
     const double now = environment.platform.clock.now();
-    // One state of the database for every statement of the answer: the
-    // recorder keeps writing, and the coverage, the totals and the lists
-    // must describe the same rows.
-    const VarnholtSQLiteSupport::ReadSnapshot snapshot(connection.handle());
     const auto indexes = VarnholtSQLiteSupport::IndexCatalogue::read(connection.handle());
     const TimeRange range =
         chooseTimeRange({command.preset, command.since, command.rangeFrom, command.rangeTo},

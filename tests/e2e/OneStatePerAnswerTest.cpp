@@ -6,7 +6,9 @@
 //    descriptions of the last two hours, so the descriptions of a
 //    support-context answer and the pending count of its status block agree;
 //  - every step moves the newest observation, with its frame, between today
-//    and tomorrow, so the day last-active-day names holds that observation.
+//    and tomorrow, so the day last-active-day names holds that observation,
+//    and a summary of the last two days counts it on even steps only, beside
+//    as many pending frames as the step's number and highlights naming it.
 // An answer that mixed two states breaks one of them.
 
 #include <sqlite3.h>
@@ -87,6 +89,27 @@ std::string lastActiveDayMismatch(const json& document) {
            std::to_string(document["data"]["moments"].size()) + " moments";
 }
 
+// What breaks the invariant in a summary of the last two days: its coverage,
+// its rows and its highlights come from three kinds of statement.
+std::string summaryMismatch(const json& document) {
+    if (document["ok"] != true) return "failed: " + document.dump();
+    const long long pending = document["data"]["coverage"]["pending_frames"].get<long long>();
+    const long long rows = document["data"]["observation_count"].get<long long>();
+    // On even steps the wandering observation is today's, on odd ones tomorrow's.
+    if (rows != (pending % 2 == 0 ? 2 : 1)) {
+        return "pending " + std::to_string(pending) + " beside " + std::to_string(rows) + " observations";
+    }
+    const std::string step = "Step " + std::to_string(pending) + ":";
+    for (const json& session : document["data"]["sessions"]) {
+        for (const json& highlight : session["highlights"]) {
+            if (highlight.get<std::string>().rfind(step, 0) != 0) {
+                return "pending " + std::to_string(pending) + " beside " + session["highlights"].dump();
+            }
+        }
+    }
+    return "";
+}
+
 // The writer's committed steps, one pending frame each.
 long long committedSteps(const std::string& path) {
     sqlite3* handle = nullptr;
@@ -132,6 +155,7 @@ TEST(OneStatePerAnswerTest, AnswersBesideAWriterEachReadOneCommittedState) {
             check(lastActiveDayMismatch(
                       server.call("timeline", {{"preset", "last-active-day"}})["structuredContent"]),
                   "timeline last-active-day");
+            check(summaryMismatch(server.call("summary", {{"since", "2d"}})["structuredContent"]), "summary");
         }
     }
     for (int run = 0; run < 10; ++run) {
@@ -139,6 +163,8 @@ TEST(OneStatePerAnswerTest, AnswersBesideAWriterEachReadOneCommittedState) {
               "support-context");
         check(lastActiveDayMismatch(json::parse(home.run({"last-active-day"}, frozen()).standardOutput)),
               "last-active-day");
+        check(summaryMismatch(json::parse(home.run({"summary", "--since", "2d"}, frozen()).standardOutput)),
+              "summary --since 2d");
     }
     writer.kill();
 

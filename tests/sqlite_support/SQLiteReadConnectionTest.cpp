@@ -120,6 +120,25 @@ TEST_F(SQLiteReadConnectionTest, CurrentAndNewerSchemasOpen) {
     }
 }
 
+TEST_F(SQLiteReadConnectionTest, OneStateForTheConnectionIsTheStateItsSchemaCheckRead) {
+    const std::string path = makeDatabase(24);
+    SQLiteReadConnection answer(path, SQLiteReadConnection::States::oneForTheConnection);
+    SQLiteReadConnection latest(path);
+    // The recorder migrates and writes after both connections checked the
+    // schema.
+    sqlite3* recorder = VarnholtSampleData::openWritableDatabase(path);
+    ASSERT_EQ(sqlite3_exec(recorder,
+                           "PRAGMA user_version = 30; INSERT INTO frames (id, display_id, captured_at, timestamp,"
+                           " image_path) VALUES ('F', '1', 'x', 1.0, '/f.png')",
+                           nullptr, nullptr, nullptr),
+              SQLITE_OK);
+    sqlite3_close(recorder);
+    EXPECT_EQ(singleText(answer.handle(), "PRAGMA user_version"), "24");
+    EXPECT_EQ(singleText(answer.handle(), "SELECT count(*) FROM frames"), "0");
+    EXPECT_EQ(singleText(latest.handle(), "PRAGMA user_version"), "30");
+    EXPECT_EQ(singleText(latest.handle(), "SELECT count(*) FROM frames"), "1");
+}
+
 TEST_F(SQLiteReadConnectionTest, ReadsWithoutAMemoryMap) {
     // Through a map, every page fault reads the readahead window around the
     // page: a cold start would read much of the file for a few pages.
