@@ -59,15 +59,15 @@ MethodOutcome completeMethod(const ServerServices& services, const JSON& params,
     const auto dated = takesDate(params.contains("ref") ? params["ref"] : JSON(), (*argument)["name"]);
     if (const auto* refused = std::get_if<MethodOutcome>(&dated)) return *refused;
 
-    JSON values = JSON::array();
-    if (std::get<bool>(dated)) {
-        for (const std::string& day : services.documents.activeDays(kOfferedDays)) {
-            if (day.compare(0, value.size(), value) == 0) values.push_back(day);
-        }
-    }
-    const std::size_t total = values.size();
-    return MethodOutcome::success(
-        {{"completion", {{"values", std::move(values)}, {"total", total}, {"hasMore", false}}}});
+    std::vector<std::string> days;
+    // One day more than offered tells whether there are more.
+    if (std::get<bool>(dated)) days = services.documents.activeDays(value, kOfferedDays + 1);
+    const bool hasMore = days.size() > kOfferedDays;
+    if (hasMore) days.resize(kOfferedDays);
+    JSON completion = {{"values", days}, {"hasMore", hasMore}};
+    // The total is known only when nothing more is left.
+    if (!hasMore) completion["total"] = days.size();
+    return MethodOutcome::success({{"completion", std::move(completion)}});
 }
 
 }  // namespace VarnholtQueryLib::MCP

@@ -52,15 +52,17 @@ ToolAnswer DatabaseDocuments::answer(const CommandRecipe& recipe) const {
     }
 }
 
-std::vector<std::string> DatabaseDocuments::activeDays(std::size_t count) const {
+std::vector<std::string> DatabaseDocuments::activeDays(const std::string& prefix, std::size_t count) const {
     // Day by day, newest first: one range over all of them would keep only
     // the newest observations of a busy fortnight. Days without
-    // observations cost an index look-up each.
+    // observations cost an index look-up each; days the client has ruled
+    // out by what it typed cost nothing, and do not use up `count`.
     const auto today = CalendarDate::parse(localDays().today);
     if (!today) return {};
     std::vector<std::string> candidates;
     for (int back = 0; back < kActiveDaysLookBack; ++back) {
-        candidates.push_back(today->plusDays(-back).text());
+        std::string day = today->plusDays(-back).text();
+        if (day.compare(0, prefix.size(), prefix) == 0) candidates.push_back(std::move(day));
     }
     const SystemClock clock;
     try {

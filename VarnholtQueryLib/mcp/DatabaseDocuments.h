@@ -18,7 +18,7 @@ class DatabaseDocuments final : public DocumentSource {
 public:
     DatabaseDocuments() = default;
     ToolAnswer answer(const CommandRecipe& recipe) const override;
-    std::vector<std::string> activeDays(std::size_t count) const override;
+    std::vector<std::string> activeDays(const std::string& prefix, std::size_t count) const override;
     LocalDays localDays() const override;
 };
 

@@ -35,10 +35,10 @@ public:
     // The document of the command `recipe` builds, or the error envelope the
     // command line would print for it; never throws.
     virtual ToolAnswer answer(const CommandRecipe& recipe) const = 0;
-    // Up to `count` local dates that have activity (observations), the
-    // newest first, looking back two months from today; empty when there is
-    // none or the database cannot be read.
-    virtual std::vector<std::string> activeDays(std::size_t count) const = 0;
+    // Up to `count` local dates that begin with `prefix` and have activity
+    // (observations), the newest first, looking back two months from today;
+    // empty when there is none or the database cannot be read.
+    virtual std::vector<std::string> activeDays(const std::string& prefix, std::size_t count) const = 0;
     // Today, yesterday and this week's first day, now.
     virtual LocalDays localDays() const = 0;
 

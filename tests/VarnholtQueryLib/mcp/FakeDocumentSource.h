@@ -27,10 +27,12 @@ public:
             return {JSON{{"error", error.message()}}, true};
         }
     }
-    std::vector<std::string> activeDays(std::size_t count) const override {
+    std::vector<std::string> activeDays(const std::string& prefix, std::size_t count) const override {
         askedDays.push_back(count);
-        std::vector<std::string> days = active;
-        if (days.size() > count) days.resize(count);
+        std::vector<std::string> days;
+        for (const std::string& day : active) {
+            if (day.starts_with(prefix) && days.size() < count) days.push_back(day);
+        }
         return days;
     }
     LocalDays localDays() const override { return {"2026-04-01", "2026-03-31", "2026-03-30"}; }

@@ -103,13 +103,28 @@ TEST_F(MethodTableTest, DatesCompleteWithTheRecentActiveDays) {
               JSON::parse(R"({"completion":{"values":["2026-04-01","2026-03-31","2026-03-27"],"total":3,"hasMore":false}})"));
     EXPECT_EQ(complete(dayTimeline, "date", "2026-03-3")["completion"]["values"], JSON::parse(R"(["2026-03-31"])"));
     EXPECT_EQ(complete(dayTimeline, "date", "2026-04-011")["completion"]["values"], JSON::array());
-    EXPECT_EQ(documents_.askedDays, (std::vector<std::size_t>{10, 10, 10}));
+    // Ten are offered; one more tells whether there are more.
+    EXPECT_EQ(documents_.askedDays, (std::vector<std::size_t>{11, 11, 11}));
     // Arguments that are no dates complete with nothing.
     EXPECT_EQ(complete(dayTimeline, "day", "")["completion"]["values"], JSON::array());
     EXPECT_EQ(complete(R"({"type":"ref/resource","uri":"varnholt://status"})", "date", "")["completion"]["total"], 0);
     EXPECT_EQ(complete(R"({"type":"ref/prompt","name":"what-was-i-doing"})", "time", "")["completion"]["values"],
               JSON::array());
     EXPECT_EQ(documents_.askedDays.size(), 3u);
+}
+
+TEST_F(MethodTableTest, ADateCompletesAmongAllActiveDaysNotJustTheNewestTen) {
+    documents_.active = {"2026-04-01", "2026-03-31", "2026-03-30", "2026-03-27", "2026-03-26", "2026-03-25",
+                         "2026-03-24", "2026-03-23", "2026-03-20", "2026-03-19", "2026-03-18", "2026-02-27"};
+    const auto complete = [&](const std::string& value) {
+        return call("completion/complete",
+                    (R"({"ref":{"type":"ref/resource","uri":"varnholt://summary/day/{date}"},"argument":{"name":"date","value":")" +
+                     value + R"("}})").c_str());
+    };
+    EXPECT_EQ(complete(""), JSON::parse(R"({"completion":{"values":["2026-04-01","2026-03-31","2026-03-30",
+        "2026-03-27","2026-03-26","2026-03-25","2026-03-24","2026-03-23","2026-03-20","2026-03-19"],"hasMore":true}})"));
+    EXPECT_EQ(complete("2026-02"), JSON::parse(R"({"completion":{"values":["2026-02-27"],"total":1,"hasMore":false}})"));
+    EXPECT_EQ(complete("2026-03-1"), JSON::parse(R"({"completion":{"values":["2026-03-19","2026-03-18"],"total":2,"hasMore":false}})"));
 }
 
 TEST_F(MethodTableTest, ACompletionForSomethingUnknownIsInvalid) {
