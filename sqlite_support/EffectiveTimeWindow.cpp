@@ -70,6 +70,19 @@ bool servesEffectiveTimeWindows(const IndexCatalogue& catalogue) {
            catalogue.hasIndexOn("observations", {"recording_id", "timestamp"});
 }
 
+std::string windowRowidRangeStatement(const WindowBounds& bounds) {
+    WindowSelect window;
+    window.columns = "o.rowid AS rid";
+    window.bounds = bounds;
+    return std::string("    WITH RECURSIVE\n    ") + kRecordingGroups +
+           "\n    SELECT min(rid), max(rid) FROM (\n" + frameDatedRows(window) +
+           "\n    UNION ALL\n"
+           "    SELECT o.rowid FROM recording_groups g\n"
+           "    CROSS JOIN observations o ON o.recording_id IS g.recording_id COLLATE BINARY\n"
+           "    WHERE " +
+           windowCondition("o.timestamp", window.bounds) + "\n    )";
+}
+
 std::string windowCondition(const std::string& column, const WindowBounds& bounds) {
     std::string condition;
     if (bounds.from) condition = column + " >= :from";

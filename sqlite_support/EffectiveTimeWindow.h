@@ -101,6 +101,14 @@ std::string everyRecordingWindow(const std::string& name, const WindowSelect& se
 // value. Recorders hold a handful of values, so this costs microseconds.
 extern const char* const kRecordingGroups;
 
+// "SELECT min(rid), max(rid) ...": the smallest and largest rowid of the
+// observations whose effective time lies in the window (NULL and NULL for
+// none): the frame-dated part exactly, the self-dated part by the
+// observations' own times, which covers it. Every observation of the window
+// has a rowid in that range, so a full-text match confined to it drops only
+// rows outside the window. REQUIRES: bounds has from or to.
+std::string windowRowidRangeStatement(const WindowBounds& bounds);
+
 // "f.timestamp >= :from AND f.timestamp <= :to" for the bounds present,
 // with `column` in place of f.timestamp. Without an upper bound the
 // condition ends with "f.timestamp < ''", which keeps the text and BLOB

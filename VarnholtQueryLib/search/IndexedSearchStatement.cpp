@@ -49,16 +49,7 @@ std::string windowFrameCountStatement(const ObservationSearchParams& params) {
 }
 
 std::string windowRowidRangeStatement(const ObservationSearchParams& params) {
-    WindowSelect window;
-    window.columns = "o.rowid AS rid";
-    window.bounds = boundsOf(params);
-    return std::string("    WITH RECURSIVE\n    ") + kRecordingGroups +
-           "\n    SELECT min(rid), max(rid) FROM (\n" + frameDatedRows(window) +
-           "\n    UNION ALL\n"
-           "    SELECT o.rowid FROM recording_groups g\n"
-           "    CROSS JOIN observations o ON o.recording_id IS g.recording_id COLLATE BINARY\n"
-           "    WHERE " +
-           windowCondition("o.timestamp", window.bounds) + "\n    )";
+    return VarnholtSQLiteSupport::windowRowidRangeStatement(boundsOf(params));
 }
 
 std::string indexedSearchStatement(const ObservationSearchParams& params,

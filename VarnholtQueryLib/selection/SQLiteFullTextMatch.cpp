@@ -1,0 +1,111 @@
+#include "selection/SQLiteFullTextMatch.h"
+
+#include <sqlite3.h>
+
+#include <algorithm>
+
+#include "EffectiveTimeWindow.h"
+#include "LiteralFallback.h"
+#include "NamedParameters.h"
+#include "SQLiteReadConnection.h"
+#include "SQLiteStatement.h"
+#include "selection/FullTextTokenizer.h"
+
+namespace VarnholtQueryLib {
+
+using namespace VarnholtSQLiteSupport;
+
+const char* const SQLiteFullTextMatch::kMatchStatement =
+    "SELECT rowid FROM observations_fts WHERE observations_fts MATCH :match";
+
+namespace {
+
+// FTS5 applies a rowid range natively: it seeks in each word's list of
+// rows instead of reading it from the start of history.
+constexpr const char* kConfinedMatchStatement =
+    "SELECT rowid FROM observations_fts WHERE observations_fts MATCH :match AND rowid BETWEEN :lo AND :hi";
+
+std::vector<std::int64_t> ascending(std::vector<std::int64_t> rowids) {
+    if (!std::is_sorted(rowids.begin(), rowids.end())) std::sort(rowids.begin(), rowids.end());
+    rowids.erase(std::unique(rowids.begin(), rowids.end()), rowids.end());
+    return rowids;
+}
+
+std::vector<std::int64_t> stepRowids(sqlite3* handle, sqlite3_stmt* statement) {
+    std::vector<std::int64_t> rowids;
+    stepRows(handle, statement, [&rowids](sqlite3_stmt* row) { rowids.push_back(sqlite3_column_int64(row, 0)); });
+    return ascending(std::move(rowids));
+}
+
+}  // namespace
+
+SQLiteFullTextMatch::SQLiteFullTextMatch(SQLiteReadConnection& connection, IndexCatalogue indexes)
+    : connection_(connection), indexes_(std::move(indexes)) {}
+
+SQLiteFullTextMatch::~SQLiteFullTextMatch() = default;
+
+std::string SQLiteFullTextMatch::matchText(const std::vector<MatchTerm>& terms) {
+    std::string text;
+    for (const MatchTerm& term : terms) {
+        if (!text.empty()) text += ' ';
+        text += '"';
+        for (const char c : term.text) {
+            text += c;
+            if (c == '"') text += '"';
+        }
+        text += '"';
+    }
+    return text;
+}
+
+bool SQLiteFullTextMatch::holdsWord(const std::string& text) {
+    if (!tokenizerSought_) {
+        tokenizer_ = FullTextTokenizer::forRecorderIndex(connection_.handle());
+        tokenizerSought_ = true;
+    }
+    if (!tokenizer_) return true;
+    const auto words = tokenizer_->words(text, FullTextTokenizer::Purpose::query);
+    return !words || !words->empty();
+}
+
+std::vector<std::int64_t> SQLiteFullTextMatch::rowidsMatching(const std::vector<MatchTerm>& terms, double from,
+                                                              double to) {
+    const std::string match = matchText(terms);
+    return withLiteralFallback([&] { return matchIndexed(match, from, to); }, [&] { return matchLiteral(match); });
+}
+
+std::vector<std::int64_t> SQLiteFullTextMatch::matchLiteral(const std::string& match) {
+    sqlite3* handle = connection_.handle();
+    sqlite3_stmt* statement = prepareStatement(handle, kMatchStatement);
+    FinalizeOnExit finalize(statement);
+    bindNamedText(statement, ":match", match);
+    return stepRowids(handle, statement);
+}
+
+std::optional<std::vector<std::int64_t>> SQLiteFullTextMatch::matchIndexed(const std::string& match, double from,
+                                                                           double to) {
+    if (!servesEffectiveTimeWindows(indexes_)) return std::nullopt;
+    sqlite3* handle = connection_.handle();
+    sqlite3_stmt* range = prepareOrNull(handle, windowRowidRangeStatement({true, true}));
+    if (range == nullptr) return std::nullopt;
+    FinalizeOnExit finalizeRange(range);
+    bindNamedDouble(range, ":from", from);
+    bindNamedDouble(range, ":to", to);
+    const int stepped = sqlite3_step(range);
+    if (stepped != SQLITE_ROW) throw stepFailure(handle, stepped);
+    // No observation in the window: an empty range, still asked, so that
+    // a database without the index fails the same way whatever the window.
+    const bool empty = sqlite3_column_type(range, 0) == SQLITE_NULL;
+    const std::int64_t lo = empty ? 1 : sqlite3_column_int64(range, 0);
+    const std::int64_t hi = empty ? 0 : sqlite3_column_int64(range, 1);
+
+    sqlite3_stmt* statement = prepareOrNull(handle, kConfinedMatchStatement);
+    if (statement == nullptr) return std::nullopt;
+    FinalizeOnExit finalize(statement);
+    bindNamedText(statement, ":match", match);
+    bindNamedInt64(statement, ":lo", lo);
+    bindNamedInt64(statement, ":hi", hi);
+    return stepRowids(handle, statement);
+}
+
+}  // namespace VarnholtQueryLib

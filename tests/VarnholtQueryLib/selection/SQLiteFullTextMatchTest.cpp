@@ -1,0 +1,145 @@
+#include "selection/SQLiteFullTextMatch.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "DatabaseError.h"
+#include "FixtureDatabase.h"
+#include "SQLiteReadConnection.h"
+#include "StatementLog.h"
+#include "TemporaryDirectory.h"
+
+namespace VarnholtQueryLib {
+namespace {
+
+using Rowids = std::vector<std::int64_t>;
+using VarnholtSQLiteSupport::DatabaseError;
+using VarnholtSQLiteSupport::SQLiteReadConnection;
+using VarnholtTestSupport::StatementChoice;
+using VarnholtTestSupport::StatementLog;
+
+// 2026-04-01T10:00:00Z.
+constexpr double kT = 1775037600;
+
+// Rowids 1 to 6 in the window [kT, kT + 3600] (1 dated by its frame, the
+// others by their own time); 7 and 8 outside it, 8 through its frame.
+constexpr const char* kRows = R"SQL(
+    INSERT INTO frames (id, display_id, captured_at, timestamp, image_path, analyzed) VALUES
+        ('F1', 'main', 'x', 1775037600.0, '/f1.png', 1),
+        ('F8', 'main', 'x', 1775000000.0, '/f8.png', 1);
+    INSERT INTO observations (rowid, id, recording_id, frame_id, type, timestamp, vlm_description, apps, created_at) VALUES
+        (1, 'A', NULL, 'F1', 'visual', 1775099999.0, 'Deploying the invoice exporter', '[]', 'x'),
+        (2, 'B', NULL, NULL, 'visual', 1775037700.0, 'Fixing the exporter of invoices', '[]', 'x'),
+        (3, 'C', NULL, NULL, 'visual', 1775037800.0, 'Reading about NEAR OR operators in a CAF' || char(201), '[]', 'x'),
+        (4, 'D', NULL, NULL, 'visual', 1775037900.0, 'Exporter invoice swapped - no phrase', '[]', 'x'),
+        (5, 'E', NULL, NULL, 'visual', 1775038000.0, 'Cafe deploy of node.js and C++', '[]', 'x'),
+        (6, 'F', NULL, NULL, 'visual', 1775038100.0, NULL, '[]', 'x'),
+        (7, 'G', NULL, NULL, 'visual', 1775090000.0, 'Deploying the invoice exporter later', '[]', 'x'),
+        (8, 'H', NULL, 'F8', 'visual', 1775037650.0, 'Deploying the invoice exporter earlier', '[]', 'x');
+)SQL";
+
+class SQLiteFullTextMatchTest : public ::testing::TestWithParam<StatementChoice> {
+protected:
+    SQLiteFullTextMatchTest() { VarnholtTestSupport::createFixtureDatabase(path(), kRows); }
+
+    std::string path() const { return directory_.file("varnholt.db"); }
+
+    // The rowids of the window that hold `words`, as a text rule's terms.
+    Rowids matching(const std::string& words) {
+        SQLiteReadConnection connection(path());
+        SQLiteFullTextMatch index(connection, VarnholtTestSupport::indexesFor(GetParam(), connection.handle()));
+        StatementLog log(connection.handle());
+        std::vector<MatchTerm> terms;
+        for (MatchTerm& term : matchTermsOf(words)) {
+            if (index.holdsWord(term.text)) terms.push_back(std::move(term));
+        }
+        const Rowids found = index.rowidsMatching(terms, kT, kT + 3600);
+        EXPECT_EQ(log.ran(SQLiteFullTextMatch::kMatchStatement), GetParam() == StatementChoice::literal);
+        // Outside the window a row may or may not be found; inside, exactly.
+        Rowids inWindow;
+        for (const std::int64_t rowid : found) {
+            if (rowid <= 6) inWindow.push_back(rowid);
+        }
+        return inWindow;
+    }
+
+private:
+    VarnholtTestSupport::TemporaryDirectory directory_;
+};
+
+TEST(SQLiteFullTextMatchTextTest, EveryTermIsQuotedAndTheyAreAnded) {
+    EXPECT_EQ(SQLiteFullTextMatch::matchText({{"invoice", false}, {"the exporter", true}, {"a\"b", false}}),
+              "\"invoice\" \"the exporter\" \"a\"\"b\"");
+}
+
+TEST_P(SQLiteFullTextMatchTest, EveryWordMustBeThereInAnyOrder) {
+    EXPECT_EQ(matching("invoice exporter"), (Rowids{1, 2, 4}));
+    EXPECT_EQ(matching("EXPORTER"), (Rowids{1, 2, 4}));
+}
+
+TEST_P(SQLiteFullTextMatchTest, APhraseMustBeThereAsAPhrase) {
+    EXPECT_EQ(matching("\"invoice exporter\""), (Rowids{1}));
+    EXPECT_EQ(matching("\"exporter invoice\" swapped"), (Rowids{4}));
+}
+
+TEST_P(SQLiteFullTextMatchTest, CaseDiacriticsAndEndingsFoldAsTheIndexFoldsThem) {
+    EXPECT_EQ(matching("caf\xC3\xA9"), (Rowids{3, 5}));
+    EXPECT_EQ(matching("Deploy"), (Rowids{1, 5}));
+    EXPECT_EQ(matching("invoices"), (Rowids{1, 2, 4}));
+}
+
+TEST_P(SQLiteFullTextMatchTest, QueryOperatorsArePlainWords) {
+    EXPECT_EQ(matching("NEAR"), (Rowids{3}));
+    EXPECT_EQ(matching("near or"), (Rowids{3}));
+    EXPECT_EQ(matching("deploying*"), (Rowids{1, 5}));
+    EXPECT_EQ(matching("* deploy \"\""), (Rowids{1, 5}));
+    EXPECT_EQ(matching("node.js C++"), (Rowids{5}));
+    EXPECT_EQ(matching("-"), (Rowids{4}));
+}
+
+TEST_P(SQLiteFullTextMatchTest, AWordNoRowHoldsMatchesNothing) {
+    EXPECT_EQ(matching("invoice kubernetes"), Rowids{});
+}
+
+TEST_P(SQLiteFullTextMatchTest, OnlyTheTokenizerSaysWhatHoldsAWord) {
+    SQLiteReadConnection connection(path());
+    SQLiteFullTextMatch index(connection, VarnholtTestSupport::indexesFor(GetParam(), connection.handle()));
+    EXPECT_TRUE(index.holdsWord("deploying*"));
+    EXPECT_TRUE(index.holdsWord("C++"));
+    EXPECT_TRUE(index.holdsWord("-"));
+    EXPECT_FALSE(index.holdsWord("*"));
+    EXPECT_FALSE(index.holdsWord("?!"));
+}
+
+TEST_P(SQLiteFullTextMatchTest, AnEmptyWindowMatchesNothingThere) {
+    SQLiteReadConnection connection(path());
+    SQLiteFullTextMatch index(connection, VarnholtTestSupport::indexesFor(GetParam(), connection.handle()));
+    const Rowids found = index.rowidsMatching({{"invoice", false}}, kT + 86400, kT + 90000);
+    // The literal statement answers for all of history; the window has none.
+    if (GetParam() == StatementChoice::indexed) {
+        EXPECT_EQ(found, Rowids{});
+    }
+}
+
+TEST_P(SQLiteFullTextMatchTest, WithoutTheFullTextTableItFailsAsASearchDoes) {
+    VarnholtTestSupport::writeToDatabase(path(), "DROP TABLE observations_fts;");
+    SQLiteReadConnection connection(path());
+    SQLiteFullTextMatch index(connection, VarnholtTestSupport::indexesFor(GetParam(), connection.handle()));
+    EXPECT_TRUE(index.holdsWord("*"));
+    try {
+        index.rowidsMatching({{"invoice", false}}, kT, kT + 3600);
+        FAIL() << "no full-text table";
+    } catch (const DatabaseError& failure) {
+        EXPECT_EQ(failure.errorCase(), DatabaseError::Case::queryFailed);
+        EXPECT_EQ(failure.message(), "no such table: observations_fts");
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(BothWays, SQLiteFullTextMatchTest,
+                         ::testing::Values(StatementChoice::literal, StatementChoice::indexed),
+                         [](const auto& info) { return VarnholtTestSupport::nameOf(info.param); });
+
+}  // namespace
+}  // namespace VarnholtQueryLib
