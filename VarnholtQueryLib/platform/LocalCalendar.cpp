@@ -170,6 +170,19 @@ std::optional<double> parseWallClock(std::string_view text, const char* pattern)
 
 }  // namespace
 
+std::optional<Weekday> weekdayNamed(std::string_view name) {
+    static constexpr std::string_view kNames[] = {"sunday",   "monday", "tuesday", "wednesday",
+                                                  "thursday", "friday", "saturday"};
+    std::string lower(name);
+    for (char& c : lower) {
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    }
+    for (int day = 0; day < 7; ++day) {
+        if (lower == kNames[day]) return static_cast<Weekday>(day + 1);
+    }
+    return std::nullopt;
+}
+
 double clampToCalendarRange(double instant) {
     if (std::isnan(instant)) return kEarliestCalendarInstant;
     if (instant < kEarliestCalendarInstant) return kEarliestCalendarInstant;
@@ -223,7 +236,12 @@ double LocalCalendar::addingDays(double instant, int days) const {
 }
 
 double LocalCalendar::startOfWeek(double instant) const {
+    return startOfWeek(instant, static_cast<Weekday>(calendarAt(instant)->getFirstDayOfWeek()));
+}
+
+double LocalCalendar::startOfWeek(double instant, Weekday firstDay) const {
     auto calendar = calendarAt(instant);
+    calendar->setFirstDayOfWeek(static_cast<UCalendarDaysOfWeek>(firstDay));
     UErrorCode status = U_ZERO_ERROR;
     const int32_t yearForWeekOfYear = calendar->get(UCAL_YEAR_WOY, status);
     const int32_t weekOfYear = calendar->get(UCAL_WEEK_OF_YEAR, status);
@@ -233,6 +251,36 @@ double LocalCalendar::startOfWeek(double instant) const {
     calendar->set(UCAL_WEEK_OF_YEAR, weekOfYear);
     calendar->set(UCAL_DAY_OF_WEEK, calendar->getFirstDayOfWeek());
     return timeOf(*calendar, "Cannot compute the start of the week");
+}
+
+double LocalCalendar::startOfMonth(double instant) const {
+    auto calendar = calendarAt(instant);
+    calendar->set(UCAL_DATE, 1);
+    setToStartOfDay(*calendar);
+    return timeOf(*calendar, "Cannot compute the start of the month");
+}
+
+std::optional<std::vector<LocalDay>> LocalCalendar::daysBeginningBefore(double start, double end,
+                                                                       std::size_t most) const {
+    // One calendar walks day by day: a range of decades lists thousands of
+    // days, and a calendar made anew for each would cost more than the rows.
+    auto calendar = calendarAt(start);
+    setToStartOfDay(*calendar);
+    double day = timeOf(*calendar, "Cannot compute the start of the day");
+    std::vector<LocalDay> days;
+    while (day < end) {
+        if (days.size() == most) return std::nullopt;
+        days.push_back({localDate(day), day});
+        UErrorCode status = U_ZERO_ERROR;
+        calendar->add(UCAL_DATE, 1, status);
+        check(status, "Cannot add days");
+        setToStartOfDay(*calendar);
+        const double next = timeOf(*calendar, "Cannot compute the start of the day");
+        // At the calendar's end no day follows.
+        if (!(next > day)) break;
+        day = next;
+    }
+    return days;
 }
 
 std::optional<double> LocalCalendar::addingTime(double instant, int hours, int minutes,

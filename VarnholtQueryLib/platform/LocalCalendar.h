@@ -1,9 +1,11 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <unicode/uversion.h>
 
@@ -35,6 +37,21 @@ inline constexpr double kLatestCalendarInstant = 183882168921600.0;     // ICU's
 
 // `instant` moved into the calendar's range as described above.
 double clampToCalendarRange(double instant);
+
+// The days of the week, numbered as ICU numbers them (Sunday 1 to Saturday 7).
+enum class Weekday { sunday = 1, monday, tuesday, wednesday, thursday, friday, saturday };
+
+// The day of the week named in English ("monday" to "sunday", in any
+// letter case); absent for anything else.
+std::optional<Weekday> weekdayNamed(std::string_view name);
+
+// One local calendar day: its date ("yyyy-MM-dd") and its first instant.
+struct LocalDay {
+    std::string date;
+    double start = 0;
+
+    bool operator==(const LocalDay&) const = default;
+};
 
 // The user's calendar: a time zone and a locale, with the calendar arithmetic
 // and the local date texts the tool needs.
@@ -78,6 +95,16 @@ public:
     // the first weekday being the locale's (Sunday in en_US, Monday in
     // de_DE).
     double startOfWeek(double instant) const;
+    // The same with `firstDay` as the week's first day instead of the
+    // locale's.
+    double startOfWeek(double instant, Weekday firstDay) const;
+    // The first instant of the first day of the month containing `instant`.
+    double startOfMonth(double instant) const;
+    // The local days that begin before `end`, from the day containing
+    // `start` on, in order: none when that day begins at or after `end`.
+    // Absent when there are more than `most` of them (a range of millennia
+    // has millions).
+    std::optional<std::vector<LocalDay>> daysBeginningBefore(double start, double end, std::size_t most) const;
     // `instant` plus hours, minutes and seconds by calendar addition, which
     // counts elapsed time for these fields; absent when the calendar cannot
     // represent the result.

@@ -228,3 +228,45 @@ TEST(LocalCalendarTest, ASkippedWallClockTimeIsReadAsTheEndOfTheJump) {
     const LocalCalendar santiago("America/Santiago", "es_CL");
     EXPECT_EQ(santiago.parseLocalPattern("2022-09-11", "yyyy-MM-dd"), 1662868800);
 }
+
+TEST(LocalCalendarTest, AWeekStartsOnTheGivenDayOrTheLocales) {
+    constexpr double kWednesday = 1775037600;  // 2026-04-01T10:00:00Z
+    const LocalCalendar us("UTC", "en_US");
+    EXPECT_EQ(us.startOfWeek(kWednesday), 1774742400);  // Sunday 29 March
+    EXPECT_EQ(LocalCalendar("UTC", "de_DE").startOfWeek(kWednesday), 1774828800);  // Monday 30 March
+    EXPECT_EQ(us.startOfWeek(kWednesday, Weekday::monday), 1774828800);
+    EXPECT_EQ(us.startOfWeek(kWednesday, Weekday::sunday), 1774742400);
+    EXPECT_EQ(us.startOfWeek(kWednesday, Weekday::wednesday), 1775001600);
+    EXPECT_EQ(us.startOfWeek(kWednesday, Weekday::thursday), 1774483200);  // Thursday 26 March
+    // Across the new year: Friday 1 January 2027.
+    EXPECT_EQ(us.startOfWeek(1798804800, Weekday::monday), 1798416000);
+    EXPECT_EQ(us.startOfWeek(1798804800, Weekday::sunday), 1798329600);
+}
+
+TEST(LocalCalendarTest, AMonthStartsAtTheMidnightOfItsFirstDay) {
+    EXPECT_EQ(LocalCalendar("UTC", "en_US").startOfMonth(1775037600), 1775001600);
+    EXPECT_EQ(LocalCalendar("Europe/Berlin", "en_US").startOfMonth(1776254400), 1774994400);
+}
+
+TEST(LocalCalendarTest, TheDaysThatBeginBeforeAnEnd) {
+    const LocalCalendar newYork("America/New_York", "en_US");
+    // 7 March noon to 10 March 00:00 EDT: three days, 8 March of 23 hours.
+    EXPECT_EQ(newYork.daysBeginningBefore(1772859600 + 43200, 1773115200, 10),
+              (std::vector<LocalDay>{{"2026-03-07", 1772859600}, {"2026-03-08", 1772946000}, {"2026-03-09", 1773028800}}));
+    // A day that begins exactly at the end is not one of them.
+    EXPECT_EQ(newYork.daysBeginningBefore(1772946000, 1772946000, 10), std::vector<LocalDay>{});
+    EXPECT_EQ(newYork.daysBeginningBefore(1772946000, 1772946001, 10),
+              (std::vector<LocalDay>{{"2026-03-08", 1772946000}}));
+    // More than asked for is none at all.
+    EXPECT_EQ(newYork.daysBeginningBefore(1772859600, 1773115200, 2), std::nullopt);
+    EXPECT_EQ(newYork.daysBeginningBefore(1772859600, 1773115200, 3)->size(), 3u);
+}
+
+TEST(LocalCalendarTest, WeekdaysAreNamedInEnglishInAnyLetterCase) {
+    EXPECT_EQ(weekdayNamed("monday"), Weekday::monday);
+    EXPECT_EQ(weekdayNamed("SUNDAY"), Weekday::sunday);
+    EXPECT_EQ(weekdayNamed("Saturday"), Weekday::saturday);
+    EXPECT_EQ(weekdayNamed("mon"), std::nullopt);
+    EXPECT_EQ(weekdayNamed(""), std::nullopt);
+    EXPECT_EQ(weekdayNamed("montag"), std::nullopt);
+}
