@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <variant>
+#include <vector>
 
 namespace VarnholtQueryLib {
 
@@ -57,6 +58,14 @@ struct Command {
         std::optional<std::string> kind;    // entities of this kind only
         std::int64_t limit = 10;            // entries of the application and entity lists
         std::optional<std::int64_t> maxChars;  // the budget of the printed answer
+        // The rows to account for, each as given: any row matching one of
+        // them; none: every row.
+        std::vector<std::string> match;   // words and "phrases" of the description
+        std::vector<std::string> app;     // application names
+        std::vector<std::string> entity;  // "[KIND=]VALUE"
+        std::optional<std::string> weekStart;  // "monday" to "sunday"; absent: the locale's
+        // The sections asked for, as named; absent: all of them.
+        std::optional<std::vector<std::string>> only;
 
         bool operator==(const Summary&) const = default;
     };

@@ -15,7 +15,8 @@ namespace {
 // like: `--since --images` gives --since the value "--images".
 bool takesValue(const std::string& flag) {
     return flag == "--limit" || flag == "--since" || flag == "--from" || flag == "--to" ||
-           flag == "--app" || flag == "--kind";
+           flag == "--app" || flag == "--kind" || flag == "--match" || flag == "--entity" ||
+           flag == "--week-start" || flag == "--only";
 }
 
 bool isFlag(const std::string& argument) {

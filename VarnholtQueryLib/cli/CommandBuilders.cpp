@@ -4,6 +4,8 @@
 
 #include "cli/CommandArguments.h"
 #include "period/TimePresets.h"
+#include "platform/LocalCalendar.h"
+#include "summary/SummarySections.h"
 
 namespace VarnholtQueryLib {
 
@@ -104,6 +106,100 @@ void SummaryCommandBuilder::maxChars(const std::string& text) {
 }
 
 void SummaryCommandBuilder::maxChars(std::int64_t maxChars) { this->maxChars(std::to_string(maxChars)); }
+
+CLIError selectionRuleError(const InvalidRule& invalid) {
+    const std::string& given = invalid.given();
+    switch (invalid.problem()) {
+        case RuleProblem::noWord:
+            return CLIError::invalidTimeRange(
+                "--match '" + given +
+                "' holds no word to look for. Give words or a \"quoted phrase\" of letters or digits, "
+                "such as --match \"invoice exporter\".");
+        case RuleProblem::tooLong:
+            return CLIError::invalidTimeRange("--match is " + std::to_string(given.size()) +
+                                              " bytes long; at most " + std::to_string(kLongestMatchWords) +
+                                              " are allowed.");
+        case RuleProblem::noApplication:
+            return CLIError::invalidTimeRange("--app needs an application name, such as --app Xcode.");
+        case RuleProblem::noEntityValue:
+        case RuleProblem::noEntityKind:
+            break;
+    }
+    return CLIError::invalidTimeRange("--entity needs a value, or a kind and a value, such as --entity Swift or "
+                                      "--entity programming_language=Swift, not '" +
+                                      given + "'.");
+}
+
+CLIError tooManyDaysError(std::size_t most) {
+    return CLIError::invalidTimeRange("This range has more than " + std::to_string(most) +
+                                      " days, more than a summary lists. Ask for a shorter range, or use "
+                                      "--only without days.");
+}
+
+void SummaryCommandBuilder::match(const std::string& words) {
+    try {
+        textRule(words);
+    } catch (const InvalidRule& invalid) {
+        throw selectionRuleError(invalid);
+    }
+    summary_.match.push_back(words);
+}
+
+void SummaryCommandBuilder::app(const std::string& name) {
+    try {
+        applicationRule(name);
+    } catch (const InvalidRule& invalid) {
+        throw selectionRuleError(invalid);
+    }
+    summary_.app.push_back(name);
+}
+
+void SummaryCommandBuilder::entity(const std::string& text) {
+    try {
+        entityRule(text);
+    } catch (const InvalidRule& invalid) {
+        throw selectionRuleError(invalid);
+    }
+    summary_.entity.push_back(text);
+}
+
+void SummaryCommandBuilder::weekStart(const std::string& day) {
+    if (!weekdayNamed(day)) {
+        throw CLIError::invalidTimeRange(
+            "--week-start must be a day of the week: monday, tuesday, wednesday, thursday, friday, "
+            "saturday or sunday, not '" +
+            day + "'.");
+    }
+    summary_.weekStart = day;
+}
+
+void SummaryCommandBuilder::only(const std::string& list) {
+    std::vector<std::string> sections;
+    std::size_t start = 0;
+    for (;;) {
+        const std::size_t comma = list.find(',', start);
+        sections.push_back(list.substr(start, comma == std::string::npos ? std::string::npos : comma - start));
+        if (comma == std::string::npos) break;
+        start = comma + 1;
+    }
+    if (!SummarySections::named(sections)) {
+        throw CLIError::invalidTimeRange(
+            "--only takes a comma-separated list of sessions, applications, entities, days and coverage, not '" +
+            list + "'.");
+    }
+    summary_.only = sections;
+}
+
+void SummaryCommandBuilder::only(const std::vector<std::string>& sections) {
+    if (sections.empty() || !SummarySections::named(sections)) {
+        std::string list;
+        for (const std::string& section : sections) list += (list.empty() ? "" : ",") + section;
+        throw CLIError::invalidTimeRange(
+            "--only takes a comma-separated list of sessions, applications, entities, days and coverage, not '" +
+            list + "'.");
+    }
+    summary_.only = sections;
+}
 
 Command::Summary SummaryCommandBuilder::build() const {
     const int periods = int(summary_.preset.has_value()) + int(since_.has_value()) +

@@ -4,9 +4,11 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "cli/CLIError.h"
 #include "cli/Command.h"
+#include "selection/SelectionRules.h"
 
 namespace VarnholtQueryLib {
 
@@ -73,6 +75,22 @@ public:
     // above 0, not '<value>'.".
     void maxChars(const std::string& text);
     void maxChars(std::int64_t maxChars);
+    // One more rule of the selection; the answer then accounts for the rows
+    // matching any of them. Throw invalidTimeRange: "--match '<words>' holds
+    // no word to look for. ..." (no word or phrase at all; what the index
+    // finds no word in is refused when the command runs, in the same
+    // words), "--match is <n> bytes long; ...", "--app needs an application
+    // name, ...", "--entity needs a value, ...".
+    void match(const std::string& words);
+    void app(const std::string& name);
+    void entity(const std::string& text);
+    // The week's first day for this-week and last-week, "monday" to
+    // "sunday". Throws "--week-start must be a day of the week, ...".
+    void weekStart(const std::string& day);
+    // The sections to answer with, comma-separated, as a list. Throws
+    // "--only takes a comma-separated list of ...".
+    void only(const std::string& list);
+    void only(const std::vector<std::string>& sections);
 
     // The summary: today unless a period, a duration or both range ends were
     // given. Throws invalidTimeRange when more than one of those was given,
@@ -85,6 +103,12 @@ private:
     std::optional<std::string> to_;
     Command::Summary summary_;
 };
+
+// The error for a rule of a summary's selection that cannot be used, in the
+// words of the flag that gave it (--match, --app, --entity).
+CLIError selectionRuleError(const InvalidRule& invalid);
+// The error for a summary whose range lists more days than an answer does.
+CLIError tooManyDaysError(std::size_t most);
 
 // The longest keyword a search takes, in bytes of UTF-8. A pasted stretch of
 // a log or of a conversation is a fair keyword (10,000 words are about

@@ -80,7 +80,8 @@ Command parseSearch(const std::vector<std::string>& args, bool compact,
 
 bool summaryFlagTakesValue(const std::string& flag) {
     return flag == "--since" || flag == "--from" || flag == "--to" || flag == "--idle" ||
-           flag == "--kind" || flag == "--limit" || flag == "--max-chars";
+           flag == "--kind" || flag == "--limit" || flag == "--max-chars" || flag == "--match" ||
+           flag == "--app" || flag == "--entity" || flag == "--week-start" || flag == "--only";
 }
 
 // A summary takes its words in order, before and after "summary": at most
@@ -127,8 +128,18 @@ Command parseSummary(const std::vector<std::string>& args) {
             summary.kind(value);
         } else if (argument == "--limit") {
             summary.limit(value);
-        } else {  // --max-chars
+        } else if (argument == "--max-chars") {
             summary.maxChars(value);
+        } else if (argument == "--match") {
+            summary.match(value);
+        } else if (argument == "--app") {
+            summary.app(value);
+        } else if (argument == "--entity") {
+            summary.entity(value);
+        } else if (argument == "--week-start") {
+            summary.weekStart(value);
+        } else {  // --only
+            summary.only(value);
         }
     }
     return {summary.build()};

@@ -1,8 +1,12 @@
 #include <string>
 
 #include "cli/CLIError.h"
+#include "cli/CommandBuilders.h"
 #include "cli/CommandRunners.h"
 #include "cli/TimeRangeChoice.h"
+#include "selection/SQLiteFullTextMatch.h"
+#include "selection/SelectionRules.h"
+#include "summary/ActivityAccountant.h"
 #include "summary/SQLiteSummaryQuery.h"
 #include "summary/SummaryBudget.h"
 #include "summary/SummaryResponse.h"
@@ -11,6 +15,25 @@
 #include "SQLiteReadConnection.h"
 
 namespace VarnholtQueryLib {
+
+namespace {
+
+// The rules as the builder accepted them, in the order text, application,
+// entity: a row is picked when any matches, so the order decides nothing.
+RuleSet selectionOf(const Command::Summary& command) {
+    RuleSet rules;
+    for (const std::string& words : command.match) rules.push_back(textRule(words));
+    for (const std::string& name : command.app) rules.push_back(applicationRule(name));
+    for (const std::string& entity : command.entity) rules.push_back(entityRule(entity));
+    return rules;
+}
+
+SummarySections sectionsOf(const Command::Summary& command) {
+    if (!command.only) return SummarySections::all();
+    return SummarySections::named(*command.only).value_or(SummarySections::all());
+}
+
+}  // namespace
 
 JSON answerSummaryCommand(const Command::Summary& command,
                           VarnholtSQLiteSupport::SQLiteReadConnection& connection,
@@ -23,12 +46,37 @@ JSON answerSummaryCommand(const Command::Summary& command,
         chooseTimeRange({command.preset, command.since, command.rangeFrom, command.rangeTo},
                         connection, indexes, environment.calendar, now);
 
-    SQLiteSummaryQuery summaryQuery(connection, indexes);
-    SummaryUseCase useCase(summaryQuery, environment.calendar);
-    const SummaryFindings findings =
-        useCase.execute({range.from, range.to, command.idleSeconds, command.kind}, now);
+    SummaryQuery query;
+    query.from = range.from;
+    query.to = range.to;
+    query.idleSeconds = command.idleSeconds;
+    query.kind = command.kind;
+    query.sections = sectionsOf(command);
+    SummaryFindings findings;
+    try {
+        query.selection = selectionOf(command);
+        SQLiteSummaryQuery summaryQuery(connection, indexes);
+        SQLiteFullTextMatch fullText(connection, indexes);
+        SummaryUseCase useCase(summaryQuery, fullText, environment.calendar);
+        findings = useCase.execute(query, now);
+    } catch (const InvalidRule& invalid) {
+        throw selectionRuleError(invalid);
+    } catch (const TooManyDays& tooMany) {
+        throw tooManyDaysError(tooMany.most());
+    }
 
-    const SummaryEcho echo{range, command.idleSeconds, command.kind, command.limit, command.maxChars};
+    SummaryEcho echo;
+    echo.range = range;
+    echo.idleSeconds = command.idleSeconds;
+    echo.kind = command.kind;
+    echo.limit = command.limit;
+    echo.maxChars = command.maxChars;
+    echo.match = command.match;
+    echo.app = command.app;
+    echo.entity = command.entity;
+    echo.weekStart = command.weekStart;
+    echo.only = command.only;
+    echo.sections = query.sections;
     try {
         return makeSummaryResponse(findings, echo, environment.calendar, now);
     } catch (const SummaryBudgetTooSmall& tooSmall) {

@@ -1,5 +1,6 @@
 #include "mcp/ToolArguments.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -20,12 +21,17 @@ bool hasType(const JSON& value, const std::string& type) {
     if (type == "string") return value.is_string();
     if (type == "boolean") return value.is_boolean();
     if (type == "integer") return isIntegral(value);
+    if (type == "array") {
+        return value.is_array() &&
+               std::all_of(value.begin(), value.end(), [](const JSON& item) { return item.is_string(); });
+    }
     return false;
 }
 
 std::string typeInWords(const std::string& type) {
     if (type == "string") return "a string";
     if (type == "integer") return "an integer";
+    if (type == "array") return "an array of strings";
     return "true or false";
 }
 
@@ -86,6 +92,14 @@ std::optional<std::int64_t> ToolArguments::integer(const std::string& name) cons
     if (number >= 9223372036854775808.0) return kLargest;
     if (number < -9223372036854775808.0) return kSmallest;
     return static_cast<std::int64_t>(number);
+}
+
+std::optional<std::vector<std::string>> ToolArguments::texts(const std::string& name) const {
+    const JSON* value = given(name);
+    if (!value) return std::nullopt;
+    std::vector<std::string> list;
+    for (const JSON& item : *value) list.push_back(item.get<std::string>());
+    return list;
 }
 
 bool ToolArguments::flag(const std::string& name) const {

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "output/JSONWriter.h"
 
@@ -19,13 +20,13 @@ namespace VarnholtQueryLib::MCP {
 // for a malformed flag:
 //  - "Unknown argument '<name>'. Arguments: <names>." for a name the schema
 //    does not declare;
-//  - "Argument '<name>' must be a string." ("an integer", "true or false")
-//    for a value of another type.
+//  - "Argument '<name>' must be a string." ("an integer", "true or false",
+//    "an array of strings") for a value of another type.
 // A null value counts as not given.
 class ToolArguments {
 public:
     // REQUIRES: `inputSchema` is an object schema whose properties each have
-    // a "type" of "string", "integer" or "boolean"; `arguments` is an object
+    // a "type" of "string", "integer", "boolean" or "array" (of strings); `arguments` is an object
     // or null (no arguments). Throws the shape errors above, the first in
     // order of argument names.
     ToolArguments(const JSON& arguments, const JSON& inputSchema);
@@ -36,6 +37,8 @@ public:
     // fraction (5.0) is that integer; one beyond 64 bits is the nearest
     // 64-bit value, which the commands' limits then clamp.
     std::optional<std::int64_t> integer(const std::string& name) const;
+    // The texts given for `name`, in order, or absent.
+    std::optional<std::vector<std::string>> texts(const std::string& name) const;
     // The boolean given for `name`; false when absent.
     bool flag(const std::string& name) const;
 

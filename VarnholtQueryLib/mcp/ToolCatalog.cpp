@@ -105,10 +105,19 @@ JSON entitiesInput() {
         {});
 }
 
+// The summary's periods: the timeline's, and whole weeks and months.
+JSON summaryPresetArgument() {
+    return oneOfTexts({"today", "yesterday", "this-week", "last-week", "this-month", "last-month",
+                       "last-active-day"},
+                      "A named period: today, yesterday, this week so far, the week before it, this "
+                      "month so far, the month before it, or the newest day with activity. Without "
+                      "preset, since, from and to: today.");
+}
+
 JSON summaryInput() {
     return object(
         {
-            {"preset", presetArgument()},
+            {"preset", summaryPresetArgument()},
             {"since", sinceArgument()},
             {"from", fromArgument()},
             {"to", toArgument()},
@@ -122,6 +131,20 @@ JSON summaryInput() {
                                                           10),
                                               1),
                                   100)},
+            {"match", arrayOf(text(), "Count only observations whose description holds every word of "
+                                      "one of these texts (\"quoted phrases\" as phrases; letter case, "
+                                      "accents and word endings do not matter): how long on a topic.")},
+            {"app", arrayOf(text(), "Count only observations showing one of these applications (any "
+                                    "letter case).")},
+            {"entity", arrayOf(text(), "Count only observations naming one of these entities, as VALUE "
+                                       "or KIND=VALUE (any letter case), e.g. "
+                                       "programming_language=Swift.")},
+            {"week_start", oneOfTexts({"monday", "tuesday", "wednesday", "thursday", "friday", "saturday",
+                                       "sunday"},
+                                      "The first day of this-week and last-week; default: the "
+                                      "locale's.")},
+            {"only", arrayOf(oneOfTexts({"sessions", "applications", "entities", "days", "coverage"}),
+                             "Answer with only these sections besides the totals.")},
             {"max_chars", withMinimum(withDefault(integer("The longest answer, in characters: detail "
                                                           "(highlights, list tails, then sessions "
                                                           "folded into days) is dropped until it "
@@ -153,11 +176,9 @@ std::vector<ToolDefinition> makeCatalog() {
          "since says otherwise.",
          entitiesInput(), entitiesOutputSchema()},
         {"summary", "Time summary",
-         "Accounts exactly for the user's time over a period of any length (today without "
-         "arguments, a named period, the last duration or a from/to range): active time, "
-         "sessions with a few highlights, the time each application was visible and each "
-         "entity seen, the days, and what the recorder's frames say about gaps, in at most "
-         "max_chars characters.",
+         "Accounts exactly for the user's time over any period (active time, sessions, time per "
+         "application, entity and day, gaps) within max_chars; for how long the user spent on a "
+         "topic, an application or an entity, pass match, app or entity.",
          summaryInput(), summaryOutputSchema()},
         {"status", "Recorder status",
          "Checks the screen recorder's health: database facts, capture and analysis counters, a "

@@ -53,6 +53,15 @@ Command summaryCommand(const ToolArguments& arguments) {
     if (const auto idle = arguments.text("idle")) summary.idle(*idle);
     if (const auto kind = arguments.text("kind")) summary.kind(*kind);
     if (const auto limit = arguments.integer("limit")) summary.limit(*limit);
+    for (const std::string& words : arguments.texts("match").value_or(std::vector<std::string>{})) {
+        summary.match(words);
+    }
+    for (const std::string& name : arguments.texts("app").value_or(std::vector<std::string>{})) summary.app(name);
+    for (const std::string& entity : arguments.texts("entity").value_or(std::vector<std::string>{})) {
+        summary.entity(entity);
+    }
+    if (const auto weekStart = arguments.text("week_start")) summary.weekStart(*weekStart);
+    if (const auto only = arguments.texts("only")) summary.only(*only);
     // A host cuts or files away a long answer; the budget keeps it whole.
     summary.maxChars(arguments.integer("max_chars").value_or(kSummaryDefaultMaxChars));
     return {summary.build()};

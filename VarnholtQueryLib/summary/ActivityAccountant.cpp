@@ -9,14 +9,15 @@
 #include "MomentBuckets.h"
 #include "platform/LocalCalendar.h"
 #include "redaction/DeduplicationService.h"
+#include "selection/RowSelector.h"
 
 namespace VarnholtQueryLib {
 
 namespace {
 
 // One key per (kind, value), unambiguous whatever the texts hold.
-std::string pairKey(const EntityPair& pair) {
-    return std::to_string(pair.first.size()) + ":" + pair.first + pair.second;
+std::string pairKey(const std::string& kind, const std::string& value) {
+    return std::to_string(kind.size()) + ":" + kind + value;
 }
 
 bool ranksBefore(const ApplicationTime& a, const ApplicationTime& b) {
@@ -38,23 +39,41 @@ bool ranksBefore(const EntityTime& a, const EntityTime& b) {
 
 std::int64_t wholeSeconds(double seconds) { return std::llround(seconds); }
 
-ActivityAccountant::ActivityAccountant(const LocalCalendar& calendar, double idleSeconds,
-                                       double coverEnd, std::optional<std::string> kind)
-    : calendar_(calendar), idleSeconds_(idleSeconds), coverEnd_(coverEnd), kind_(std::move(kind)) {}
+TooManyDays::TooManyDays(std::size_t most)
+    : std::runtime_error("The range has more than " + std::to_string(most) + " days"), most_(most) {}
+
+ActivityAccountant::ActivityAccountant(const LocalCalendar& calendar, AccountingRules rules, RowSelector* selector)
+    : calendar_(calendar),
+      rules_(std::move(rules)),
+      selector_(selector),
+      countsApplications_(rules_.sections.applications || rules_.sections.sessions || rules_.sections.days) {
+    if (rules_.sections.days) {
+        auto days = calendar_.daysBeginningBefore(rules_.rangeStart, rules_.coverEnd, kMostDays);
+        if (!days) throw TooManyDays(kMostDays);
+        listedDays_ = std::move(*days);
+    }
+    restart();
+}
 
 void ActivityAccountant::restart() {
     ties_.clear();
     previousTime_.reset();
     activeSeconds_ = 0;
     rows_ = 0;
+    rangeRows_ = 0;
     firstActivity_.reset();
     lastActivity_.reset();
     applications_.clear();
     applicationByKey_.clear();
     entities_.clear();
-    entityByPair_.clear();
+    entityByKey_.clear();
     sessions_.clear();
     days_.clear();
+    for (const LocalDay& day : listedDays_) {
+        days_.push_back({});
+        days_.back().date = day.date;
+    }
+    dayCursor_ = 0;
     dayStart_ = dayEnd_ = 0;
 }
 
@@ -74,50 +93,64 @@ void ActivityAccountant::settleTies(std::optional<double> nextTime) {
         return a.sequence < b.sequence;
     });
     const double time = ties_.front().time;
-    const double lastCover = nextTime ? std::min(*nextTime - time, idleSeconds_)
-                                      : std::clamp(coverEnd_ - time, 0.0, idleSeconds_);
+    const double lastCover = nextTime ? std::min(*nextTime - time, rules_.idleSeconds)
+                                      : std::clamp(rules_.coverEnd - time, 0.0, rules_.idleSeconds);
     for (std::size_t i = 0; i < ties_.size(); ++i) {
-        count(ties_[i], i + 1 < ties_.size() ? 0.0 : lastCover);
+        ++rangeRows_;
+        // A row that is not picked still covers its time: that time is
+        // simply not the picked rows'.
+        if (picks(ties_[i])) count(ties_[i], i + 1 < ties_.size() ? 0.0 : lastCover);
     }
     ties_.clear();
 }
 
-void ActivityAccountant::count(ActivityRow& row, double cover) {
-    const bool startsSession = !previousTime_ || row.time - *previousTime_ > idleSeconds_;
-    previousTime_ = row.time;
-    DayTally& day = dayOf(row.time);
-    if (startsSession) {
-        sessions_.push_back({});
-        sessions_.back().start = row.time;
-        ++day.sessionCount;
-    }
-    SessionTally& session = sessions_.back();
-    session.lastTime = row.time;
-    session.lastCover = cover;
-    session.activeSeconds += cover;
-    ++session.rows;
+bool ActivityAccountant::picks(const ActivityRow& row) {
+    return selector_ == nullptr || selector_->selects({row.rowid, row.apps, row.entities});
+}
 
+void ActivityAccountant::count(ActivityRow& row, double cover) {
+    const bool startsSession = !previousTime_ || row.time - *previousTime_ > rules_.idleSeconds;
+    previousTime_ = row.time;
     activeSeconds_ += cover;
     ++rows_;
     if (!firstActivity_) firstActivity_ = row.time;
     lastActivity_ = row.time;
 
-    if (day.rows == 0) day.firstActivity = row.time;
-    day.lastActivity = row.time;
-    day.activeSeconds += cover;
-    ++day.rows;
-
-    countApplications(row, cover, session, day);
-    countEntities(row, cover);
-
-    // A time without a moment (none that a range reaches) joins the moment
-    // before it.
-    const std::int64_t moment = RecentWorkTimelineCore::bucketStartOf(row.time, kMomentSeconds)
-                                    .value_or(session.moments.empty() ? 0 : session.moments.back().start);
-    if (session.moments.empty() || session.moments.back().start != moment) {
-        session.moments.push_back({moment, 0, row.sequence, std::move(row.description)});
+    DayTally* day = nullptr;
+    if (rules_.sections.days) {
+        day = &dayOf(row.time);
+        if (startsSession) ++day->sessionCount;
+        if (day->rows == 0) day->firstActivity = row.time;
+        day->lastActivity = row.time;
+        day->activeSeconds += cover;
+        ++day->rows;
     }
-    ++session.moments.back().rows;
+    SessionTally* session = nullptr;
+    if (rules_.sections.sessions) {
+        if (startsSession) {
+            sessions_.push_back({});
+            sessions_.back().start = row.time;
+        }
+        session = &sessions_.back();
+        session->lastTime = row.time;
+        session->lastCover = cover;
+        session->activeSeconds += cover;
+        ++session->rows;
+    }
+
+    if (countsApplications_) countApplications(row, cover, session, day);
+    if (rules_.sections.entities) countEntities(row, cover);
+
+    if (session != nullptr) {
+        // A time without a moment (none that a range reaches) joins the
+        // moment before it.
+        const std::int64_t moment = RecentWorkTimelineCore::bucketStartOf(row.time, kMomentSeconds)
+                                        .value_or(session->moments.empty() ? 0 : session->moments.back().start);
+        if (session->moments.empty() || session->moments.back().start != moment) {
+            session->moments.push_back({moment, 0, row.sequence, std::move(row.description)});
+        }
+        ++session->moments.back().rows;
+    }
 }
 
 ActivityAccountant::DayTally& ActivityAccountant::dayOf(double time) {
@@ -128,12 +161,17 @@ ActivityAccountant::DayTally& ActivityAccountant::dayOf(double time) {
         // Where the calendar cannot say where the day ends (at its limits),
         // every time asks again.
         if (!(dayStart_ <= time && time < dayEnd_)) dayStart_ = dayEnd_ = 0;
-        if (days_.empty() || days_.back().date != date) {
+        // Rows come in time order, and so do the days: the row's day is the
+        // current one, a later listed one, or one after every listed day.
+        std::size_t found = dayCursor_;
+        while (found < days_.size() && days_[found].date != date) ++found;
+        if (found == days_.size()) {
             days_.push_back({});
             days_.back().date = std::move(date);
         }
+        dayCursor_ = found;
     }
-    return days_.back();
+    return days_[dayCursor_];
 }
 
 const std::string& ActivityAccountant::keyOf(const std::string& name) {
@@ -144,8 +182,8 @@ const std::string& ActivityAccountant::keyOf(const std::string& name) {
     return found->second;
 }
 
-void ActivityAccountant::countApplications(const ActivityRow& row, double cover, SessionTally& session,
-                                           DayTally& day) {
+void ActivityAccountant::countApplications(const ActivityRow& row, double cover, SessionTally* session,
+                                           DayTally* day) {
     std::vector<std::size_t> listed;
     for (const std::string& name : row.apps) {
         const std::string& key = keyOf(name);
@@ -161,7 +199,8 @@ void ActivityAccountant::countApplications(const ActivityRow& row, double cover,
         listed.push_back(application);
         applications_[application].seconds += cover;
         ++applications_[application].observationCount;
-        for (ApplicationSeconds* part : {&session.applications, &day.applications}) {
+        for (ApplicationSeconds* part : {session ? &session->applications : nullptr, day ? &day->applications : nullptr}) {
+            if (part == nullptr) continue;
             Visibility& visibility = (*part)[application];
             visibility.seconds += cover;
             ++visibility.rows;
@@ -170,20 +209,32 @@ void ActivityAccountant::countApplications(const ActivityRow& row, double cover,
 }
 
 void ActivityAccountant::countEntities(const ActivityRow& row, double cover) {
-    std::unordered_set<std::string> listed;
+    std::unordered_set<std::string> spellingsListed;
+    std::vector<std::size_t> entitiesListed;
     for (const EntityPair& pair : row.entities) {
-        if (kind_ && pair.first != *kind_) continue;
-        std::string key = pairKey(pair);
-        if (!listed.insert(key).second) continue;
-        auto found = entityByPair_.find(key);
-        if (found == entityByPair_.end()) {
-            found = entityByPair_.emplace(std::move(key), entities_.size()).first;
-            entities_.push_back({pair.first, pair.second, 0, 0, row.time, row.time});
+        if (rules_.kind && pair.first != *rules_.kind) continue;
+        if (!spellingsListed.insert(pairKey(pair.first, pair.second)).second) continue;
+        std::string key = pairKey(pair.first, keyOf(pair.second));
+        auto found = entityByKey_.find(key);
+        if (found == entityByKey_.end()) {
+            found = entityByKey_.emplace(std::move(key), entities_.size()).first;
+            entities_.push_back({{pair.first, "", 0, 0, row.time, row.time}, {}});
         }
-        EntityTime& entity = entities_[found->second];
-        entity.seconds += cover;
-        ++entity.count;
-        entity.lastSeen = row.time;
+        EntityTally& entity = entities_[found->second];
+        // Every spelling the row holds counts for that spelling; the row
+        // counts once for the entity.
+        auto spelling = std::find_if(entity.spellings.begin(), entity.spellings.end(),
+                                     [&](const Spelling& known) { return known.value == pair.second; });
+        if (spelling == entity.spellings.end()) {
+            entity.spellings.push_back({pair.second, 0});
+            spelling = entity.spellings.end() - 1;
+        }
+        ++spelling->rows;
+        if (std::find(entitiesListed.begin(), entitiesListed.end(), found->second) != entitiesListed.end()) continue;
+        entitiesListed.push_back(found->second);
+        entity.time.seconds += cover;
+        ++entity.time.count;
+        entity.time.lastSeen = row.time;
     }
 }
 
@@ -227,6 +278,7 @@ ActivityAccount ActivityAccountant::close(DescriptionSource& descriptions) {
     ActivityAccount account;
     account.activeSeconds = activeSeconds_;
     account.observationCount = rows_;
+    account.rangeObservationCount = rangeRows_;
     account.firstActivity = firstActivity_;
     account.lastActivity = lastActivity_;
     for (const SessionTally& tally : sessions_) {
@@ -239,15 +291,32 @@ ActivityAccount ActivityAccountant::close(DescriptionSource& descriptions) {
         session.highlights = highlightsOf(tally, descriptions);
         account.sessions.push_back(std::move(session));
     }
-    account.applications = applications_;
-    std::sort(account.applications.begin(), account.applications.end(),
-              [](const ApplicationTime& a, const ApplicationTime& b) { return ranksBefore(a, b); });
-    account.entities = entities_;
+    if (rules_.sections.applications) {
+        account.applications = applications_;
+        std::sort(account.applications.begin(), account.applications.end(),
+                  [](const ApplicationTime& a, const ApplicationTime& b) { return ranksBefore(a, b); });
+    }
+    for (const EntityTally& tally : entities_) {
+        EntityTime entity = tally.time;
+        // The spelling of most rows; of the earliest among equals, which
+        // came first.
+        const Spelling* shown = &tally.spellings.front();
+        for (const Spelling& spelling : tally.spellings) {
+            if (spelling.rows > shown->rows) shown = &spelling;
+        }
+        entity.value = shown->value;
+        account.entities.push_back(std::move(entity));
+    }
     std::sort(account.entities.begin(), account.entities.end(),
               [](const EntityTime& a, const EntityTime& b) { return ranksBefore(a, b); });
     for (const DayTally& tally : days_) {
-        account.days.push_back({tally.date, tally.activeSeconds, tally.rows, tally.firstActivity,
-                                tally.lastActivity, tally.sessionCount, ranked(tally.applications)});
+        ActivityDay day{tally.date, tally.activeSeconds, tally.rows, std::nullopt, std::nullopt,
+                        tally.sessionCount, ranked(tally.applications)};
+        if (tally.rows > 0) {
+            day.firstActivity = tally.firstActivity;
+            day.lastActivity = tally.lastActivity;
+        }
+        account.days.push_back(std::move(day));
     }
     return account;
 }

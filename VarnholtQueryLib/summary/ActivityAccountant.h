@@ -3,16 +3,40 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
+#include "platform/LocalCalendar.h"
 #include "summary/ActivityRecords.h"
 #include "summary/SummaryQueryPort.h"
+#include "summary/SummarySections.h"
 
 namespace VarnholtQueryLib {
 
-class LocalCalendar;
+class RowSelector;
+
+// What the accountant needs to know of the question besides the rows.
+struct AccountingRules {
+    double idleSeconds = 300;  // REQUIRES: > 0
+    double rangeStart = 0;     // the range's first instant
+    // The end of the range or now, whichever is earlier: the last row
+    // covers at most until then, and the days listed begin before it.
+    double coverEnd = 0;
+    std::optional<std::string> kind;  // entities of this kind only
+    SummarySections sections;         // what to account for beyond the totals
+};
+
+// A range whose days are more than an answer lists.
+class TooManyDays : public std::runtime_error {
+public:
+    explicit TooManyDays(std::size_t most);
+    std::size_t most() const { return most_; }
+
+private:
+    std::size_t most_;
+};
 
 // The summary's rule of time accounting, applied to rows as they arrive
 // (oldest first), so that a range of any length costs memory for what it
@@ -22,33 +46,45 @@ class LocalCalendar;
 //    order of id (byte order), then of sequence, so that the account never
 //    depends on the order the database returned them in;
 //  - each row covers the time until the next row, at most the idle gap; the
-//    last row covers until `coverEnd` (the end of the range or now, whichever
-//    is earlier), at most the idle gap and never less than nothing;
-//  - the active time is the sum of the covers; a session is a longest run of
-//    rows in which each row is at most the idle gap before the next; it
-//    starts at its first row's time and ends at its last row's time plus
-//    that row's cover;
+//    last row covers until `coverEnd`, at most the idle gap and never less
+//    than nothing. Every row covers, whether a selection picks it or not;
+//  - the account is of the rows the selector picks (every row without one):
+//    the active time is the sum of their covers, so that time spent between
+//    two picked rows on something else is not counted; a session is a
+//    longest run of picked rows in which each is at most the idle gap before
+//    the next picked row; it starts at its first row's time and ends at its
+//    last row's time plus that row's cover;
 //  - an application (a row's apps, repeats within the row dropped by
 //    DeduplicationService::nameKey) is visible for the covers of the rows
-//    that list it, and is named as its earliest row spells it; an entity
-//    (a row's distinct kind and value pairs, of `kind` only when given)
-//    likewise; both count the rows that list them;
+//    that list it, and is named as its earliest row spells it;
+//  - an entity is a kind and a value compared by the name key (of `kind`
+//    only when given): its seconds are the covers of the rows that list it,
+//    its count those rows, and it is spelt as most of them spell it (a row
+//    holding several spellings counts for each), among equals as the
+//    earliest row does;
 //  - a row's cover counts for the local calendar day (in `calendar`) of its
-//    time; a session counts for the day it starts on;
+//    time; a session counts for the day it starts on. The days listed are
+//    every local day that begins before `coverEnd`, from the day of
+//    `rangeStart` on (days without rows too), and any other day a row falls
+//    on (a row exactly at the end of a range that ends at midnight);
 //  - a session's highlights are the distinct descriptions of the first rows
 //    of its busiest five-minute moments (most rows, then the earlier): up
 //    to three, shown in time order.
+// Sections not asked for are neither counted nor listed; the totals always
+// are.
 //
-// Holds `calendar` by reference; it must outlive the accountant.
-// Single-threaded.
+// Holds `calendar` and `selector` by reference; they must outlive the
+// accountant. Single-threaded.
 class ActivityAccountant final : public ActivityRowSink {
 public:
     static constexpr std::int64_t kMomentSeconds = 300;
     static constexpr std::size_t kHighlightsPerSession = 3;
+    // The most days an account lists: some 270 years.
+    static constexpr std::size_t kMostDays = 100000;
 
-    // REQUIRES: idleSeconds > 0.
-    ActivityAccountant(const LocalCalendar& calendar, double idleSeconds, double coverEnd,
-                       std::optional<std::string> kind);
+    // `selector` absent: every row is picked. Throws TooManyDays when the
+    // days are asked for and the range has more than kMostDays of them.
+    ActivityAccountant(const LocalCalendar& calendar, AccountingRules rules, RowSelector* selector = nullptr);
 
     void restart() override;
     // REQUIRES: rows arrive in non-decreasing time; throws std::logic_error
@@ -91,37 +127,55 @@ private:
         std::int64_t sessionCount = 0;
         ApplicationSeconds applications;
     };
+    // One spelling of an entity and the rows that use it.
+    struct Spelling {
+        std::string value;
+        std::int64_t rows = 0;
+    };
+    struct EntityTally {
+        EntityTime time;                  // value set when the account closes
+        std::vector<Spelling> spellings;  // in the order of their first rows
+    };
 
+    // The days every account of the range lists, rows or not.
+    void listDays();
     // Counts the rows of equal time waiting in ties_, now that the time of
     // the next row (absent after the last) is known.
     void settleTies(std::optional<double> nextTime);
+    bool picks(const ActivityRow& row);
     void count(ActivityRow& row, double cover);
     DayTally& dayOf(double time);
-    void countApplications(const ActivityRow& row, double cover, SessionTally& session, DayTally& day);
+    void countApplications(const ActivityRow& row, double cover, SessionTally* session, DayTally* day);
     void countEntities(const ActivityRow& row, double cover);
     const std::string& keyOf(const std::string& name);
     std::vector<ApplicationTime> ranked(const ApplicationSeconds& seconds) const;
     std::vector<Highlight> highlightsOf(const SessionTally& session, DescriptionSource& descriptions) const;
 
     const LocalCalendar& calendar_;
-    const double idleSeconds_;
-    const double coverEnd_;
-    const std::optional<std::string> kind_;
+    const AccountingRules rules_;
+    RowSelector* const selector_;
+    // Whether any application list is kept: the top list, or those of the
+    // sessions or days.
+    const bool countsApplications_;
 
     std::vector<ActivityRow> ties_;
     std::optional<double> previousTime_;
     double activeSeconds_ = 0;
     std::int64_t rows_ = 0;
+    std::int64_t rangeRows_ = 0;
     std::optional<double> firstActivity_;
     std::optional<double> lastActivity_;
     std::vector<ApplicationTime> applications_;
     std::unordered_map<std::string, std::size_t> applicationByKey_;
     std::unordered_map<std::string, std::string> keyByName_;
-    std::vector<EntityTime> entities_;
-    std::unordered_map<std::string, std::size_t> entityByPair_;
+    std::vector<EntityTally> entities_;
+    std::unordered_map<std::string, std::size_t> entityByKey_;
     std::vector<SessionTally> sessions_;
+    // The listed days, then any day a row falls on after them.
+    std::vector<LocalDay> listedDays_;
     std::vector<DayTally> days_;
-    // The local day of days_.back(): [dayStart_, dayEnd_), or empty.
+    std::size_t dayCursor_ = 0;
+    // The local day of days_[dayCursor_]: [dayStart_, dayEnd_), or empty.
     double dayStart_ = 0;
     double dayEnd_ = 0;
 };

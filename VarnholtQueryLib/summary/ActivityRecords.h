@@ -26,6 +26,9 @@ struct ActivityRow {
     // the source has no such number: the last key among equal times and ids,
     // and the key by which a description is looked up later.
     std::int64_t sequence = 0;
+    // Where the row is stored, when the source read it: the key by which a
+    // text rule's matches (RowSelector) find it.
+    std::optional<std::int64_t> rowid;
     // The applications as the recorder listed them (a malformed list is
     // empty), repeats and all.
     std::vector<std::string> apps;
@@ -52,10 +55,12 @@ struct ApplicationTime {
     bool operator==(const ApplicationTime&) const = default;
 };
 
-// An entity's time: the covers of the rows that list it.
+// An entity's time: the covers of the rows that list it. An entity is a
+// kind and a value compared by the name key, so that "Swift", "swift" and
+// "SWIFT" are one.
 struct EntityTime {
     std::string kind;
-    std::string value;
+    std::string value;  // the spelling most of its rows use, the earliest among equals
     double seconds = 0;
     std::int64_t count = 0;  // rows that list it
     double firstSeen = 0;    // the earliest and latest of those rows' times
@@ -90,24 +95,28 @@ struct ActivityDay {
     std::string date;  // yyyy-MM-dd
     double activeSeconds = 0;
     std::int64_t observationCount = 0;
-    double firstActivity = 0;  // the day's first and last row times
-    double lastActivity = 0;
+    std::optional<double> firstActivity;  // the day's first and last row times; absent without rows
+    std::optional<double> lastActivity;
     std::int64_t sessionCount = 0;              // sessions that start that day
     std::vector<ApplicationTime> applications;  // all of them, most seconds first
 
     bool operator==(const ActivityDay&) const = default;
 };
 
-// What the rows of a range add up to.
+// What the rows of a range add up to: the rows a selection picked, or all
+// of them without one.
 struct ActivityAccount {
     double activeSeconds = 0;
     std::int64_t observationCount = 0;
+    // The range's rows, picked or not.
+    std::int64_t rangeObservationCount = 0;
     std::optional<double> firstActivity;  // the first and last row times; absent without rows
     std::optional<double> lastActivity;
     std::vector<ActivitySession> sessions;      // in time order
     std::vector<ApplicationTime> applications;  // all, most seconds first, then by name
     std::vector<EntityTime> entities;           // all, most seconds first, then kind, value
-    std::vector<ActivityDay> days;              // days with rows, in date order
+    // Every day of the range (ActivityAccountant says which), in date order.
+    std::vector<ActivityDay> days;
 
     bool operator==(const ActivityAccount&) const = default;
 };

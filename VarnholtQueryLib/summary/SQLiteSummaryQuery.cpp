@@ -41,6 +41,31 @@ const char* const SQLiteSummaryQuery::kActivityStatement =
     "    FROM eligible\n"
     "    ORDER BY frame_timestamp ASC";
 
+const char* const SQLiteSummaryQuery::kActivityWithRowidStatement =
+    "    WITH eligible AS (\n"
+    "        SELECT o.id, o.vlm_description, o.apps, o.image_path,\n"
+    "               COALESCE(CASE WHEN f.timestamp < '' THEN f.timestamp END,\n"
+    "                        CASE WHEN o.timestamp < '' THEN o.timestamp END) AS frame_timestamp,\n"
+    "               (SELECT json_group_array(json_object('kind', entity_kind, 'value', entity_value))\n"
+    "                FROM observation_entities WHERE observation_id = o.id\n"
+    "                  AND typeof(entity_kind) NOT IN ('null', 'blob')\n"
+    "                  AND typeof(entity_value) NOT IN ('null', 'blob')) AS entities_json,\n"
+    "               o.rowid AS rid\n"
+    "        FROM observations o\n"
+    "        LEFT JOIN frames f ON o.frame_id = f.id\n"
+    "        WHERE COALESCE(CASE WHEN f.timestamp < '' THEN f.timestamp END,\n"
+    "                       CASE WHEN o.timestamp < '' THEN o.timestamp END) >= ?\n"
+    "          AND COALESCE(CASE WHEN f.timestamp < '' THEN f.timestamp END,\n"
+    "                       CASE WHEN o.timestamp < '' THEN o.timestamp END) <= ?\n"
+    "          AND o.vlm_description IS NOT NULL\n"
+    "          AND length(trim(o.vlm_description)) > 0\n"
+    "          AND (o.recording_id IS NULL OR o.recording_id = '')\n"
+    "        ORDER BY frame_timestamp DESC\n"
+    "    )\n"
+    "    SELECT id, vlm_description, apps, image_path, frame_timestamp, entities_json, rid\n"
+    "    FROM eligible\n"
+    "    ORDER BY frame_timestamp ASC";
+
 // Frames are dated by their own time, numbers only: a text or BLOB time
 // sorts above every number, so the closed range leaves it out, and NULL
 // compares to nothing. 0 is pending, 1 analysed, 2 failed; other values
@@ -63,7 +88,7 @@ const char* const SQLiteSummaryQuery::kDescriptionStatement =
 
 namespace {
 
-enum LiteralColumn { kId, kDescription, kApps, kImagePath, kFrameTimestamp, kEntitiesJson };
+enum LiteralColumn { kId, kDescription, kApps, kImagePath, kFrameTimestamp, kEntitiesJson, kLiteralRowid };
 enum IndexedColumn { kTime, kRowid, kIndexedId, kIndexedApps, kIndexedEntitiesJson };
 
 // Decoded texts kept at most: plenty for the application lists a recorder
@@ -125,21 +150,22 @@ const std::vector<std::string>& SQLiteSummaryQuery::applicationsOf(const std::op
     return found->second;
 }
 
-void SQLiteSummaryQuery::scanActivity(double from, double to, ActivityRowSink& sink) {
+void SQLiteSummaryQuery::scanActivity(double from, double to, const ActivityNeeds& needs, ActivityRowSink& sink) {
     withLiteralFallback(
         [&]() -> std::optional<bool> {
             if (!scanIndexed(from, to, sink)) return std::nullopt;
             return true;
         },
         [&] {
-            scanLiteral(from, to, sink);
+            scanLiteral(from, to, needs, sink);
             return true;
         });
 }
 
-void SQLiteSummaryQuery::scanLiteral(double from, double to, ActivityRowSink& sink) {
+void SQLiteSummaryQuery::scanLiteral(double from, double to, const ActivityNeeds& needs, ActivityRowSink& sink) {
     sqlite3* handle = connection_.handle();
-    sqlite3_stmt* statement = prepareStatement(handle, kActivityStatement);
+    sqlite3_stmt* statement =
+        prepareStatement(handle, needs.rowids ? kActivityWithRowidStatement : kActivityStatement);
     FinalizeOnExit finalize(statement);
     sqlite3_bind_double(statement, 1, from);
     sqlite3_bind_double(statement, 2, to);
@@ -153,6 +179,7 @@ void SQLiteSummaryQuery::scanLiteral(double from, double to, ActivityRowSink& si
         activity.apps = applicationsOf(columnOptionalText(row, kApps));
         activity.entities = RecentWorkTimelineCore::parseEntities(columnOptionalText(row, kEntitiesJson));
         activity.description = columnOptionalText(row, kDescription).value_or("");
+        if (needs.rowids) activity.rowid = sqlite3_column_int64(row, kLiteralRowid);
         sink.add(std::move(activity));
     });
 }
@@ -188,6 +215,7 @@ bool SQLiteSummaryQuery::scanIndexed(double from, double to, ActivityRowSink& si
         activity.time = next->time();
         activity.id = columnText(row, kIndexedId);
         activity.sequence = sqlite3_column_int64(row, kRowid);
+        activity.rowid = activity.sequence;
         activity.apps = applicationsOf(columnOptionalText(row, kIndexedApps));
         activity.entities = RecentWorkTimelineCore::parseEntities(columnOptionalText(row, kIndexedEntitiesJson));
         sink.add(std::move(activity));

@@ -38,6 +38,9 @@ class SQLiteSummaryQuery final : public SummaryQueryPort {
 public:
     // The statements that define the answers, exactly as prepared.
     static const char* const kActivityStatement;
+    // kActivityStatement with each row's rowid as a last column, rid: the
+    // same rows in the same order, for text rules, which find rows by rowid.
+    static const char* const kActivityWithRowidStatement;
     static const char* const kFrameCountsStatement;
     static const char* const kFrameTimesStatement;
     static const char* const kDescriptionStatement;
@@ -47,16 +50,17 @@ public:
     ~SQLiteSummaryQuery() override;
 
     // Rows of the literal statement carry their description and, as their
-    // sequence, their place in its answer; rows of the index-driven
-    // statements carry their rowid and no description.
-    void scanActivity(double from, double to, ActivityRowSink& sink) override;
+    // sequence, their place in its answer (and their rowid when asked for);
+    // rows of the index-driven statements carry their rowid, as sequence and
+    // as rowid, and no description.
+    void scanActivity(double from, double to, const ActivityNeeds& needs, ActivityRowSink& sink) override;
     FrameCounts countFrames(double from, double to) override;
     void scanFrameTimes(double from, double to, const std::function<void(double)>& visit) override;
     // `sequence` is a rowid, as the index-driven statements give it.
     std::string descriptionOf(std::int64_t sequence) override;
 
 private:
-    void scanLiteral(double from, double to, ActivityRowSink& sink);
+    void scanLiteral(double from, double to, const ActivityNeeds& needs, ActivityRowSink& sink);
     // False when the catalogue lacks an index or SQLite refuses a statement.
     bool scanIndexed(double from, double to, ActivityRowSink& sink);
     FrameCounts countLiteral(double from, double to);

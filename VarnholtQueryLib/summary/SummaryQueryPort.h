@@ -38,6 +38,14 @@ protected:
     DescriptionSource& operator=(const DescriptionSource&) = delete;
 };
 
+// What the rows of a scan must carry beyond their time, id, sequence,
+// applications and entities.
+struct ActivityNeeds {
+    bool rowids = false;  // ActivityRow::rowid, for text rules
+
+    bool operator==(const ActivityNeeds&) const = default;
+};
+
 // Where the summary reads the recorder's database. The SQLite adapter is the
 // one implementation; tests use fakes. Every operation throws the database
 // layer's error (locked, query failed) unchanged.
@@ -48,8 +56,8 @@ public:
     // time in the range; all of them, however many. They reach `sink` in
     // non-decreasing effective time; rows of equal time in any order. The
     // sink is restarted before the first row, and again if the scan has to
-    // start over.
-    virtual void scanActivity(double from, double to, ActivityRowSink& sink) = 0;
+    // start over. The rows carry their rowid when `needs` asks for it.
+    virtual void scanActivity(double from, double to, const ActivityNeeds& needs, ActivityRowSink& sink) = 0;
 
     // The frames whose time lies in [from, to], by analysis state.
     virtual FrameCounts countFrames(double from, double to) = 0;

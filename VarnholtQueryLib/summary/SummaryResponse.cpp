@@ -50,42 +50,75 @@ JSON dayObject(const ActivityDay& day) {
         {"date", day.date},
         {"active_seconds", wholeSeconds(day.activeSeconds)},
         {"observation_count", day.observationCount},
-        {"first_activity_iso", formatUTCInternetDateTime(day.firstActivity)},
-        {"last_activity_iso", formatUTCInternetDateTime(day.lastActivity)},
+        {"first_activity_iso", optionalInstant(day.firstActivity)},
+        {"last_activity_iso", optionalInstant(day.lastActivity)},
         {"session_count", day.sessionCount},
         {"applications", applicationTimes(day.applications, false)},
     };
 }
 
 JSON coverageObject(const FrameCoverage& coverage, const std::vector<FrameGap>& gaps,
-                    std::int64_t observationCount) {
+                    const ActivityAccount& account, bool selects) {
     JSON gapList = JSON::array();
     for (const FrameGap& gap : gaps) {
         gapList.push_back({{"from_iso", formatUTCInternetDateTime(gap.from)},
                            {"to_iso", formatUTCInternetDateTime(gap.to)}});
     }
-    return {
+    JSON object = {
         {"frames", coverage.counts.frames},
         {"analyzed_frames", coverage.counts.analyzedFrames},
         {"pending_frames", coverage.counts.pendingFrames},
         {"failed_frames", coverage.counts.failedFrames},
-        {"observations", observationCount},
+        {"observations", account.rangeObservationCount},
         {"gaps", std::move(gapList)},
         {"verdict", coverage.verdict ? JSON(*coverage.verdict) : JSON(nullptr)},
     };
+    if (selects) object["selected_observations"] = account.observationCount;
+    return object;
 }
 
-JSON omittedObject(const OmittedDetail& omitted) {
-    return {
-        {"highlights", omitted.highlights},
-        {"session_applications", omitted.sessionApplications},
-        {"day_applications", omitted.dayApplications},
-        {"gaps", omitted.gaps},
-        {"entities", omitted.entities},
-        {"applications", omitted.applications},
-        {"sessions", omitted.sessions},
-        {"days", omitted.days},
+// What was dropped, counted for the sections the answer holds.
+JSON omittedObject(const OmittedDetail& omitted, const SummarySections& sections) {
+    JSON object = JSON::object();
+    if (sections.sessions) {
+        object["highlights"] = omitted.highlights;
+        object["session_applications"] = omitted.sessionApplications;
+        object["sessions"] = omitted.sessions;
+    }
+    if (sections.days) {
+        object["day_applications"] = omitted.dayApplications;
+        object["days"] = omitted.days;
+    }
+    if (sections.coverage) object["gaps"] = omitted.gaps;
+    if (sections.entities) object["entities"] = omitted.entities;
+    if (sections.applications) object["applications"] = omitted.applications;
+    return object;
+}
+
+JSON texts(const std::vector<std::string>& list) {
+    JSON array = JSON::array();
+    for (const std::string& text : list) array.push_back(text);
+    return array;
+}
+
+JSON queryObject(const SummaryEcho& echo) {
+    JSON query = {
+        {"preset", echo.range.preset},
+        {"from", formatUTCInternetDateTime(echo.range.from)},
+        {"to", formatUTCInternetDateTime(echo.range.to)},
+        {"idle_seconds", echo.idleSeconds},
+        {"kind", echo.kind ? JSON(*echo.kind) : JSON(nullptr)},
+        {"limit", echo.limit},
+        {"max_chars", echo.maxChars ? JSON(*echo.maxChars) : JSON(nullptr)},
     };
+    // What narrows the answer is echoed when given, so that an answer
+    // without it reads as it always has.
+    if (!echo.match.empty()) query["match"] = texts(echo.match);
+    if (!echo.app.empty()) query["app"] = texts(echo.app);
+    if (!echo.entity.empty()) query["entity"] = texts(echo.entity);
+    if (echo.weekStart) query["week_start"] = *echo.weekStart;
+    if (echo.only) query["only"] = texts(*echo.only);
+    return query;
 }
 
 template <typename Entry, typename Render>
@@ -101,29 +134,27 @@ JSON summaryDocument(const SummaryFindings& findings, const SummaryDetail& detai
                      const OmittedDetail& omitted, const SummaryEcho& echo,
                      const LocalCalendar& calendar, double now) {
     const ActivityAccount& account = findings.account;
+    const SummarySections& sections = echo.sections;
     JSON data = {
         {"active_seconds", wholeSeconds(account.activeSeconds)},
         {"observation_count", account.observationCount},
-        {"session_count", static_cast<std::int64_t>(account.sessions.size())},
         {"first_activity_iso", optionalInstant(account.firstActivity)},
         {"last_activity_iso", optionalInstant(account.lastActivity)},
-        {"sessions", listOf(detail.sessions, sessionObject)},
-        {"applications", applicationTimes(detail.applications, true)},
-        {"entities", listOf(detail.entities, entityObject)},
-        {"days", listOf(detail.days, dayObject)},
-        {"coverage", coverageObject(findings.coverage, detail.gaps, account.observationCount)},
     };
+    if (sections.sessions) {
+        data["session_count"] = static_cast<std::int64_t>(account.sessions.size());
+        data["sessions"] = listOf(detail.sessions, sessionObject);
+    }
+    if (sections.applications) data["applications"] = applicationTimes(detail.applications, true);
+    if (sections.entities) data["entities"] = listOf(detail.entities, entityObject);
+    if (sections.days) data["days"] = listOf(detail.days, dayObject);
+    if (sections.coverage && findings.coverage) {
+        data["coverage"] = coverageObject(*findings.coverage, detail.gaps, account, echo.selects());
+    }
     JSON meta = {
-        {"query",
-         {{"preset", echo.range.preset},
-          {"from", formatUTCInternetDateTime(echo.range.from)},
-          {"to", formatUTCInternetDateTime(echo.range.to)},
-          {"idle_seconds", echo.idleSeconds},
-          {"kind", echo.kind ? JSON(*echo.kind) : JSON(nullptr)},
-          {"limit", echo.limit},
-          {"max_chars", echo.maxChars ? JSON(*echo.maxChars) : JSON(nullptr)}}},
+        {"query", queryObject(echo)},
         {"truncated", omitted.any()},
-        {"omitted", omittedObject(omitted)},
+        {"omitted", omittedObject(omitted, sections)},
         {"timezone", calendar.timeZoneIdentifier()},
         {"current_date", calendar.localDate(now)},
         {"current_datetime", calendar.localInternetDateTime(now)},
@@ -139,8 +170,8 @@ JSON summaryDocument(const SummaryFindings& findings, const SummaryDetail& detai
 
 JSON makeSummaryResponse(const SummaryFindings& findings, const SummaryEcho& echo,
                          const LocalCalendar& calendar, double now) {
-    const SummaryDetail detail =
-        SummaryDetail::of(findings.account, findings.coverage.gaps, echo.limit);
+    const SummaryDetail detail = SummaryDetail::of(
+        findings.account, findings.coverage ? findings.coverage->gaps : std::vector<FrameGap>{}, echo.limit);
     const auto fitted = [&](const SummaryEcho& asked) {
         const auto render = [&](const SummaryDetail& trimmed, const OmittedDetail& omitted) {
             return summaryDocument(findings, trimmed, omitted, asked, calendar, now);

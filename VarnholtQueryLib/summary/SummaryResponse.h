@@ -3,10 +3,12 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "output/JSONWriter.h"
 #include "period/TimeRange.h"
 #include "summary/SummaryDetail.h"
+#include "summary/SummarySections.h"
 #include "summary/SummaryUseCase.h"
 
 namespace VarnholtQueryLib {
@@ -21,12 +23,23 @@ struct SummaryEcho {
     std::optional<std::string> kind;
     std::int64_t limit = 10;                // entries of the application and entity lists
     std::optional<std::int64_t> maxChars;   // the budget; absent: no budget
+    // The selection as given, each echoed when given: the words of the text
+    // rules, the applications, the entities ("[KIND=]VALUE").
+    std::vector<std::string> match;
+    std::vector<std::string> app;
+    std::vector<std::string> entity;
+    std::optional<std::string> weekStart;         // as given
+    std::optional<std::vector<std::string>> only;  // the sections named, as given
+    SummarySections sections;                     // what the answer holds
+
+    bool selects() const { return !match.empty() || !app.empty() || !entity.empty(); }
 };
 
 // The answer of `summary`: the findings inside the response envelope, with
 // the query echoed and the local date and time of `now` in `calendar`.
 // Seconds are printed as whole numbers (wholeSeconds), instants as UTC
-// ISO 8601 texts, highlights redacted. With a budget, detail is dropped in
+// ISO 8601 texts, highlights redacted. Only the sections `echo` asks for
+// are printed, and the totals. With a budget, detail is dropped in
 // dropOrder's order until the printed document fits it; meta.truncated and
 // meta.omitted say what went. Throws SummaryBudgetTooSmall when even the
 // totals do not fit, with the smallest budget they fit (the answer echoes

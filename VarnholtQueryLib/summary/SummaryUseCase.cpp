@@ -2,32 +2,44 @@
 
 #include <algorithm>
 
+#include "selection/RowSelector.h"
 #include "summary/ActivityAccountant.h"
 #include "summary/FrameCoverageRules.h"
 
 namespace VarnholtQueryLib {
 
-SummaryUseCase::SummaryUseCase(SummaryQueryPort& summaryQuery, const LocalCalendar& calendar)
-    : summaryQuery_(summaryQuery), calendar_(calendar) {}
+SummaryUseCase::SummaryUseCase(SummaryQueryPort& summaryQuery, FullTextMatchPort& fullText,
+                               const LocalCalendar& calendar)
+    : summaryQuery_(summaryQuery), fullText_(fullText), calendar_(calendar) {}
 
 SummaryFindings SummaryUseCase::execute(const SummaryQuery& query, double now) {
     // Nothing is known after now: a range that reaches into the future is
     // counted, and looked at for gaps, only up to now.
     const double coverEnd = std::min(query.to, now);
 
-    SummaryFindings findings;
-    ActivityAccountant accountant(calendar_, query.idleSeconds, coverEnd, query.kind);
-    summaryQuery_.scanActivity(query.from, query.to, accountant);
-    findings.account = accountant.close(summaryQuery_);
+    std::optional<RowSelector> selector;
+    if (!query.selection.empty()) {
+        selector = RowSelector::resolve({query.selection}, fullText_, query.from, query.to);
+    }
+    const AccountingRules rules{query.idleSeconds, query.from, coverEnd, query.kind, query.sections};
+    ActivityAccountant accountant(calendar_, rules, selector ? &*selector : nullptr);
+    const ActivityNeeds needs{selector && selector->readsRowids()};
+    summaryQuery_.scanActivity(query.from, query.to, needs, accountant);
 
-    findings.coverage.counts = summaryQuery_.countFrames(query.from, query.to);
+    SummaryFindings findings;
+    findings.account = accountant.close(summaryQuery_);
+    if (!query.sections.coverage) return findings;
+
+    FrameCoverage coverage;
+    coverage.counts = summaryQuery_.countFrames(query.from, query.to);
     FrameGapFinder gaps(query.from, coverEnd);
     if (query.from <= coverEnd) {
         summaryQuery_.scanFrameTimes(query.from, coverEnd, [&gaps](double time) { gaps.add(time); });
     }
-    findings.coverage.gaps = gaps.close();
-    findings.coverage.verdict =
-        coverageVerdict(findings.account.observationCount, findings.coverage.counts);
+    coverage.gaps = gaps.close();
+    // Whether the range has rows, picked or not: the coverage is the range's.
+    coverage.verdict = coverageVerdict(findings.account.rangeObservationCount, coverage.counts);
+    findings.coverage = std::move(coverage);
     return findings;
 }
 

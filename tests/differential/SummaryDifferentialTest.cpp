@@ -1,13 +1,17 @@
 // The summary's account, three ways, on hundreds of random recorder
 // databases (tools/random_db: ties, frameless rows, odd values, malformed
-// applications, missing indexes):
+// applications, entities spelt several ways, missing indexes):
 //  - the reference: the literal rows statement (the timeline's without its
-//    LIMIT), all rows in memory, and a plain implementation of the rule,
-//    written for obviousness, not speed;
+//    LIMIT), all rows in memory, a plain implementation of the selection
+//    (a text rule's terms looked for in each description's words, as the
+//    index's own tokenizer cuts them; applications and entities compared by
+//    the name key) and of the rule, written for obviousness, not speed;
 //  - the tool with no index known: the literal statement through the
 //    accountant, which counts row by row;
 //  - the tool with the database's indexes: the index-driven parts merged by
-//    time through the accountant, descriptions read for highlights only.
+//    time through the accountant, descriptions read for highlights only,
+//    text rules as rowid sets from the full-text index confined to the
+//    window.
 // Accounts compare exactly, doubles bit for bit, and so do the frames.
 
 #include <gtest/gtest.h>
@@ -34,6 +38,8 @@
 #include "TemporaryDirectory.h"
 #include "platform/LocalCalendar.h"
 #include "redaction/DeduplicationService.h"
+#include "selection/FullTextTokenizer.h"
+#include "selection/SQLiteFullTextMatch.h"
 #include "summary/SQLiteSummaryQuery.h"
 #include "summary/SummaryUseCase.h"
 
@@ -47,11 +53,15 @@ using VarnholtQueryLib::EntityPair;
 using VarnholtQueryLib::EntityTime;
 using VarnholtQueryLib::FrameCounts;
 using VarnholtQueryLib::FrameGap;
+using VarnholtQueryLib::FullTextTokenizer;
 using VarnholtQueryLib::Highlight;
 using VarnholtQueryLib::LocalCalendar;
+using VarnholtQueryLib::RuleSet;
+using VarnholtQueryLib::SQLiteFullTextMatch;
 using VarnholtQueryLib::SQLiteSummaryQuery;
 using VarnholtQueryLib::SummaryFindings;
 using VarnholtQueryLib::SummaryQuery;
+using VarnholtQueryLib::SummarySections;
 using VarnholtQueryLib::SummaryUseCase;
 using VarnholtQueryLib::wholeSeconds;
 using VarnholtRandomData::RandomDatabaseShape;
@@ -124,22 +134,104 @@ struct ApplicationTally {
     }
 };
 
-ActivityAccount referenceAccount(std::vector<ReferenceRow> rows, const SummaryQuery& query, double coverEnd,
+std::string nameKey(const std::string& name) { return VarnholtQueryLib::DeduplicationService::nameKey(name); }
+
+// The terms of a text rule, as a person reads them: words between blanks,
+// "quoted phrases" whole, an unmatched quote running to the end.
+std::vector<std::string> plainTerms(const std::string& words) {
+    std::vector<std::string> terms;
+    std::string current;
+    bool quoted = false;
+    for (const char c : words) {
+        if (c == '"') {
+            terms.push_back(current);
+            current.clear();
+            quoted = !quoted;
+        } else if (!quoted && (c == ' ' || c == '\t')) {
+            terms.push_back(current);
+            current.clear();
+        } else {
+            current += c;
+        }
+    }
+    terms.push_back(current);
+    return terms;
+}
+
+// Whether `needle` stands in `haystack` as a run of neighbours.
+bool holdsRun(const std::vector<std::string>& haystack, const std::vector<std::string>& needle) {
+    return std::search(haystack.begin(), haystack.end(), needle.begin(), needle.end()) != haystack.end();
+}
+
+// A plain selection: a row is picked when one rule holds for it.
+struct PlainSelection {
+    std::vector<std::string> match;
+    std::vector<std::string> apps;
+    std::vector<std::pair<std::optional<std::string>, std::string>> entities;
+
+    bool empty() const { return match.empty() && apps.empty() && entities.empty(); }
+    std::string describe() const {
+        std::string text;
+        for (const auto& words : match) text += " match '" + words + "'";
+        for (const auto& app : apps) text += " app '" + app + "'";
+        for (const auto& [kind, value] : entities) text += " entity '" + kind.value_or("*") + "=" + value + "'";
+        return text;
+    }
+    RuleSet rules() const {
+        RuleSet rules;
+        for (const auto& words : match) rules.push_back(VarnholtQueryLib::TextRule{words});
+        for (const auto& app : apps) rules.push_back(VarnholtQueryLib::ApplicationRule{app});
+        for (const auto& [kind, value] : entities) rules.push_back(VarnholtQueryLib::EntityRule{kind, value});
+        return rules;
+    }
+
+    bool picks(const ReferenceRow& row, const FullTextTokenizer& tokenizer) const {
+        if (empty()) return true;
+        const auto words = *tokenizer.words(row.description, FullTextTokenizer::Purpose::document);
+        for (const std::string& text : match) {
+            bool all = true;
+            for (const std::string& term : plainTerms(text)) {
+                const auto termWords = *tokenizer.words(term, FullTextTokenizer::Purpose::query);
+                if (!termWords.empty() && !holdsRun(words, termWords)) all = false;
+            }
+            if (all) return true;
+        }
+        for (const std::string& app : apps) {
+            for (const std::string& name : row.apps) {
+                if (nameKey(name) == nameKey(app)) return true;
+            }
+        }
+        for (const auto& [kind, value] : entities) {
+            for (const EntityPair& pair : row.entities) {
+                if ((!kind || pair.first == *kind) && nameKey(pair.second) == nameKey(value)) return true;
+            }
+        }
+        return false;
+    }
+};
+
+ActivityAccount referenceAccount(std::vector<ReferenceRow> all, const SummaryQuery& query,
+                                 const PlainSelection& selection, const FullTextTokenizer& tokenizer, double coverEnd,
                                  const LocalCalendar& calendar) {
-    std::stable_sort(rows.begin(), rows.end(), [](const ReferenceRow& a, const ReferenceRow& b) {
+    std::stable_sort(all.begin(), all.end(), [](const ReferenceRow& a, const ReferenceRow& b) {
         if (a.time != b.time) return a.time < b.time;
         return a.id < b.id;
     });
-    const std::size_t n = rows.size();
     const double idle = query.idleSeconds;
-    std::vector<double> cover(n);
-    for (std::size_t i = 0; i < n; ++i) {
-        cover[i] = i + 1 < n ? std::min(rows[i + 1].time - rows[i].time, idle)
-                             : std::clamp(coverEnd - rows[i].time, 0.0, idle);
+    // Every row covers, picked or not; then only the picked rows count.
+    std::vector<ReferenceRow> rows;
+    std::vector<double> cover;
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        if (!selection.picks(all[i], tokenizer)) continue;
+        rows.push_back(all[i]);
+        cover.push_back(i + 1 < all.size() ? std::min(all[i + 1].time - all[i].time, idle)
+                                           : std::clamp(coverEnd - all[i].time, 0.0, idle));
     }
+    const std::size_t n = rows.size();
 
     ActivityAccount account;
     account.observationCount = static_cast<std::int64_t>(n);
+    account.rangeObservationCount = static_cast<std::int64_t>(all.size());
     if (n > 0) {
         account.firstActivity = rows.front().time;
         account.lastActivity = rows.back().time;
@@ -151,7 +243,7 @@ ActivityAccount referenceAccount(std::vector<ReferenceRow> rows, const SummaryQu
     for (std::size_t i = 0; i < n; ++i) {
         std::set<std::string> seen;
         for (const std::string& name : rows[i].apps) {
-            const std::string key = VarnholtQueryLib::DeduplicationService::nameKey(name);
+            const std::string key = nameKey(name);
             if (seen.insert(key).second) rowApplications[i].push_back({key, name});
         }
     }
@@ -161,36 +253,67 @@ ActivityAccount referenceAccount(std::vector<ReferenceRow> rows, const SummaryQu
         for (const auto& [key, name] : rowApplications[i]) nameOfKey.emplace(key, name);
     }
 
-    ApplicationTally applications;
-    for (std::size_t i = 0; i < n; ++i) {
-        for (const auto& [key, name] : rowApplications[i]) applications.add(key, nameOfKey.at(key), cover[i]);
-    }
-    account.applications = applications.ranked();
-
-    std::vector<EntityPair> entityOrder;
-    std::map<EntityPair, EntityTime> entities;
-    for (std::size_t i = 0; i < n; ++i) {
-        std::set<EntityPair> seen;
-        for (const EntityPair& pair : rows[i].entities) {
-            if (query.kind && pair.first != *query.kind) continue;
-            if (!seen.insert(pair).second) continue;
-            if (!entities.count(pair)) {
-                entityOrder.push_back(pair);
-                entities[pair] = {pair.first, pair.second, 0, 0, rows[i].time, rows[i].time};
-            }
-            entities[pair].seconds += cover[i];
-            ++entities[pair].count;
-            entities[pair].lastSeen = rows[i].time;
+    const SummarySections& sections = query.sections;
+    if (sections.applications) {
+        ApplicationTally applications;
+        for (std::size_t i = 0; i < n; ++i) {
+            for (const auto& [key, name] : rowApplications[i]) applications.add(key, nameOfKey.at(key), cover[i]);
         }
+        account.applications = applications.ranked();
     }
-    for (const EntityPair& pair : entityOrder) account.entities.push_back(entities.at(pair));
-    std::sort(account.entities.begin(), account.entities.end(), [](const EntityTime& a, const EntityTime& b) {
-        if (wholeSeconds(a.seconds) != wholeSeconds(b.seconds)) return wholeSeconds(a.seconds) > wholeSeconds(b.seconds);
-        if (a.kind != b.kind) return a.kind < b.kind;
-        return a.value < b.value;
-    });
 
-    // Sessions: split where the next row is more than the idle gap away.
+    if (sections.entities) {
+        // An entity is (kind, key of the value); every spelling a row holds
+        // gets the row's vote, and the row counts once for the entity.
+        using EntityKey = std::pair<std::string, std::string>;
+        std::vector<EntityKey> entityOrder;
+        std::map<EntityKey, EntityTime> entities;
+        std::map<EntityKey, std::vector<std::pair<std::string, int>>> votes;  // spellings in order of first row
+        for (std::size_t i = 0; i < n; ++i) {
+            std::set<EntityKey> counted;
+            std::set<EntityPair> voted;
+            for (const EntityPair& pair : rows[i].entities) {
+                if (query.kind && pair.first != *query.kind) continue;
+                const EntityKey key{pair.first, nameKey(pair.second)};
+                if (!entities.count(key)) {
+                    entityOrder.push_back(key);
+                    entities[key] = {pair.first, "", 0, 0, rows[i].time, rows[i].time};
+                }
+                if (voted.insert(pair).second) {
+                    auto& spellings = votes[key];
+                    auto found = std::find_if(spellings.begin(), spellings.end(),
+                                              [&](const auto& spelling) { return spelling.first == pair.second; });
+                    if (found == spellings.end()) {
+                        spellings.push_back({pair.second, 1});
+                    } else {
+                        ++found->second;
+                    }
+                }
+                if (!counted.insert(key).second) continue;
+                entities[key].seconds += cover[i];
+                ++entities[key].count;
+                entities[key].lastSeen = rows[i].time;
+            }
+        }
+        for (const EntityKey& key : entityOrder) {
+            EntityTime entity = entities.at(key);
+            int most = 0;
+            for (const auto& [spelling, count] : votes.at(key)) {
+                if (count > most) {
+                    most = count;
+                    entity.value = spelling;
+                }
+            }
+            account.entities.push_back(entity);
+        }
+        std::sort(account.entities.begin(), account.entities.end(), [](const EntityTime& a, const EntityTime& b) {
+            if (wholeSeconds(a.seconds) != wholeSeconds(b.seconds)) return wholeSeconds(a.seconds) > wholeSeconds(b.seconds);
+            if (a.kind != b.kind) return a.kind < b.kind;
+            return a.value < b.value;
+        });
+    }
+
+    // Sessions: split where the next picked row is more than the idle gap away.
     std::vector<std::pair<std::size_t, std::size_t>> sessions;  // [first, last]
     for (std::size_t i = 0; i < n; ++i) {
         if (i == 0 || rows[i].time - rows[i - 1].time > idle) sessions.push_back({i, i});
@@ -199,6 +322,7 @@ ActivityAccount referenceAccount(std::vector<ReferenceRow> rows, const SummaryQu
     std::vector<std::string> dates(n);
     for (std::size_t i = 0; i < n; ++i) dates[i] = calendar.localDate(rows[i].time);
     for (const auto& [first, last] : sessions) {
+        if (!sections.sessions) break;
         ActivitySession session;
         session.start = rows[first].time;
         session.end = rows[last].time + cover[last];
@@ -235,18 +359,29 @@ ActivityAccount referenceAccount(std::vector<ReferenceRow> rows, const SummaryQu
         account.sessions.push_back(session);
     }
 
+    if (!sections.days) return account;
+    // Every local day that begins before the cover's end, from the range's
+    // first day on, then the days of rows after those.
+    for (double day = calendar.startOfDay(query.from); day < coverEnd;
+         day = calendar.startOfDay(calendar.addingDays(day, 1))) {
+        ActivityDay listed;
+        listed.date = calendar.localDate(day);
+        account.days.push_back(listed);
+    }
     for (std::size_t i = 0; i < n; ++i) {
-        if (account.days.empty() || account.days.back().date != dates[i]) {
-            ActivityDay day;
-            day.date = dates[i];
-            day.firstActivity = rows[i].time;
-            account.days.push_back(day);
+        const bool listed = std::any_of(account.days.begin(), account.days.end(),
+                                        [&](const ActivityDay& day) { return day.date == dates[i]; });
+        if (!listed) {
+            ActivityDay late;
+            late.date = dates[i];
+            account.days.push_back(late);
         }
     }
     for (ActivityDay& day : account.days) {
         ApplicationTally dayApplications;
         for (std::size_t i = 0; i < n; ++i) {
             if (dates[i] != day.date) continue;
+            if (!day.firstActivity) day.firstActivity = rows[i].time;
             day.activeSeconds += cover[i];
             ++day.observationCount;
             day.lastActivity = rows[i].time;
@@ -313,6 +448,10 @@ std::string difference(const ActivityAccount& expected, const ActivityAccount& a
     if (expected.observationCount != actual.observationCount) {
         return "rows " + std::to_string(expected.observationCount) + " != " + std::to_string(actual.observationCount);
     }
+    if (expected.rangeObservationCount != actual.rangeObservationCount) {
+        return "range rows " + std::to_string(expected.rangeObservationCount) + " != " +
+               std::to_string(actual.rangeObservationCount);
+    }
     if (expected.sessions.size() != actual.sessions.size()) {
         return "sessions " + std::to_string(expected.sessions.size()) + " != " + std::to_string(actual.sessions.size());
     }
@@ -337,20 +476,36 @@ public:
         const double start = shape_.start;
         const double end = shape_.end;
         const double shared = shape_.sharedTimes.front();
+        // Every day of a range is listed, so the ranges that list days span
+        // months at most; the rows far before and after are counted by the
+        // widest range, without days.
         const std::vector<std::pair<double, double>> ranges = {
-            {end - kDay, end},  {end - 7200, end},           {end - 7 * kDay, end}, {start, end},
-            {start - 2e9, end + 2e9}, {shared, shared}, {shared - 60, shared + 60}, {end + 1, end + 3e9},
+            {end - kDay, end},  {end - 7200, end},         {end - 7 * kDay, end},
+            {start, end},       {start - 30 * kDay, end + 30 * kDay}, {shared, shared},
+            {shared - 60, shared + 60}, {end + 1, end + 40 * kDay},
         };
         const std::vector<double> idles = {300, 60, 3600, 299.5};
         const std::vector<std::optional<std::string>> kinds = {std::nullopt, std::nullopt, "app", "App"};
+        SummarySections noDays;
+        noDays.days = false;
         // Every row of the database once, however many: a timeline would
         // keep only 5000 of them.
-        compare({start - 2e9, end + 2e9, random_.pick(idles), random_.pick(kinds)}, end);
+        compare({start - 2e9, end + 2e9, random_.pick(idles), random_.pick(kinds), {}, noDays}, end, {});
+        // Most of them, every day listed, selected.
+        compare({start - 30 * kDay, end + 30 * kDay, random_.pick(idles), random_.pick(kinds), {}, {}}, end + kDay,
+                someSelection());
         for (int i = 0; i < 4; ++i) {
             const auto [from, to] = random_.pick(ranges);
             // Now at the end of the range, inside it or well after it.
             const double now = random_.pick(std::vector<double>{to, (from + to) / 2, to + kDay});
-            compare({from, to, random_.pick(idles), random_.pick(kinds)}, now);
+            // Half the ranges are selected; some answer with a few sections.
+            const PlainSelection selection = random_.chance(0.5) ? someSelection() : PlainSelection{};
+            SummarySections sections;
+            if (random_.chance(0.25)) {
+                sections = *SummarySections::named({random_.pick(std::vector<std::string>{
+                    "days", "sessions", "entities", "applications", "coverage"})});
+            }
+            compare({from, to, random_.pick(idles), random_.pick(kinds), {}, sections}, now, selection);
         }
     }
 
@@ -359,27 +514,63 @@ public:
     std::int64_t mostRows() const { return mostRows_; }
 
 private:
-    void compare(const SummaryQuery& query, double now) {
+    // A selection of one or two rules: words that many rows hold, few or
+    // none, phrases, other letter cases and accents, query syntax taken as
+    // words; applications and entities spelt in other cases and malformed.
+    PlainSelection someSelection() {
+        static const std::vector<std::string> texts = {
+            "error",  "ERROR budget",  "\"working on\"",  "\"on error\"", "\"error invoice budget\"",
+            "kubernetes budget parser review meeting", "Caf\xC3\x89", "cafe", "cafe\xCC\x81",
+            "deploying*", "NEAR", "review OR", "build_42", "v1.2 *", "\"Working", "nothing-here"};
+        static const std::vector<std::string> applications = {"slack", "VS CODE", "Mail", "Zoom"};
+        static const std::vector<std::pair<std::optional<std::string>, std::string>> entities = {
+            {std::nullopt, "swift"}, {"programming_language", "SWIFT"}, {"App", "xcode"}, {"app", "c++"},
+            {std::nullopt, "Docker"}};
+        PlainSelection selection;
+        const int rules = random_.chance(0.3) ? 2 : 1;
+        for (int i = 0; i < rules; ++i) {
+            const double draw = random_.uniform();
+            if (draw < 0.5) {
+                selection.match.push_back(random_.pick(texts));
+            } else if (draw < 0.75) {
+                selection.apps.push_back(random_.pick(applications));
+            } else {
+                selection.entities.push_back(random_.pick(entities));
+            }
+        }
+        return selection;
+    }
+
+    void compare(SummaryQuery query, double now, const PlainSelection& selection) {
+        query.selection = selection.rules();
         const std::string what = "summary " + exact(query.from) + ".." + exact(query.to) + " idle " +
                                  exact(query.idleSeconds) + " kind " + query.kind.value_or("<all>") + " now " +
-                                 exact(now);
+                                 exact(now) + selection.describe();
         const double coverEnd = std::min(query.to, now);
-        const ActivityAccount expected =
-            referenceAccount(literalRows(connection_.handle(), query.from, query.to), query, coverEnd, calendar_);
+        const auto tokenizer = FullTextTokenizer::forRecorderIndex(connection_.handle());
+        ASSERT_NE(tokenizer, nullptr);
+        const ActivityAccount expected = referenceAccount(literalRows(connection_.handle(), query.from, query.to),
+                                                          query, selection, *tokenizer, coverEnd, calendar_);
         const ReferenceFrames frames = referenceFrames(connection_.handle(), query.from, query.to, coverEnd);
-        mostRows_ = std::max(mostRows_, expected.observationCount);
+        mostRows_ = std::max(mostRows_, expected.rangeObservationCount);
 
         for (const bool withIndexes : {false, true}) {
-            SQLiteSummaryQuery port(connection_, withIndexes ? indexes_ : IndexCatalogue());
-            SummaryUseCase useCase(port, calendar_);
+            const IndexCatalogue indexes = withIndexes ? indexes_ : IndexCatalogue();
+            SQLiteSummaryQuery port(connection_, indexes);
+            SQLiteFullTextMatch fullText(connection_, indexes);
+            SummaryUseCase useCase(port, fullText, calendar_);
             StatementLog log(connection_.handle());
             const SummaryFindings findings = useCase.execute(query, now);
             const char* way = withIndexes ? "indexed" : "literal";
             EXPECT_EQ(difference(expected, findings.account), "") << what << " (" << way << ")";
-            EXPECT_EQ(findings.coverage.counts, frames.counts) << what << " (" << way << ")";
-            EXPECT_EQ(findings.coverage.gaps, frames.gaps) << what << " (" << way << ")";
+            EXPECT_EQ(findings.coverage.has_value(), query.sections.coverage) << what;
+            if (findings.coverage) {
+                EXPECT_EQ(findings.coverage->counts, frames.counts) << what << " (" << way << ")";
+                EXPECT_EQ(findings.coverage->gaps, frames.gaps) << what << " (" << way << ")";
+            }
             if (withIndexes && shape_.missingIndexes.empty()) {
                 EXPECT_FALSE(log.ran(SQLiteSummaryQuery::kActivityStatement)) << what << " ran the literal statement";
+                EXPECT_FALSE(log.ran(SQLiteFullTextMatch::kMatchStatement)) << what << " matched all of history";
             }
             ++comparisons_;
         }

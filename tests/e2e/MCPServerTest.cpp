@@ -83,6 +83,13 @@ TEST(MCPServerTest, EveryToolAnswersWithTheCommandLinesDocument) {
         {{"summary", {{"preset", "this-week"}, {"idle", "10m"}, {"max_chars", 1500}}},
          {"summary", "this-week", "--idle", "10m", "--max-chars", "1500"}},
         {{"summary", {{"idle", "2h"}}}, {"summary", "--idle", "2h"}},
+        {{"summary", {{"match", json::array({"tests", "\"fetch handler\""})}, {"app", json::array({"Xcode"})},
+                      {"entity", json::array({"programming_language=swift"})}, {"preset", "this-week"},
+                      {"week_start", "monday"}, {"only", json::array({"days", "applications"})}}},
+         {"summary", "this-week", "--match", "tests", "--match", "\"fetch handler\"", "--app", "Xcode", "--entity",
+          "programming_language=swift", "--week-start", "monday", "--only", "days,applications", "--max-chars",
+          "24000"}},
+        {{"summary", {{"match", json::array({"*"})}}}, {"summary", "--match", "*", "--max-chars", "24000"}},
         {{"status", json::object()}, {"status", "--json"}},
         {{"support_context", json::object()}, {"support-context"}},
     };

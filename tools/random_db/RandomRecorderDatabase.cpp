@@ -92,8 +92,10 @@ public:
     Generator(std::uint64_t seed, const RandomDatabaseOptions& options, RandomDatabaseShape& shape)
         : random_(seed), options_(options), shape_(shape) {
         shape_.seed = seed;
-        shape_.words = {"error", "invoice", "kubernetes", "deploy", "budget", "parser",
-                        "review", "meeting", "Error", "caf\xC3\xA9", "build_42", "v1.2"};
+        // Words in other letter cases, with and without accents, and in
+        // other forms of the same stem, as a model writes them.
+        shape_.words = {"error", "invoice", "kubernetes", "deploy", "budget", "parser", "review",
+                        "meeting", "Error", "caf\xC3\xA9", "build_42", "v1.2", "CAF\xC3\x89", "Deploying"};
         shape_.applications = {"Xcode", "Safari", "Slack", "slack", "VS Code", "Mail", "Terminal"};
         shape_.kinds = {"app", "programming_language", "software_tool", "App"};
     }
@@ -290,8 +292,9 @@ private:
         Inserter entities(handle,
                           "INSERT OR IGNORE INTO observation_entities (entity_id, observation_id, "
                           "entity_kind, entity_value, confidence, created_at) VALUES (?, ?, ?, ?, 0.9, 0)");
-        static const std::vector<std::string> values = {"Swift", "swift", "Xcode", "Docker",
-                                                        "kubectl", "Python", "C++", "Slack"};
+        // One entity spelt several ways, as an extractor writes it.
+        static const std::vector<std::string> values = {"Swift", "swift", "Xcode", "Docker", "kubectl",
+                                                        "Python", "C++", "Slack", "SWIFT", "xcode"};
         std::int64_t entityCount = 0;
         for (int i = 0; i < observationCount_; ++i) {
             const std::string id = "O" + std::to_string(i);

@@ -246,3 +246,68 @@ TEST_F(CommandBuildersTest, ASummaryBudgetIsAPositiveNumberOfCharacters) {
                       "'.");
     }
 }
+
+TEST_F(CommandBuildersTest, ASummarySelectsRowsByTextApplicationAndEntity) {
+    SummaryCommandBuilder summary;
+    EXPECT_TRUE(summary.build().match.empty());
+    summary.match("invoice exporter");
+    summary.match("\"graphql resolver\"");
+    summary.app("Xcode");
+    summary.entity("programming_language=Swift");
+    summary.entity("Go");
+    const Command::Summary selected = summary.build();
+    EXPECT_EQ(selected.match, (std::vector<std::string>{"invoice exporter", "\"graphql resolver\""}));
+    EXPECT_EQ(selected.app, (std::vector<std::string>{"Xcode"}));
+    EXPECT_EQ(selected.entity, (std::vector<std::string>{"programming_language=Swift", "Go"}));
+}
+
+TEST_F(CommandBuildersTest, ASelectionRuleThatCannotBeUsedIsRefused) {
+    SummaryCommandBuilder summary;
+    for (const char* words : {"", "  ", "\"\"", "\""}) {
+        EXPECT_EQ(thrownCLIError([&] { summary.match(words); }),
+                  std::string("INVALID_TIME_RANGE: --match '") + words +
+                      "' holds no word to look for. Give words or a \"quoted phrase\" of letters or digits, such as "
+                      "--match \"invoice exporter\".");
+    }
+    EXPECT_EQ(thrownCLIError([&] { summary.match(std::string(100001, 'a')); }),
+              "INVALID_TIME_RANGE: --match is 100001 bytes long; at most 100000 are allowed.");
+    EXPECT_EQ(thrownCLIError([&] { summary.app(""); }),
+              "INVALID_TIME_RANGE: --app needs an application name, such as --app Xcode.");
+    for (const char* entity : {"", "kind=", "=Swift"}) {
+        EXPECT_EQ(thrownCLIError([&] { summary.entity(entity); }),
+                  std::string("INVALID_TIME_RANGE: --entity needs a value, or a kind and a value, such as --entity "
+                              "Swift or --entity programming_language=Swift, not '") +
+                      entity + "'.");
+    }
+    EXPECT_TRUE(summary.build().match.empty());
+}
+
+TEST_F(CommandBuildersTest, ASummaryAnswersWithTheSectionsAskedFor) {
+    SummaryCommandBuilder summary;
+    EXPECT_FALSE(summary.build().only.has_value());
+    summary.only("days,sessions");
+    EXPECT_EQ(summary.build().only, (std::vector<std::string>{"days", "sessions"}));
+    summary.only(std::vector<std::string>{"coverage"});
+    EXPECT_EQ(summary.build().only, (std::vector<std::string>{"coverage"}));
+    for (const char* list : {"", "days,", "Days", "days hours", "highlights"}) {
+        EXPECT_EQ(thrownCLIError([&] { summary.only(list); }),
+                  std::string("INVALID_TIME_RANGE: --only takes a comma-separated list of sessions, applications, "
+                              "entities, days and coverage, not '") +
+                      list + "'.");
+    }
+    EXPECT_EQ(thrownCLIError([&] { summary.only(std::vector<std::string>{}); }),
+              "INVALID_TIME_RANGE: --only takes a comma-separated list of sessions, applications, entities, days "
+              "and coverage, not ''.");
+}
+
+TEST_F(CommandBuildersTest, AWeekStartsOnANamedDay) {
+    SummaryCommandBuilder summary;
+    EXPECT_FALSE(summary.build().weekStart.has_value());
+    summary.weekStart("monday");
+    EXPECT_EQ(summary.build().weekStart, "monday");
+    summary.weekStart("Sunday");
+    EXPECT_EQ(summary.build().weekStart, "Sunday");
+    EXPECT_EQ(thrownCLIError([&] { summary.weekStart("mo"); }),
+              "INVALID_TIME_RANGE: --week-start must be a day of the week: monday, tuesday, wednesday, thursday, "
+              "friday, saturday or sunday, not 'mo'.");
+}

@@ -216,6 +216,22 @@ TEST_F(CommandParserTest, SummaryTakesAPresetAndItsFlags) {
     EXPECT_EQ(range.rangeTo, "2026-04-07");
 }
 
+TEST_F(CommandParserTest, SummaryTakesItsSelectionFlagsEachOftenAndItsSections) {
+    const auto selected = parseAs<Command::Summary>({"summary", "--match", "invoice exporter", "--app", "Xcode",
+                                                     "--match", "NEAR", "--entity", "app=Xcode", "--week-start",
+                                                     "monday", "--only", "days,entities", "this-week"});
+    EXPECT_EQ(selected.match, (std::vector<std::string>{"invoice exporter", "NEAR"}));
+    EXPECT_EQ(selected.app, (std::vector<std::string>{"Xcode"}));
+    EXPECT_EQ(selected.entity, (std::vector<std::string>{"app=Xcode"}));
+    EXPECT_EQ(selected.weekStart, "monday");
+    EXPECT_EQ(selected.only, (std::vector<std::string>{"days", "entities"}));
+    EXPECT_EQ(selected.preset, "this-week");
+    // A value that looks like a command word is a value.
+    const auto before = parseAs<Command::Summary>({"--match", "today", "summary"});
+    EXPECT_EQ(before.match, (std::vector<std::string>{"today"}));
+    EXPECT_EQ(before.preset, "today");
+}
+
 TEST_F(CommandParserTest, SummaryReadsFlagsBeforeItsWordToo) {
     const auto summary = parseAs<Command::Summary>({"--limit", "3", "summary", "yesterday"});
     EXPECT_EQ(summary.limit, 3);

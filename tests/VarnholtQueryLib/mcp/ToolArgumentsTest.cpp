@@ -13,8 +13,11 @@ using namespace VarnholtQueryLib::MCP;
 
 namespace {
 
-const JSON kSchema = JSONSchema::object(
-    {{"name", JSONSchema::text()}, {"count", JSONSchema::integer()}, {"fast", JSONSchema::boolean()}}, {});
+const JSON kSchema = JSONSchema::object({{"name", JSONSchema::text()},
+                                         {"count", JSONSchema::integer()},
+                                         {"fast", JSONSchema::boolean()},
+                                         {"words", JSONSchema::arrayOf(JSONSchema::text())}},
+                                        {});
 
 ToolArguments arguments(const char* text) { return ToolArguments(JSON::parse(text), kSchema); }
 
@@ -53,7 +56,8 @@ TEST(ToolArgumentsTest, WholeNumbersInAnyNotation) {
 }
 
 TEST(ToolArgumentsTest, UnknownNamesAreRefusedWithTheKnownOnes) {
-    EXPECT_EQ(failure(R"({"query":"x"})"), "UNKNOWN_ERROR: Unknown argument 'query'. Arguments: count, fast, name.");
+    EXPECT_EQ(failure(R"({"query":"x"})"),
+              "UNKNOWN_ERROR: Unknown argument 'query'. Arguments: count, fast, name, words.");
     try {
         ToolArguments(JSON::parse(R"({"a":1})"), JSONSchema::object({}, {}));
         ADD_FAILURE() << "an argument for a tool that takes none was accepted";
@@ -70,6 +74,16 @@ TEST(ToolArgumentsTest, WrongTypesAreRefused) {
     EXPECT_EQ(failure(R"({"fast":"true"})"), "UNKNOWN_ERROR: Argument 'fast' must be true or false.");
     EXPECT_EQ(failure(R"({"fast":1})"), "UNKNOWN_ERROR: Argument 'fast' must be true or false.");
     EXPECT_EQ(failure(R"({"name":["a"]})"), "UNKNOWN_ERROR: Argument 'name' must be a string.");
+    EXPECT_EQ(failure(R"({"words":"a"})"), "UNKNOWN_ERROR: Argument 'words' must be an array of strings.");
+    EXPECT_EQ(failure(R"({"words":["a",1]})"), "UNKNOWN_ERROR: Argument 'words' must be an array of strings.");
+}
+
+TEST(ToolArgumentsTest, ArraysOfTextsInTheirOrder) {
+    EXPECT_EQ(arguments(R"({"words":["b","a","b",""]})").texts("words"),
+              (std::vector<std::string>{"b", "a", "b", ""}));
+    EXPECT_EQ(arguments(R"({"words":[]})").texts("words"), std::vector<std::string>{});
+    EXPECT_EQ(arguments(R"({"words":null})").texts("words"), std::nullopt);
+    EXPECT_EQ(arguments("{}").texts("words"), std::nullopt);
 }
 
 TEST(ToolArgumentsTest, TheFirstErrorByNameWins) {

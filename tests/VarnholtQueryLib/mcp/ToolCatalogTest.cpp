@@ -41,8 +41,8 @@ TEST(ToolCatalogTest, InputSchemasDeclareEveryArgument) {
               "latest:boolean limit:integer since:string to:string required:[\"keyword\"]");
     EXPECT_EQ(argumentsOf("entities"), "kind:string limit:integer since:string required:[]");
     EXPECT_EQ(argumentsOf("summary"),
-              "from:string idle:string kind:string limit:integer max_chars:integer preset:string since:string "
-              "to:string required:[]");
+              "app:array entity:array from:string idle:string kind:string limit:integer match:array "
+              "max_chars:integer only:array preset:string since:string to:string week_start:string required:[]");
     EXPECT_EQ(argumentsOf("status"), "required:[]");
     EXPECT_EQ(argumentsOf("support_context"), "required:[]");
 }
@@ -67,7 +67,16 @@ TEST(ToolCatalogTest, InputSchemasAreClosedObjectsWithTheCommandsLimits) {
     EXPECT_EQ(entities["limit"]["maximum"], 500);
     EXPECT_EQ(entities["limit"]["default"], 100);
     const JSON& summary = findTool("summary")->inputSchema["properties"];
-    EXPECT_EQ(summary["preset"], timeline["preset"]);
+    // The summary's periods are the timeline's and whole weeks and months.
+    EXPECT_EQ(summary["preset"]["enum"], JSON::parse(R"(["today","yesterday","this-week","last-week","this-month",
+                                                         "last-month","last-active-day"])"));
+    EXPECT_EQ(summary["week_start"]["enum"], JSON::parse(R"(["monday","tuesday","wednesday","thursday","friday",
+                                                             "saturday","sunday"])"));
+    for (const char* selection : {"match", "app", "entity"}) {
+        EXPECT_EQ(summary[selection]["items"]["type"], "string") << selection;
+    }
+    EXPECT_EQ(summary["only"]["items"]["enum"],
+              JSON::parse(R"(["sessions","applications","entities","days","coverage"])"));
     EXPECT_EQ(summary["since"], timeline["since"]);
     EXPECT_EQ(summary["from"], timeline["from"]);
     EXPECT_EQ(summary["to"], timeline["to"]);

@@ -72,6 +72,12 @@ TEST_F(ToolCommandsTest, EachCallIsTheCommandOfItsCommandLine) {
         {"summary", R"({"since":"3d"})", {"summary", "--since", "3d", "--max-chars", "24000"}},
         {"summary", R"({"from":"2026-03-30","to":"2026-03-31","max_chars":null})",
          {"summary", "--from", "2026-03-30", "--to", "2026-03-31", "--max-chars", "24000"}},
+        {"summary", R"({"match":["invoice exporter","\"graphql resolver\""],"app":["Xcode"],
+                       "entity":["programming_language=Swift","Go"],"week_start":"monday","only":["days","entities"]})",
+         {"summary", "--match", "invoice exporter", "--match", "\"graphql resolver\"", "--app", "Xcode", "--entity",
+          "programming_language=Swift", "--entity", "Go", "--week-start", "monday", "--only", "days,entities",
+          "--max-chars", "24000"}},
+        {"summary", R"({"match":[],"app":[],"entity":[]})", {"summary", "--max-chars", "24000"}},
         {"status", "{}", {"status", "--json"}},
         {"support_context", "{}", {"support-context"}},
     };
@@ -114,6 +120,13 @@ TEST_F(ToolCommandsTest, ASummaryRefusesWhatTheCommandLineRefusesInItsWords) {
     EXPECT_EQ(toolFailure("summary", R"({"max_chars":0})"), commandLineFailure({"summary", "--max-chars", "0"}));
     EXPECT_EQ(toolFailure("summary", R"({"limit":101})"),
               "INVALID_TIME_RANGE: --limit must be a whole number from 1 to 100, not '101'.");
+    EXPECT_EQ(toolFailure("summary", R"({"match":[" "]})"), commandLineFailure({"summary", "--match", " "}));
+    EXPECT_EQ(toolFailure("summary", R"({"app":[""]})"), commandLineFailure({"summary", "--app", ""}));
+    EXPECT_EQ(toolFailure("summary", R"({"entity":["kind="]})"), commandLineFailure({"summary", "--entity", "kind="}));
+    EXPECT_EQ(toolFailure("summary", R"({"week_start":"Mo"})"), commandLineFailure({"summary", "--week-start", "Mo"}));
+    EXPECT_EQ(toolFailure("summary", R"({"only":["days","hours"]})"),
+              commandLineFailure({"summary", "--only", "days,hours"}));
+    EXPECT_EQ(toolFailure("summary", R"({"only":[]})"), commandLineFailure({"summary", "--only", ""}));
 }
 
 TEST_F(ToolCommandsTest, ATimelineAskedTwoWaysIsRefused) {

@@ -131,16 +131,39 @@ TEST_F(ToolOutputSchemasTest, SummaryDocumentsConform) {
     account.days = {{"2026-04-01", 600.5, 3, kNow - 900, kNow - 300, 1, {{"Xcode", 600, 3}}}};
     findings.coverage = {{5, 3, 1, 1}, {{kNow - 7200, kNow - 900}}, std::nullopt};
     const TimeRange range{kNow - 86400, kNow, "recent"};
-    const JSON full = makeSummaryResponse(findings, {range, 300, std::nullopt, 10, std::nullopt}, calendar_, kNow);
+    const auto echo = [&](double idle, std::optional<std::string> kind, std::int64_t limit,
+                          std::optional<std::int64_t> maxChars) {
+        SummaryEcho asked;
+        asked.range = range;
+        asked.idleSeconds = idle;
+        asked.kind = std::move(kind);
+        asked.limit = limit;
+        asked.maxChars = maxChars;
+        return asked;
+    };
+    const JSON full = makeSummaryResponse(findings, echo(300, std::nullopt, 10, std::nullopt), calendar_, kNow);
     EXPECT_EQ(violations(full, summaryOutputSchema()), "");
-    const JSON budgeted = makeSummaryResponse(findings, {range, 90, "app", 5, 1500}, calendar_, kNow);
+    const JSON budgeted = makeSummaryResponse(findings, echo(90, "app", 5, 1500), calendar_, kNow);
     ASSERT_EQ(budgeted["meta"]["truncated"], true);
     EXPECT_EQ(violations(budgeted, summaryOutputSchema()), "");
     SummaryFindings empty;
-    empty.coverage.verdict = "No frames were captured in this range: the recorder was not capturing the screen.";
-    EXPECT_EQ(violations(makeSummaryResponse(empty, {range, 300, std::nullopt, 10, std::nullopt}, calendar_, kNow),
+    empty.coverage = FrameCoverage{};
+    empty.coverage->verdict = "No frames were captured in this range: the recorder was not capturing the screen.";
+    EXPECT_EQ(violations(makeSummaryResponse(empty, echo(300, std::nullopt, 10, std::nullopt), calendar_, kNow),
                          summaryOutputSchema()),
               "");
+    // A selection, a day without rows, and only some sections.
+    SummaryFindings selected = findings;
+    selected.account.days.push_back({"2026-04-02", 0, 0, std::nullopt, std::nullopt, 0, {}});
+    SummaryEcho narrowed = echo(300, std::nullopt, 10, std::nullopt);
+    narrowed.match = {"invoice exporter"};
+    narrowed.app = {"Xcode"};
+    narrowed.entity = {"programming_language=Swift"};
+    narrowed.weekStart = "monday";
+    EXPECT_EQ(violations(makeSummaryResponse(selected, narrowed, calendar_, kNow), summaryOutputSchema()), "");
+    narrowed.only = std::vector<std::string>{"days"};
+    narrowed.sections = *SummarySections::named(*narrowed.only);
+    EXPECT_EQ(violations(makeSummaryResponse(selected, narrowed, calendar_, kNow), summaryOutputSchema()), "");
 }
 
 TEST_F(ToolOutputSchemasTest, StatusAndSupportContextDocumentsConform) {

@@ -85,12 +85,14 @@ protected:
 
     // The rows of [from, to] by time and id, and whether the literal
     // statement gave them.
-    std::vector<Row> scan(double from, double to, RecordingSink& sink) {
+    std::vector<Row> scan(double from, double to, RecordingSink& sink, const ActivityNeeds& needs = {}) {
         SQLiteReadConnection connection(path());
         SQLiteSummaryQuery query(connection, VarnholtTestSupport::indexesFor(GetParam(), connection.handle()));
         StatementLog log(connection.handle());
-        query.scanActivity(from, to, sink);
-        EXPECT_EQ(log.ran(SQLiteSummaryQuery::kActivityStatement), GetParam() == StatementChoice::literal);
+        query.scanActivity(from, to, needs, sink);
+        const bool literal = GetParam() == StatementChoice::literal;
+        EXPECT_EQ(log.ran(SQLiteSummaryQuery::kActivityStatement), literal && !needs.rowids);
+        EXPECT_EQ(log.ran(SQLiteSummaryQuery::kActivityWithRowidStatement), literal && needs.rowids);
         std::vector<Row> rows;
         for (const ActivityRow& row : sink.rows) rows.push_back({row.id, row.time, row.apps, row.entities});
         std::sort(rows.begin(), rows.end(), [](const Row& a, const Row& b) {
@@ -123,6 +125,26 @@ TEST_P(SQLiteSummaryQueryTest, ScansTheTimelinesRowsOfTheRange) {
                         {"D", kT + 90, {}, {}},
                         {"H", kT + 100, {}, {}},
                     }));
+}
+
+TEST(SQLiteSummaryQueryStatementTest, TheRowidStatementIsTheRowsStatementWithTheRowid) {
+    std::string withRowid = SQLiteSummaryQuery::kActivityWithRowidStatement;
+    for (const std::string added : {",\n               o.rowid AS rid", ", rid"}) {
+        ASSERT_NE(withRowid.find(added), std::string::npos) << added;
+        withRowid.erase(withRowid.find(added), added.size());
+    }
+    EXPECT_EQ(withRowid, SQLiteSummaryQuery::kActivityStatement);
+}
+
+TEST_P(SQLiteSummaryQueryTest, RowsCarryTheirRowidWhenAskedFor) {
+    RecordingSink sink;
+    const std::vector<Row> rows = scan(kT, kT + 3600, sink, {true});
+    ASSERT_EQ(rows.size(), 6u);
+    std::vector<std::pair<std::string, std::optional<std::int64_t>>> rowids;
+    for (const ActivityRow& row : sink.rows) rowids.emplace_back(row.id, row.rowid);
+    std::sort(rowids.begin(), rowids.end());
+    EXPECT_EQ(rowids, (std::vector<std::pair<std::string, std::optional<std::int64_t>>>{
+                          {"A", 1}, {"B", 2}, {"C", 3}, {"D", 4}, {"H", 7}, {"I", 8}}));
 }
 
 TEST_P(SQLiteSummaryQueryTest, BothEndsOfTheRangeAreIncluded) {

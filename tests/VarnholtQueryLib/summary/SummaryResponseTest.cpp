@@ -19,6 +19,7 @@ SummaryFindings findings() {
     ActivityAccount& account = findings.account;
     account.activeSeconds = 1859.5;
     account.observationCount = 12;
+    account.rangeObservationCount = 12;
     account.firstActivity = kT - 3600.25;
     account.lastActivity = kT - 60;
     ActivitySession session;
@@ -32,13 +33,18 @@ SummaryFindings findings() {
     account.applications = session.applications;
     account.entities = {{"language", "Swift", 1200.5, 8, kT - 3600.25, kT - 60}};
     account.days = {{"2026-04-01", 1859.5, 12, kT - 3600.25, kT - 60, 1, session.applications}};
-    findings.coverage.counts = {15, 12, 2, 1};
-    findings.coverage.gaps = {{kT - 7200, kT - 3600.25}};
+    findings.coverage = FrameCoverage{{15, 12, 2, 1}, {{kT - 7200, kT - 3600.25}}, std::nullopt};
     return findings;
 }
 
 SummaryEcho echo(std::optional<std::int64_t> maxChars = std::nullopt) {
-    return {{kT - 7200, kT + 7200, "range"}, 300, "language", 10, maxChars};
+    SummaryEcho echo;
+    echo.range = {kT - 7200, kT + 7200, "range"};
+    echo.idleSeconds = 300;
+    echo.kind = "language";
+    echo.limit = 10;
+    echo.maxChars = maxChars;
+    return echo;
 }
 
 std::string render(const SummaryFindings& findings, const SummaryEcho& echo) {
@@ -166,7 +172,8 @@ TEST(SummaryResponseTest, TheWholeAnswer) {
 
 TEST(SummaryResponseTest, AnEmptyRangeHasNullActivityAndAVerdict) {
     SummaryFindings empty;
-    empty.coverage.verdict = kNoFramesVerdict;
+    empty.coverage = FrameCoverage{};
+    empty.coverage->verdict = kNoFramesVerdict;
     const std::string text = render(empty, echo());
     EXPECT_NE(text.find(R"("first_activity_iso" : null)"), std::string::npos);
     EXPECT_NE(text.find(R"("last_activity_iso" : null)"), std::string::npos);
@@ -204,6 +211,70 @@ TEST(SummaryResponseTest, ABudgetBelowTheTotalsNamesTheLeastThatFits) {
     ASSERT_GE(minimum, 1000);
     EXPECT_EQ(static_cast<std::int64_t>(render(findings(), echo(minimum)).size()) + 1, minimum);
     EXPECT_THROW(render(findings(), echo(minimum - 1)), SummaryBudgetTooSmall);
+}
+
+TEST(SummaryResponseTest, ADayWithoutRowsHasNullActivityAndEmptyLists) {
+    SummaryFindings some = findings();
+    some.account.days.push_back({"2026-04-02", 0, 0, std::nullopt, std::nullopt, 0, {}});
+    const std::string text = render(some, echo());
+    EXPECT_NE(text.find(R"({
+        "active_seconds" : 0,
+        "applications" : [
+
+        ],
+        "date" : "2026-04-02",
+        "first_activity_iso" : null,
+        "last_activity_iso" : null,
+        "observation_count" : 0,
+        "session_count" : 0
+      })"),
+              std::string::npos)
+        << text;
+}
+
+TEST(SummaryResponseTest, ASelectionIsEchoedAndCountedInTheCoverage) {
+    SummaryFindings selected = findings();
+    selected.account.rangeObservationCount = 40;
+    SummaryEcho asked = echo();
+    asked.match = {"invoice exporter", "\"graphql resolver\""};
+    asked.app = {"Xcode"};
+    asked.entity = {"programming_language=Swift"};
+    asked.weekStart = "monday";
+    const JSON document = makeSummaryResponse(selected, asked, LocalCalendar("UTC", "en_US"), kT);
+    const JSON& query = document["meta"]["query"];
+    EXPECT_EQ(query["match"], JSON::array({"invoice exporter", "\"graphql resolver\""}));
+    EXPECT_EQ(query["app"], JSON::array({"Xcode"}));
+    EXPECT_EQ(query["entity"], JSON::array({"programming_language=Swift"}));
+    EXPECT_EQ(query["week_start"], "monday");
+    EXPECT_FALSE(query.contains("only"));
+    EXPECT_EQ(document["data"]["coverage"]["observations"], 40);
+    EXPECT_EQ(document["data"]["coverage"]["selected_observations"], 12);
+    EXPECT_EQ(document["data"]["observation_count"], 12);
+}
+
+TEST(SummaryResponseTest, WithoutASelectionNothingOfOneIsEchoed) {
+    const JSON document = makeSummaryResponse(findings(), echo(), LocalCalendar("UTC", "en_US"), kT);
+    for (const char* key : {"match", "app", "entity", "week_start", "only"}) {
+        EXPECT_FALSE(document["meta"]["query"].contains(key)) << key;
+    }
+    EXPECT_FALSE(document["data"]["coverage"].contains("selected_observations"));
+}
+
+TEST(SummaryResponseTest, OnlyTheSectionsAskedForArePrintedBesideTheTotals) {
+    SummaryEcho asked = echo();
+    asked.only = std::vector<std::string>{"days", "entities"};
+    asked.sections = *SummarySections::named(*asked.only);
+    SummaryFindings some = findings();
+    some.coverage.reset();
+    const JSON document = makeSummaryResponse(some, asked, LocalCalendar("UTC", "en_US"), kT);
+    std::vector<std::string> keys;
+    for (const auto& [key, value] : document["data"].items()) keys.push_back(key);
+    EXPECT_EQ(keys, (std::vector<std::string>{"active_seconds", "days", "entities", "first_activity_iso",
+                                              "last_activity_iso", "observation_count"}));
+    std::vector<std::string> omitted;
+    for (const auto& [key, value] : document["meta"]["omitted"].items()) omitted.push_back(key);
+    EXPECT_EQ(omitted, (std::vector<std::string>{"day_applications", "days", "entities"}));
+    EXPECT_EQ(document["meta"]["query"]["only"], JSON::array({"days", "entities"}));
 }
 
 }  // namespace
