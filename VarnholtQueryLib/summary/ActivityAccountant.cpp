@@ -13,50 +13,27 @@
 
 namespace VarnholtQueryLib {
 
-namespace {
-
-// One key per (kind, value), unambiguous whatever the texts hold.
-std::string pairKey(const std::string& kind, const std::string& value) {
-    return std::to_string(kind.size()) + ":" + kind + value;
-}
-
-bool ranksBefore(const ApplicationTime& a, const ApplicationTime& b) {
-    const auto secondsA = wholeSeconds(a.seconds);
-    const auto secondsB = wholeSeconds(b.seconds);
-    if (secondsA != secondsB) return secondsA > secondsB;
-    return a.name < b.name;
-}
-
-bool ranksBefore(const EntityTime& a, const EntityTime& b) {
-    const auto secondsA = wholeSeconds(a.seconds);
-    const auto secondsB = wholeSeconds(b.seconds);
-    if (secondsA != secondsB) return secondsA > secondsB;
-    if (a.kind != b.kind) return a.kind < b.kind;
-    return a.value < b.value;
-}
-
-}  // namespace
-
 std::int64_t wholeSeconds(double seconds) { return std::llround(seconds); }
-
-TooManyDays::TooManyDays(std::size_t most)
-    : std::runtime_error("The range has more than " + std::to_string(most) + " days"), most_(most) {}
 
 ActivityAccountant::ActivityAccountant(const LocalCalendar& calendar, AccountingRules rules, RowSelector* selector)
     : calendar_(calendar),
       rules_(std::move(rules)),
       selector_(selector),
-      countsApplications_(rules_.sections.applications || rules_.sections.sessions || rules_.sections.days) {
-    if (rules_.sections.days) {
-        auto days = calendar_.daysBeginningBefore(rules_.rangeStart, rules_.coverEnd, kMostDays);
-        if (!days) throw TooManyDays(kMostDays);
-        listedDays_ = std::move(*days);
-    }
+      countsApplications_(rules_.sections.applications || rules_.sections.sessions || rules_.sections.days),
+      covers_(rules_.idleSeconds, rules_.coverEnd,
+              [this](ActivityRow& row, double cover) {
+                  ++rangeRows_;
+                  // A row that is not picked still covers its time: that
+                  // time is simply not the picked rows'.
+                  if (picks(row)) count(row, cover);
+              }),
+      entities_(rules_.kind) {
+    if (rules_.sections.days) days_.emplace(calendar_, rules_.rangeStart, rules_.coverEnd);
     restart();
 }
 
 void ActivityAccountant::restart() {
-    ties_.clear();
+    covers_.restart();
     previousTime_.reset();
     activeSeconds_ = 0;
     rows_ = 0;
@@ -65,44 +42,13 @@ void ActivityAccountant::restart() {
     lastActivity_.reset();
     applications_.clear();
     applicationByKey_.clear();
-    entities_.clear();
-    entityByKey_.clear();
+    entities_ = EntityTally(rules_.kind);
     sessions_.clear();
-    days_.clear();
-    for (const LocalDay& day : listedDays_) {
-        days_.push_back({});
-        days_.back().date = day.date;
-    }
-    dayCursor_ = 0;
-    dayStart_ = dayEnd_ = 0;
+    if (days_) days_->restart();
+    dayTallies_.assign(days_ ? days_->dates().size() : 0, DayTally{});
 }
 
-void ActivityAccountant::add(ActivityRow row) {
-    if (!ties_.empty() && row.time != ties_.front().time) {
-        if (row.time < ties_.front().time) throw std::logic_error("Activity rows out of time order");
-        settleTies(row.time);
-    }
-    ties_.push_back(std::move(row));
-}
-
-void ActivityAccountant::settleTies(std::optional<double> nextTime) {
-    // Among equal times only the last row covers anything, so which row is
-    // last must not be left to the database: id, then sequence, decide.
-    std::sort(ties_.begin(), ties_.end(), [](const ActivityRow& a, const ActivityRow& b) {
-        if (a.id != b.id) return a.id < b.id;
-        return a.sequence < b.sequence;
-    });
-    const double time = ties_.front().time;
-    const double lastCover = nextTime ? std::min(*nextTime - time, rules_.idleSeconds)
-                                      : std::clamp(rules_.coverEnd - time, 0.0, rules_.idleSeconds);
-    for (std::size_t i = 0; i < ties_.size(); ++i) {
-        ++rangeRows_;
-        // A row that is not picked still covers its time: that time is
-        // simply not the picked rows'.
-        if (picks(ties_[i])) count(ties_[i], i + 1 < ties_.size() ? 0.0 : lastCover);
-    }
-    ties_.clear();
-}
+void ActivityAccountant::add(ActivityRow row) { covers_.add(std::move(row)); }
 
 bool ActivityAccountant::picks(const ActivityRow& row) {
     return selector_ == nullptr || selector_->selects({row.rowid, row.apps, row.entities});
@@ -139,7 +85,7 @@ void ActivityAccountant::count(ActivityRow& row, double cover) {
     }
 
     if (countsApplications_) countApplications(row, cover, session, day);
-    if (rules_.sections.entities) countEntities(row, cover);
+    if (rules_.sections.entities) entities_.add(row.entities, row.time, cover);
 
     if (session != nullptr) {
         // A time without a moment (none that a range reaches) joins the
@@ -154,24 +100,9 @@ void ActivityAccountant::count(ActivityRow& row, double cover) {
 }
 
 ActivityAccountant::DayTally& ActivityAccountant::dayOf(double time) {
-    if (days_.empty() || !(time >= dayStart_ && time < dayEnd_)) {
-        std::string date = calendar_.localDate(time);
-        dayStart_ = calendar_.startOfDay(time);
-        dayEnd_ = calendar_.startOfDay(calendar_.addingDays(dayStart_, 1));
-        // Where the calendar cannot say where the day ends (at its limits),
-        // every time asks again.
-        if (!(dayStart_ <= time && time < dayEnd_)) dayStart_ = dayEnd_ = 0;
-        // Rows come in time order, and so do the days: the row's day is the
-        // current one, a later listed one, or one after every listed day.
-        std::size_t found = dayCursor_;
-        while (found < days_.size() && days_[found].date != date) ++found;
-        if (found == days_.size()) {
-            days_.push_back({});
-            days_.back().date = std::move(date);
-        }
-        dayCursor_ = found;
-    }
-    return days_[dayCursor_];
+    const std::size_t day = days_->dayOf(time);
+    if (day == dayTallies_.size()) dayTallies_.emplace_back();
+    return dayTallies_[day];
 }
 
 const std::string& ActivityAccountant::keyOf(const std::string& name) {
@@ -205,36 +136,6 @@ void ActivityAccountant::countApplications(const ActivityRow& row, double cover,
             visibility.seconds += cover;
             ++visibility.rows;
         }
-    }
-}
-
-void ActivityAccountant::countEntities(const ActivityRow& row, double cover) {
-    std::unordered_set<std::string> spellingsListed;
-    std::vector<std::size_t> entitiesListed;
-    for (const EntityPair& pair : row.entities) {
-        if (rules_.kind && pair.first != *rules_.kind) continue;
-        if (!spellingsListed.insert(pairKey(pair.first, pair.second)).second) continue;
-        std::string key = pairKey(pair.first, keyOf(pair.second));
-        auto found = entityByKey_.find(key);
-        if (found == entityByKey_.end()) {
-            found = entityByKey_.emplace(std::move(key), entities_.size()).first;
-            entities_.push_back({{pair.first, "", 0, 0, row.time, row.time}, {}});
-        }
-        EntityTally& entity = entities_[found->second];
-        // Every spelling the row holds counts for that spelling; the row
-        // counts once for the entity.
-        auto spelling = std::find_if(entity.spellings.begin(), entity.spellings.end(),
-                                     [&](const Spelling& known) { return known.value == pair.second; });
-        if (spelling == entity.spellings.end()) {
-            entity.spellings.push_back({pair.second, 0});
-            spelling = entity.spellings.end() - 1;
-        }
-        ++spelling->rows;
-        if (std::find(entitiesListed.begin(), entitiesListed.end(), found->second) != entitiesListed.end()) continue;
-        entitiesListed.push_back(found->second);
-        entity.time.seconds += cover;
-        ++entity.time.count;
-        entity.time.lastSeen = row.time;
     }
 }
 
@@ -273,7 +174,7 @@ std::vector<Highlight> ActivityAccountant::highlightsOf(const SessionTally& sess
 }
 
 ActivityAccount ActivityAccountant::close(DescriptionSource& descriptions) {
-    if (!ties_.empty()) settleTies(std::nullopt);
+    covers_.close();
 
     ActivityAccount account;
     account.activeSeconds = activeSeconds_;
@@ -296,21 +197,10 @@ ActivityAccount ActivityAccountant::close(DescriptionSource& descriptions) {
         std::sort(account.applications.begin(), account.applications.end(),
                   [](const ApplicationTime& a, const ApplicationTime& b) { return ranksBefore(a, b); });
     }
-    for (const EntityTally& tally : entities_) {
-        EntityTime entity = tally.time;
-        // The spelling of most rows; of the earliest among equals, which
-        // came first.
-        const Spelling* shown = &tally.spellings.front();
-        for (const Spelling& spelling : tally.spellings) {
-            if (spelling.rows > shown->rows) shown = &spelling;
-        }
-        entity.value = shown->value;
-        account.entities.push_back(std::move(entity));
-    }
-    std::sort(account.entities.begin(), account.entities.end(),
-              [](const EntityTime& a, const EntityTime& b) { return ranksBefore(a, b); });
-    for (const DayTally& tally : days_) {
-        ActivityDay day{tally.date, tally.activeSeconds, tally.rows, std::nullopt, std::nullopt,
+    account.entities = entities_.ranked();
+    for (std::size_t place = 0; place < dayTallies_.size(); ++place) {
+        const DayTally& tally = dayTallies_[place];
+        ActivityDay day{days_->dates()[place], tally.activeSeconds, tally.rows, std::nullopt, std::nullopt,
                         tally.sessionCount, ranked(tally.applications)};
         if (tally.rows > 0) {
             day.firstActivity = tally.firstActivity;

@@ -10,6 +10,9 @@
 
 #include "platform/LocalCalendar.h"
 #include "summary/ActivityRecords.h"
+#include "summary/ActivityTallies.h"
+#include "summary/RangeDays.h"
+#include "summary/RowCovers.h"
 #include "summary/SummaryQueryPort.h"
 #include "summary/SummarySections.h"
 
@@ -26,16 +29,6 @@ struct AccountingRules {
     double coverEnd = 0;
     std::optional<std::string> kind;  // entities of this kind only
     SummarySections sections;         // what to account for beyond the totals
-};
-
-// A range whose days are more than an answer lists.
-class TooManyDays : public std::runtime_error {
-public:
-    explicit TooManyDays(std::size_t most);
-    std::size_t most() const { return most_; }
-
-private:
-    std::size_t most_;
 };
 
 // The summary's rule of time accounting, applied to rows as they arrive
@@ -80,7 +73,7 @@ public:
     static constexpr std::int64_t kMomentSeconds = 300;
     static constexpr std::size_t kHighlightsPerSession = 3;
     // The most days an account lists: some 270 years.
-    static constexpr std::size_t kMostDays = 100000;
+    static constexpr std::size_t kMostDays = RangeDays::kMostDays;
 
     // `selector` absent: every row is picked. Throws TooManyDays when the
     // days are asked for and the range has more than kMostDays of them.
@@ -119,7 +112,6 @@ private:
         std::vector<Moment> moments;
     };
     struct DayTally {
-        std::string date;
         double activeSeconds = 0;
         std::int64_t rows = 0;
         double firstActivity = 0;
@@ -127,26 +119,11 @@ private:
         std::int64_t sessionCount = 0;
         ApplicationSeconds applications;
     };
-    // One spelling of an entity and the rows that use it.
-    struct Spelling {
-        std::string value;
-        std::int64_t rows = 0;
-    };
-    struct EntityTally {
-        EntityTime time;                  // value set when the account closes
-        std::vector<Spelling> spellings;  // in the order of their first rows
-    };
 
-    // The days every account of the range lists, rows or not.
-    void listDays();
-    // Counts the rows of equal time waiting in ties_, now that the time of
-    // the next row (absent after the last) is known.
-    void settleTies(std::optional<double> nextTime);
     bool picks(const ActivityRow& row);
     void count(ActivityRow& row, double cover);
     DayTally& dayOf(double time);
     void countApplications(const ActivityRow& row, double cover, SessionTally* session, DayTally* day);
-    void countEntities(const ActivityRow& row, double cover);
     const std::string& keyOf(const std::string& name);
     std::vector<ApplicationTime> ranked(const ApplicationSeconds& seconds) const;
     std::vector<Highlight> highlightsOf(const SessionTally& session, DescriptionSource& descriptions) const;
@@ -158,7 +135,7 @@ private:
     // sessions or days.
     const bool countsApplications_;
 
-    std::vector<ActivityRow> ties_;
+    RowCovers covers_;
     std::optional<double> previousTime_;
     double activeSeconds_ = 0;
     std::int64_t rows_ = 0;
@@ -168,16 +145,11 @@ private:
     std::vector<ApplicationTime> applications_;
     std::unordered_map<std::string, std::size_t> applicationByKey_;
     std::unordered_map<std::string, std::string> keyByName_;
-    std::vector<EntityTally> entities_;
-    std::unordered_map<std::string, std::size_t> entityByKey_;
+    EntityTally entities_;
     std::vector<SessionTally> sessions_;
-    // The listed days, then any day a row falls on after them.
-    std::vector<LocalDay> listedDays_;
-    std::vector<DayTally> days_;
-    std::size_t dayCursor_ = 0;
-    // The local day of days_[dayCursor_]: [dayStart_, dayEnd_), or empty.
-    double dayStart_ = 0;
-    double dayEnd_ = 0;
+    // With the days asked for: which days, and a tally per day of them.
+    std::optional<RangeDays> days_;
+    std::vector<DayTally> dayTallies_;
 };
 
 }  // namespace VarnholtQueryLib

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "summary/ActivityRecords.h"
+
+namespace VarnholtQueryLib {
+
+// The applications and entities of counted rows, tallied as the summary
+// tallies them, for every account that lists them (the summary's, a
+// timesheet's suggestions). Rows arrive in the order the rule of covers
+// takes them (RowCovers). Single-threaded; the name keys computed are kept
+// for the next row, a bounded number of them.
+
+// Applications: a row's apps, names compared by DeduplicationService's
+// name key and counted once per row; an application is visible for the
+// covers of the rows that list it and is named as its earliest row spells
+// it.
+class ApplicationTally {
+public:
+    void add(const std::vector<std::string>& apps, double cover);
+    // Every application, most printed seconds (wholeSeconds) first, then by
+    // name.
+    std::vector<ApplicationTime> ranked() const;
+
+private:
+    const std::string& keyOf(const std::string& name);
+
+    std::vector<ApplicationTime> applications_;
+    std::unordered_map<std::string, std::size_t> byKey_;
+    std::unordered_map<std::string, std::string> keyByName_;
+};
+
+// Entities: a kind and a value compared by the name key (of `kind` only,
+// when given), so that "Swift", "swift" and "SWIFT" are one; its seconds are
+// the covers of the rows that list it, its count those rows, and it is
+// spelt as most of its rows spell it (a row holding several spellings
+// counts for each), among equals as the earliest row does.
+class EntityTally {
+public:
+    explicit EntityTally(std::optional<std::string> kind = std::nullopt);
+
+    void add(const std::vector<EntityPair>& entities, double time, double cover);
+    // Every entity, spelt, most printed seconds first, then by kind, then
+    // by value.
+    std::vector<EntityTime> ranked() const;
+
+private:
+    struct Spelling {
+        std::string value;
+        std::int64_t rows = 0;
+    };
+    struct Entity {
+        EntityTime time;                  // value set when ranked
+        std::vector<Spelling> spellings;  // in the order of their first rows
+    };
+
+    const std::string& keyOf(const std::string& name);
+
+    std::optional<std::string> kind_;
+    std::vector<Entity> entities_;
+    std::unordered_map<std::string, std::size_t> byKey_;
+    std::unordered_map<std::string, std::string> keyByName_;
+};
+
+// The orders of the lists: most printed seconds first, so that two entries
+// printing the same seconds order by name whatever their fractions.
+bool ranksBefore(const ApplicationTime& a, const ApplicationTime& b);
+bool ranksBefore(const EntityTime& a, const EntityTime& b);
+
+}  // namespace VarnholtQueryLib
