@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <stdexcept>
@@ -29,6 +30,22 @@ private:
     std::int64_t budget_;
     std::int64_t minimum_;
 };
+
+// The document with the fewest drops after which it fits `budget`
+// characters, where `documentAfter(k)` is the document with the first k of
+// `dropCount` drops made, each drop making it shorter. Found by bisection,
+// so an answer of thousands of drops renders a few dozen documents. Without
+// a drop needed, documentAfter(0). Throws SummaryBudgetTooSmall, with the
+// characters of documentAfter(dropCount) as its minimum, when even that
+// does not fit. Any answer with droppable detail shares this.
+JSON fitByDrops(std::size_t dropCount, std::int64_t budget, const std::function<JSON(std::size_t)>& documentAfter);
+
+// The least budget for an answer that echoes its own budget: at least
+// `minimum` (the characters of the answer with every drop made), and more
+// when the budget's own digits need the room. `fit(budget)` renders the
+// answer for a budget and throws SummaryBudgetTooSmall, with a new
+// minimum, when it does not fit.
+std::int64_t leastEchoedBudget(std::int64_t minimum, const std::function<void(std::int64_t)>& fit);
 
 // Builds the printed document of a summary from its (possibly trimmed)
 // detail and what was omitted of it.

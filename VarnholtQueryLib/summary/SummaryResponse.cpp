@@ -1,6 +1,7 @@
 #include "summary/SummaryResponse.h"
 
 #include "platform/LocalCalendar.h"
+#include "summary/CoverageResponse.h"
 #include "summary/SummaryBudget.h"
 
 namespace VarnholtQueryLib {
@@ -59,20 +60,7 @@ JSON dayObject(const ActivityDay& day) {
 
 JSON coverageObject(const FrameCoverage& coverage, const std::vector<FrameGap>& gaps,
                     const ActivityAccount& account, bool selects) {
-    JSON gapList = JSON::array();
-    for (const FrameGap& gap : gaps) {
-        gapList.push_back({{"from_iso", formatUTCInternetDateTime(gap.from)},
-                           {"to_iso", formatUTCInternetDateTime(gap.to)}});
-    }
-    JSON object = {
-        {"frames", coverage.counts.frames},
-        {"analyzed_frames", coverage.counts.analyzedFrames},
-        {"pending_frames", coverage.counts.pendingFrames},
-        {"failed_frames", coverage.counts.failedFrames},
-        {"observations", account.rangeObservationCount},
-        {"gaps", std::move(gapList)},
-        {"verdict", coverage.verdict ? JSON(*coverage.verdict) : JSON(nullptr)},
-    };
+    JSON object = coverageJSON(coverage, gaps, account.rangeObservationCount);
     if (selects) object["selected_observations"] = account.observationCount;
     return object;
 }
@@ -182,20 +170,12 @@ JSON makeSummaryResponse(const SummaryFindings& findings, const SummaryEcho& ech
     try {
         return fitted(echo);
     } catch (const SummaryBudgetTooSmall& tooSmall) {
-        // The answer echoes its budget, so the minimum is the budget whose
-        // own digits fit too: one that needs more digits than the budget
-        // asked for needs more room.
-        SummaryEcho probe = echo;
-        probe.maxChars = tooSmall.minimum();
-        for (;;) {
-            try {
-                fitted(probe);
-                break;
-            } catch (const SummaryBudgetTooSmall& larger) {
-                probe.maxChars = larger.minimum();
-            }
-        }
-        throw SummaryBudgetTooSmall(tooSmall.budget(), *probe.maxChars);
+        const std::int64_t least = leastEchoedBudget(tooSmall.minimum(), [&](std::int64_t budget) {
+            SummaryEcho probe = echo;
+            probe.maxChars = budget;
+            fitted(probe);
+        });
+        throw SummaryBudgetTooSmall(tooSmall.budget(), least);
     }
 }
 

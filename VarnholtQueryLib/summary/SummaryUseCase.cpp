@@ -4,7 +4,7 @@
 
 #include "selection/RowSelector.h"
 #include "summary/ActivityAccountant.h"
-#include "summary/FrameCoverageRules.h"
+#include "summary/RangeCoverage.h"
 
 namespace VarnholtQueryLib {
 
@@ -30,15 +30,9 @@ SummaryFindings SummaryUseCase::execute(const SummaryQuery& query, double now) {
     findings.account = accountant.close(summaryQuery_);
     if (!query.sections.coverage) return findings;
 
-    FrameCoverage coverage;
-    coverage.counts = summaryQuery_.countFrames(query.from, query.to);
-    FrameGapFinder gaps(query.from, coverEnd);
-    if (query.from <= coverEnd) {
-        summaryQuery_.scanFrameTimes(query.from, coverEnd, [&gaps](double time) { gaps.add(time); });
-    }
-    coverage.gaps = gaps.close();
     // Whether the range has rows, picked or not: the coverage is the range's.
-    coverage.verdict = coverageVerdict(findings.account.rangeObservationCount, coverage.counts);
+    FrameCoverage coverage =
+        readFrameCoverage(summaryQuery_, query.from, query.to, coverEnd, findings.account.rangeObservationCount);
     findings.coverage = std::move(coverage);
     return findings;
 }
