@@ -19,10 +19,12 @@ std::string inTimeOrder(const std::string& part) { return part + "\n    ORDER BY
 
 }  // namespace
 
-std::vector<std::string> indexedActivityStatements() {
+std::vector<std::string> indexedActivityStatements(bool withDescriptions) {
     WindowSelect eligible;
     eligible.columns = std::string("{time} AS t, o.rowid AS rid, o.id, o.apps,\n           ") +
                        kObservationEntitiesJSON + " AS entities_json";
+    // The row is read anyway; its description costs only its own pages.
+    if (withDescriptions) eligible.columns += ", o.vlm_description";
     eligible.bounds = {true, true};
     // A summary's window holds days or weeks of frames.
     eligible.framedCandidates = FramedCandidates::frameAtOwnTime;

@@ -16,8 +16,9 @@ namespace VarnholtQueryLib {
 // and self-dated rows of the recording_id values NULL and '' (the parts of
 // EffectiveTimeWindow.h). Every eligible row is in exactly one part; merged
 // by time they are the literal statement's rows. Columns: t (the effective
-// time), rid (the rowid), id, apps, entities_json.
-std::vector<std::string> indexedActivityStatements();
+// time), rid (the rowid), id, apps, entities_json, and with
+// `withDescriptions` the description (vlm_description) last.
+std::vector<std::string> indexedActivityStatements(bool withDescriptions = false);
 
 // Whether the catalogue has every index those statements walk.
 bool servesIndexedActivity(const VarnholtSQLiteSupport::IndexCatalogue& catalogue);

@@ -89,7 +89,7 @@ const char* const SQLiteSummaryQuery::kDescriptionStatement =
 namespace {
 
 enum LiteralColumn { kId, kDescription, kApps, kImagePath, kFrameTimestamp, kEntitiesJson, kLiteralRowid };
-enum IndexedColumn { kTime, kRowid, kIndexedId, kIndexedApps, kIndexedEntitiesJson };
+enum IndexedColumn { kTime, kRowid, kIndexedId, kIndexedApps, kIndexedEntitiesJson, kIndexedDescription };
 
 // Decoded texts kept at most: plenty for the application lists a recorder
 // writes, bounded for one that writes a new one every time.
@@ -153,7 +153,7 @@ const std::vector<std::string>& SQLiteSummaryQuery::applicationsOf(const std::op
 void SQLiteSummaryQuery::scanActivity(double from, double to, const ActivityNeeds& needs, ActivityRowSink& sink) {
     withLiteralFallback(
         [&]() -> std::optional<bool> {
-            if (!scanIndexed(from, to, sink)) return std::nullopt;
+            if (!scanIndexed(from, to, needs, sink)) return std::nullopt;
             return true;
         },
         [&] {
@@ -184,13 +184,13 @@ void SQLiteSummaryQuery::scanLiteral(double from, double to, const ActivityNeeds
     });
 }
 
-bool SQLiteSummaryQuery::scanIndexed(double from, double to, ActivityRowSink& sink) {
+bool SQLiteSummaryQuery::scanIndexed(double from, double to, const ActivityNeeds& needs, ActivityRowSink& sink) {
     if (!servesIndexedActivity(indexes_)) return false;
     sqlite3* handle = connection_.handle();
     readScatteredPages(handle);
 
     PreparedParts statements;
-    for (const std::string& part : indexedActivityStatements()) {
+    for (const std::string& part : indexedActivityStatements(needs.descriptions)) {
         sqlite3_stmt* statement = prepareOrNull(handle, part);
         if (statement == nullptr) return false;
         statements.held.push_back(statement);
@@ -218,6 +218,7 @@ bool SQLiteSummaryQuery::scanIndexed(double from, double to, ActivityRowSink& si
         activity.rowid = activity.sequence;
         activity.apps = applicationsOf(columnOptionalText(row, kIndexedApps));
         activity.entities = RecentWorkTimelineCore::parseEntities(columnOptionalText(row, kIndexedEntitiesJson));
+        if (needs.descriptions) activity.description = columnOptionalText(row, kIndexedDescription).value_or("");
         sink.add(std::move(activity));
         next->step();
     }

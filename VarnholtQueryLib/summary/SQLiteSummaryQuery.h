@@ -30,7 +30,9 @@ namespace VarnholtQueryLib {
 // come in whatever order the statement gives; the accountant orders them.
 //
 // Descriptions are read with the literal statement's rows (it reads them
-// anyway) but by the index-driven path only when asked for, one by one.
+// anyway); the index-driven path reads them with its rows when the scan
+// needs every row's (a timesheet), and otherwise only when asked for, one
+// by one (a summary's highlights).
 //
 // Borrows the run's connection, which must outlive the adapter. Holds one
 // prepared statement for the descriptions, finalized on destruction.
@@ -52,7 +54,7 @@ public:
     // Rows of the literal statement carry their description and, as their
     // sequence, their place in its answer (and their rowid when asked for);
     // rows of the index-driven statements carry their rowid, as sequence and
-    // as rowid, and no description.
+    // as rowid, and their description only when asked for.
     void scanActivity(double from, double to, const ActivityNeeds& needs, ActivityRowSink& sink) override;
     FrameCounts countFrames(double from, double to) override;
     void scanFrameTimes(double from, double to, const std::function<void(double)>& visit) override;
@@ -62,7 +64,7 @@ public:
 private:
     void scanLiteral(double from, double to, const ActivityNeeds& needs, ActivityRowSink& sink);
     // False when the catalogue lacks an index or SQLite refuses a statement.
-    bool scanIndexed(double from, double to, ActivityRowSink& sink);
+    bool scanIndexed(double from, double to, const ActivityNeeds& needs, ActivityRowSink& sink);
     FrameCounts countLiteral(double from, double to);
     std::optional<FrameCounts> countIndexed(double from, double to);
     // The apps column decoded as the timeline decodes it; the same texts

@@ -42,6 +42,9 @@ protected:
 // applications and entities.
 struct ActivityNeeds {
     bool rowids = false;  // ActivityRow::rowid, for text rules
+    // ActivityRow::description, for an account that looks at every row's
+    // (a timesheet's spans and terms): read with the row, never one by one.
+    bool descriptions = false;
 
     bool operator==(const ActivityNeeds&) const = default;
 };
@@ -56,7 +59,8 @@ public:
     // time in the range; all of them, however many. They reach `sink` in
     // non-decreasing effective time; rows of equal time in any order. The
     // sink is restarted before the first row, and again if the scan has to
-    // start over. The rows carry their rowid when `needs` asks for it.
+    // start over. The rows carry their rowid and their description when
+    // `needs` asks for them (they may carry them anyway).
     virtual void scanActivity(double from, double to, const ActivityNeeds& needs, ActivityRowSink& sink) = 0;
 
     // The frames whose time lies in [from, to], by analysis state.
