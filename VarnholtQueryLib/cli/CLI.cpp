@@ -15,6 +15,7 @@
 #include "output/JSONWriter.h"
 #include "status/StatusData.h"
 #include "status/StatusResponse.h"
+#include "timesheet/TimesheetCSV.h"
 #include "platform/LocalCalendar.h"
 #include "platform/SystemPlatform.h"
 #include "platform/UserHomeDirectory.h"
@@ -63,6 +64,16 @@ void dispatch(const Command& command, const CommandEnvironment& environment) {
                 printHumanStatus(statusData, std::cout);
                 std::cout.flush();
             },
+            [&](const Command::Timesheet& timesheet) {
+                const JSON answer = answerFromDatabase(command, environment);
+                if (timesheet.format == TimesheetFormat::json) {
+                    writeAnswer(answer);
+                    return;
+                }
+                // For a spreadsheet; a failure is still the JSON envelope.
+                std::cout << timesheetCSV(answer);
+                std::cout.flush();
+            },
             [&](const auto&) { writeAnswer(answerFromDatabase(command, environment)); },
         },
         command.value);
@@ -107,7 +118,7 @@ void runCLI(const std::vector<std::string>& arguments) {
         const LocalCalendar calendar = LocalCalendar::current();
         const CommandEnvironment environment{platform, calendar};
 
-        const Command command = parseCommand(commandArguments, calendar, clock.now());
+        const Command command = parseCommand(commandArguments, calendar, clock.now(), fileSystem);
         dispatch(command, environment);
     } catch (...) {
         exitWithError(std::current_exception());

@@ -6,7 +6,13 @@
 #include <variant>
 #include <vector>
 
+#include "timesheet/TimesheetCategories.h"
+
 namespace VarnholtQueryLib {
+
+// How a timesheet is printed: the JSON answer, or its days and totals as
+// CSV for a spreadsheet.
+enum class TimesheetFormat { json, csv };
 
 // The one thing an invocation asks for, as the parser understands it. Time
 // arguments of `search` are already instants (seconds since 1970 UTC); those
@@ -69,6 +75,22 @@ struct Command {
 
         bool operator==(const Summary&) const = default;
     };
+    // Exclusive categories over a range: each row's time in the first
+    // category with a matching rule, with the evidence. The period travels
+    // as the summary's does; the categories are checked already.
+    struct Timesheet {
+        std::optional<std::string> preset;  // absent for `--since`
+        std::optional<std::string> since;
+        std::optional<std::string> rangeFrom;
+        std::optional<std::string> rangeTo;
+        std::optional<std::string> weekStart;  // "monday" to "sunday"; absent: the locale's
+        double idleSeconds = 300;
+        std::vector<TimesheetCategory> categories;  // in the order given
+        std::optional<std::int64_t> maxChars;       // the budget of the JSON answer
+        TimesheetFormat format = TimesheetFormat::json;
+
+        bool operator==(const Timesheet&) const = default;
+    };
     struct Status {
         bool jsonFlag = false;
 
@@ -88,7 +110,7 @@ struct Command {
     };
 
     using Value =
-        std::variant<Search, Recent, Entities, Summary, Status, SupportContext, Top, Help, Version>;
+        std::variant<Search, Recent, Entities, Summary, Timesheet, Status, SupportContext, Top, Help, Version>;
     Value value;
 
     // Commands are plain values: two are equal when they ask the same thing.

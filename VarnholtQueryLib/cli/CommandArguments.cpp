@@ -16,7 +16,8 @@ namespace {
 bool takesValue(const std::string& flag) {
     return flag == "--limit" || flag == "--since" || flag == "--from" || flag == "--to" ||
            flag == "--app" || flag == "--kind" || flag == "--match" || flag == "--entity" ||
-           flag == "--week-start" || flag == "--only";
+           flag == "--week-start" || flag == "--only" || flag == "--category" || flag == "--categories" ||
+           flag == "--format";
 }
 
 bool isFlag(const std::string& argument) {

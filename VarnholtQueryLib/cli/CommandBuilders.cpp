@@ -12,10 +12,13 @@ namespace VarnholtQueryLib {
 namespace {
 
 constexpr const char* kRangeUsage = "Usage: range --from 2026-04-01 --to 2026-04-07";
-constexpr const char* kSummaryRangeUsage = "Usage: summary --from 2026-04-01 --to 2026-04-07";
 constexpr std::int64_t kSearchDefaultLimit = 50;
 constexpr std::int64_t kSearchMaximumLimit = 200;
 constexpr std::int64_t kEntitiesDefaultLimit = 100;
+
+std::string rangeUsage(const std::string& command) {
+    return "Usage: " + command + " --from 2026-04-01 --to 2026-04-07";
+}
 
 Command::Recent timeline(std::optional<std::string> preset, bool compact,
                          std::optional<std::int64_t> limit) {
@@ -208,12 +211,10 @@ Command::Summary SummaryCommandBuilder::build() const {
         throw CLIError::invalidTimeRange("Use only one of a preset, --since, or --from and --to.");
     }
     if (from_ && !to_) {
-        throw CLIError::invalidTimeRange(std::string("'summary' requires --to with --from. ") +
-                                         kSummaryRangeUsage);
+        throw CLIError::invalidTimeRange("'" + command_ + "' requires --to with --from. " + rangeUsage(command_));
     }
     if (to_ && !from_) {
-        throw CLIError::invalidTimeRange(std::string("'summary' requires --from with --to. ") +
-                                         kSummaryRangeUsage);
+        throw CLIError::invalidTimeRange("'" + command_ + "' requires --from with --to. " + rangeUsage(command_));
     }
     Command::Summary summary = summary_;
     if (since_) {

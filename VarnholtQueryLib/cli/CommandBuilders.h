@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "cli/CLIError.h"
@@ -51,6 +52,10 @@ Command::Entities entitiesCommand(const std::optional<std::string>& since,
 // the timeline's are; build() checks the whole.
 class SummaryCommandBuilder {
 public:
+    // `command` names the command in the messages about its range: the
+    // timesheet takes its period as a summary does.
+    explicit SummaryCommandBuilder(std::string command = "summary") : command_(std::move(command)) {}
+
     // The idle gap's bounds, in seconds: one minute to one hour.
     static constexpr double kShortestIdle = 60;
     static constexpr double kLongestIdle = 3600;
@@ -98,6 +103,7 @@ public:
     Command::Summary build() const;
 
 private:
+    std::string command_;
     std::optional<std::string> since_;
     std::optional<std::string> from_;
     std::optional<std::string> to_;

@@ -4,6 +4,7 @@
 
 #include "cli/CLIError.h"
 #include "cli/CommandBuilders.h"
+#include "cli/TimesheetCommandBuilder.h"
 #include "output/JSONWriter.h"
 
 namespace VarnholtQueryLib {
@@ -145,9 +146,70 @@ Command parseSummary(const std::vector<std::string>& args) {
     return {summary.build()};
 }
 
+bool timesheetFlagTakesValue(const std::string& flag) {
+    return flag == "--since" || flag == "--from" || flag == "--to" || flag == "--idle" ||
+           flag == "--max-chars" || flag == "--category" || flag == "--categories" || flag == "--format" ||
+           flag == "--week-start";
+}
+
+// A timesheet takes its words as a summary does: at most one preset, flags
+// with their values in order, and --json, which changes nothing. Anything
+// else is refused: a mistyped flag must not silently change the account.
+Command parseTimesheet(const std::vector<std::string>& args, const FileSystemPort& files) {
+    TimesheetCommandBuilder timesheet;
+    bool commandSeen = false;
+    bool presetGiven = false;
+    for (auto it = args.begin(); it < args.end(); ++it) {
+        const std::string& argument = *it;
+        if (!beginsWithDoubleDash(argument)) {
+            if (!commandSeen) {
+                commandSeen = true;  // "timesheet" itself, the first bare word
+                continue;
+            }
+            if (presetGiven) {
+                throw CLIError::invalidTimeRange(
+                    "Unexpected argument '" + argument +
+                    "'. Usage: timesheet [period] --category NAME=RULE[|RULE...] ... | --categories FILE "
+                    "[--since <duration>] [--from <date> --to <date>] [--week-start <day>] [--idle <duration>] "
+                    "[--max-chars N] [--format json|csv]");
+            }
+            timesheet.preset(argument);
+            presetGiven = true;
+            continue;
+        }
+        if (argument == "--json") continue;
+        if (!timesheetFlagTakesValue(argument)) throw CLIError::unknownError("Unknown flag '" + argument + "'.");
+        if (it + 1 == args.end() || beginsWithDoubleDash(*(it + 1))) {
+            throw CLIError::unknownError("Missing value for " + argument + ".");
+        }
+        const std::string& value = *++it;
+        if (argument == "--since") {
+            timesheet.since(value);
+        } else if (argument == "--from") {
+            timesheet.from(value);
+        } else if (argument == "--to") {
+            timesheet.to(value);
+        } else if (argument == "--idle") {
+            timesheet.idle(value);
+        } else if (argument == "--max-chars") {
+            timesheet.maxChars(value);
+        } else if (argument == "--category") {
+            timesheet.category(value);
+        } else if (argument == "--categories") {
+            timesheet.categoriesFile(value, files);
+        } else if (argument == "--week-start") {
+            timesheet.weekStart(value);
+        } else {  // --format
+            timesheet.format(value);
+        }
+    }
+    return {timesheet.build()};
+}
+
 }  // namespace
 
-Command parseCommand(const CommandArguments& arguments, const LocalCalendar& calendar, double now) {
+Command parseCommand(const CommandArguments& arguments, const LocalCalendar& calendar, double now,
+                     const FileSystemPort& files) {
     const auto& args = arguments.args;
     const auto& positional = arguments.positional;
     const bool compact = arguments.compactRequested && !arguments.fullRequested;
@@ -179,6 +241,7 @@ Command parseCommand(const CommandArguments& arguments, const LocalCalendar& cal
     }
     if (word == "search") return parseSearch(args, compact, calendar, now);
     if (word == "summary") return parseSummary(args);
+    if (word == "timesheet") return parseTimesheet(args, files);
     if (word == "support-context") return {Command::SupportContext{}};
     if (word == "status") return {Command::Status{arguments.jsonFlag}};
     if (word == "entities") {

@@ -5,6 +5,7 @@
 
 namespace VarnholtQueryLib {
 
+class FileSystemPort;
 class LocalCalendar;
 
 // Turns the pre-processed command line into exactly one Command. It checks
@@ -13,9 +14,13 @@ class LocalCalendar;
 // arguments become instants here (in `calendar`, relative to `now`); the
 // timeline family's travel as text and are converted at dispatch.
 //
+// `timesheet --categories FILE` reads its file here, through `files`, so
+// that a bad file is refused before anything else is done.
+//
 // Throws CLIError (invalidTimeRange or unknownError) with the message the
 // user sees. An unknown flag after `search` writes its error envelope and
 // exits the process with status 1 at once.
-Command parseCommand(const CommandArguments& arguments, const LocalCalendar& calendar, double now);
+Command parseCommand(const CommandArguments& arguments, const LocalCalendar& calendar, double now,
+                     const FileSystemPort& files);
 
 }  // namespace VarnholtQueryLib

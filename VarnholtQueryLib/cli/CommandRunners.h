@@ -39,6 +39,11 @@ JSON answerEntitiesCommand(const Command::Entities& command,
 JSON answerSummaryCommand(const Command::Summary& command,
                           VarnholtSQLiteSupport::SQLiteReadConnection& connection,
                           const CommandEnvironment& environment);
+// The timesheet's JSON answer, whatever its format: the command line prints
+// --format csv from it (timesheetCSV), so both forms always agree.
+JSON answerTimesheetCommand(const Command::Timesheet& command,
+                            VarnholtSQLiteSupport::SQLiteReadConnection& connection,
+                            const CommandEnvironment& environment);
 // The status use case's findings, log tails included; the JSON answer and the
 // human report both present them.
 StatusData readStatus(VarnholtSQLiteSupport::SQLiteReadConnection& connection,

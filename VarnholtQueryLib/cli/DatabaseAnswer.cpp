@@ -32,6 +32,9 @@ JSON answerFromDatabase(const Command& command, const CommandEnvironment& enviro
             [&](const Command::Summary& summary) {
                 return answerSummaryCommand(summary, connection, environment);
             },
+            [&](const Command::Timesheet& timesheet) {
+                return answerTimesheetCommand(timesheet, connection, environment);
+            },
             [&](const Command::Status&) { return answerStatusCommand(connection, environment); },
             [&](const Command::SupportContext&) {
                 return answerSupportContextCommand(connection, environment);

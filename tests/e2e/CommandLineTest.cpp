@@ -33,6 +33,7 @@ const std::string kHelpText =
     "  search <keyword>      Search observations (FTS5, BM25 ranked)\n"
     "  entities              Aggregated entity data (tools, languages, apps)\n"
     "  summary [period]      Active time per app, session and day (e.g., summary this-week)\n"
+    "  timesheet [period] --category NAME=RULE[|RULE...]  Time per category, each second once\n"
     "  support-context       Machine-oriented support-draft context summary\n"
     "  status                Health check and database stats\n"
     "  top                   Live pipeline monitor (Ctrl+C to exit)\n"
@@ -43,6 +44,10 @@ const std::string kHelpText =
     "  --kind <entity_kind>  Filter entities by kind (e.g., programming_language, app)\n"
     "  --idle <duration>     Idle gap that ends a session (summary; 1m to 1h, default 5m)\n"
     "  --max-chars N         Longest answer in characters; summary drops detail to fit\n"
+    "  --category NAME=RULE  A timesheet category; rules text:WORDS, app:NAME, entity:[KIND=]VALUE\n"
+    "  --categories FILE     Timesheet categories as JSON: [{\"name\": ..., \"rules\": [...]}]\n"
+    "  --week-start <day>    First day of this-week and last-week (summary, timesheet)\n"
+    "  --format json|csv     Timesheet as JSON (default) or CSV\n"
     "  --compact             Omit description and topics fields\n"
     "  --full                Include description and topics fields\n"
     "  --collapse            Deduplicate search results by description\n"
@@ -66,6 +71,7 @@ const std::string kCommandList = R"({
     {"name": "search", "args": ["keyword"], "flags": ["--since", "--app", "--from", "--to", "--latest", "--limit", "--compact", "--images", "--collapse"]},
     {"name": "entities", "args": [], "flags": ["--since", "--kind", "--limit"]},
     {"name": "summary", "args": [], "flags": ["--since", "--from", "--to", "--idle", "--kind", "--limit", "--max-chars", "--json"]},
+    {"name": "timesheet", "args": [], "flags": ["--category", "--categories", "--since", "--from", "--to", "--week-start", "--idle", "--max-chars", "--format", "--json"]},
     {"name": "status", "args": [], "flags": ["--json"]},
     {"name": "top", "args": [], "flags": []}
   ]

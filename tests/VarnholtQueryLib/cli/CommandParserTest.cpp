@@ -4,6 +4,7 @@
 
 #include "cli/CLIError.h"
 #include "platform/LocalCalendar.h"
+#include "MemoryFileSystem.h"
 #include "ThrownCLIError.h"
 
 using namespace VarnholtQueryLib;
@@ -16,7 +17,7 @@ class CommandParserTest : public ::testing::Test {
 protected:
     Command parse(std::vector<std::string> words) const {
         words.insert(words.begin(), "varnholt-query");
-        return parseCommand(CommandArguments::fromProcessArguments(words), calendar_, kNow);
+        return parseCommand(CommandArguments::fromProcessArguments(words), calendar_, kNow, files_);
     }
 
     template <typename Case>
@@ -32,6 +33,7 @@ protected:
     }
 
     LocalCalendar calendar_{"UTC", "en_US"};
+    VarnholtTestSupport::MemoryFileSystem files_;
 };
 
 }  // namespace
@@ -252,4 +254,61 @@ TEST_F(CommandParserTest, SummaryRefusesWhatItDoesNotKnow) {
     EXPECT_EQ(failure({"summary", "--limit", "abc"}),
               "INVALID_TIME_RANGE: --limit must be a whole number from 1 to 100, not 'abc'.");
     EXPECT_EQ(failure({"summary", "--idle", "2h"}), "INVALID_TIME_RANGE: --idle must be between 1m and 1h, not '2h'.");
+}
+
+TEST_F(CommandParserTest, TimesheetTakesItsCategoriesInOrder) {
+    const auto timesheet = parseAs<Command::Timesheet>(
+        {"timesheet", "this-week", "--category", "Invoicing=text:invoice exporter|app:QuickBooks", "--category",
+         "People=entity:person=Jane", "--week-start", "monday", "--idle", "10m", "--format", "csv"});
+    EXPECT_EQ(timesheet.preset, "this-week");
+    EXPECT_EQ(timesheet.categories,
+              (std::vector<TimesheetCategory>{{"Invoicing", {"text:invoice exporter", "app:QuickBooks"}},
+                                              {"People", {"entity:person=Jane"}}}));
+    EXPECT_EQ(timesheet.weekStart, "monday");
+    EXPECT_EQ(timesheet.idleSeconds, 600);
+    EXPECT_EQ(timesheet.format, TimesheetFormat::csv);
+    EXPECT_FALSE(timesheet.maxChars.has_value());
+    EXPECT_TRUE(files_.read.empty());
+    // Without a period: today, in JSON.
+    const auto today = parseAs<Command::Timesheet>({"timesheet", "--category", "A=app:X", "--max-chars", "900"});
+    EXPECT_EQ(today.preset, "today");
+    EXPECT_EQ(today.format, TimesheetFormat::json);
+    EXPECT_EQ(today.maxChars, 900);
+}
+
+TEST_F(CommandParserTest, TimesheetReadsItsCategoriesFileOnlyWhenNamed) {
+    files_.files["/work/c.json"] = R"([{"name": "A=B", "rules": ["text:a|b"]}])";
+    const auto timesheet = parseAs<Command::Timesheet>({"timesheet", "--categories", "/work/c.json"});
+    EXPECT_EQ(timesheet.categories, (std::vector<TimesheetCategory>{{"A=B", {"text:a|b"}}}));
+    EXPECT_EQ(files_.read, std::vector<std::string>{"/work/c.json"});
+    EXPECT_EQ(failure({"timesheet", "--categories", "/work/none.json"}),
+              "INVALID_TIME_RANGE: Cannot read the categories file '/work/none.json'.");
+    files_.files["/work/bad.json"] = "[{\"name\": \"A\" \"rules\": []}]";
+    EXPECT_EQ(failure({"timesheet", "--categories", "/work/bad.json"}),
+              "INVALID_TIME_RANGE: The categories file '/work/bad.json' is not valid JSON: parse error at line 1, "
+              "column 21: syntax error while parsing object - unexpected string literal; expected '}'.");
+}
+
+TEST_F(CommandParserTest, TimesheetRefusesWhatItDoesNotKnow) {
+    EXPECT_EQ(failure({"timesheet", "--category", "A=app:X", "--limit", "3"}), "UNKNOWN_ERROR: Unknown flag '--limit'.");
+    EXPECT_EQ(failure({"timesheet", "--category"}), "UNKNOWN_ERROR: Missing value for --category.");
+    EXPECT_EQ(failure({"timesheet", "--category", "Invoicing"}),
+              "INVALID_TIME_RANGE: --category 'Invoicing' must be NAME=RULE[|RULE...]: a name, '=', then rules such "
+              "as text:WORDS, app:NAME or entity:[KIND=]VALUE, separated by '|'.");
+    EXPECT_EQ(failure({"timesheet", "--category", "A=app:X", "--categories", "/work/c.json"}),
+              "INVALID_TIME_RANGE: Use either --category or --categories, not both.");
+    EXPECT_TRUE(files_.read.empty());
+    EXPECT_EQ(failure({"timesheet", "--category", "A=app:X", "--format", "xml"}),
+              "INVALID_TIME_RANGE: --format must be json or csv, not 'xml'.");
+    EXPECT_EQ(failure({"timesheet", "--category", "A=app:X", "--format", "csv", "--max-chars", "100"}),
+              "INVALID_TIME_RANGE: --max-chars does not apply to --format csv, which prints every day; leave one "
+              "of them out.");
+    EXPECT_EQ(failure({"timesheet", "--category", "A=app:X", "--from", "2026-04-01"}),
+              "INVALID_TIME_RANGE: 'timesheet' requires --to with --from. Usage: timesheet --from 2026-04-01 --to "
+              "2026-04-07");
+    EXPECT_EQ(failure({"timesheet", "--category", "A=", "--category", "B=app:X"}),
+              "INVALID_TIME_RANGE: Category 'A' has no rule: give text:WORDS, app:NAME or entity:[KIND=]VALUE.");
+    EXPECT_EQ(failure({"timesheet", "--category", "A=app:X||app:Y"}),
+              "INVALID_TIME_RANGE: Rule '' of category 'A' has no known prefix: use text:WORDS, app:NAME or "
+              "entity:[KIND=]VALUE.");
 }
