@@ -22,7 +22,7 @@ constexpr const char* kUsage =
     "  varnholt-mcp --version, -v\n"
     "                            Show version\n"
     "\n"
-    "Tools: timeline, search, entities, summary, status, support_context; each answers\n"
+    "Tools: timeline, search, entities, summary, timesheet, status, support_context; each answers\n"
     "with the JSON document varnholt-query prints for the same question.\n"
     "Register it with an MCP host as a stdio server:\n"
     "  {\"mcpServers\": {\"varnholt\": {\"command\": \"varnholt-mcp\"}}}\n";

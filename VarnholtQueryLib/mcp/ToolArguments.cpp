@@ -17,21 +17,32 @@ bool isIntegral(const JSON& value) {
     return std::isfinite(number) && std::trunc(number) == number;
 }
 
-bool hasType(const JSON& value, const std::string& type) {
+// The type of an array's items: strings, unless the schema says objects.
+std::string itemType(const JSON& property) {
+    const auto items = property.find("items");
+    if (items == property.end()) return "string";
+    return items->value("type", "string") == "object" ? "object" : "string";
+}
+
+bool hasType(const JSON& value, const JSON& property) {
+    const std::string type = property.at("type").get<std::string>();
     if (type == "string") return value.is_string();
     if (type == "boolean") return value.is_boolean();
     if (type == "integer") return isIntegral(value);
     if (type == "array") {
-        return value.is_array() &&
-               std::all_of(value.begin(), value.end(), [](const JSON& item) { return item.is_string(); });
+        const bool objects = itemType(property) == "object";
+        return value.is_array() && std::all_of(value.begin(), value.end(), [&](const JSON& item) {
+                   return objects ? item.is_object() : item.is_string();
+               });
     }
     return false;
 }
 
-std::string typeInWords(const std::string& type) {
+std::string typeInWords(const JSON& property) {
+    const std::string type = property.at("type").get<std::string>();
     if (type == "string") return "a string";
     if (type == "integer") return "an integer";
-    if (type == "array") return "an array of strings";
+    if (type == "array") return "an array of " + itemType(property) + "s";
     return "true or false";
 }
 
@@ -56,9 +67,8 @@ ToolArguments::ToolArguments(const JSON& arguments, const JSON& inputSchema)
             throw CLIError::unknownError("Unknown argument '" + name +
                                          "'. Arguments: " + declaredNames(properties) + ".");
         }
-        const std::string type = property->at("type").get<std::string>();
-        if (!value.is_null() && !hasType(value, type)) {
-            throw CLIError::unknownError("Argument '" + name + "' must be " + typeInWords(type) +
+        if (!value.is_null() && !hasType(value, *property)) {
+            throw CLIError::unknownError("Argument '" + name + "' must be " + typeInWords(*property) +
                                          ".");
         }
     }
@@ -101,6 +111,8 @@ std::optional<std::vector<std::string>> ToolArguments::texts(const std::string& 
     for (const JSON& item : *value) list.push_back(item.get<std::string>());
     return list;
 }
+
+const JSON* ToolArguments::value(const std::string& name) const { return given(name); }
 
 bool ToolArguments::flag(const std::string& name) const {
     const JSON* value = given(name);

@@ -21,13 +21,15 @@ namespace VarnholtQueryLib::MCP {
 //  - "Unknown argument '<name>'. Arguments: <names>." for a name the schema
 //    does not declare;
 //  - "Argument '<name>' must be a string." ("an integer", "true or false",
-//    "an array of strings") for a value of another type.
+//    "an array of strings", "an array of objects") for a value of another
+//    type.
 // A null value counts as not given.
 class ToolArguments {
 public:
     // REQUIRES: `inputSchema` is an object schema whose properties each have
-    // a "type" of "string", "integer", "boolean" or "array" (of strings); `arguments` is an object
-    // or null (no arguments). Throws the shape errors above, the first in
+    // a "type" of "string", "integer", "boolean" or "array" (of strings,
+    // or of objects when its "items" say so); `arguments` is an object or
+    // null (no arguments). Throws the shape errors above, the first in
     // order of argument names.
     ToolArguments(const JSON& arguments, const JSON& inputSchema);
 
@@ -39,6 +41,9 @@ public:
     std::optional<std::int64_t> integer(const std::string& name) const;
     // The texts given for `name`, in order, or absent.
     std::optional<std::vector<std::string>> texts(const std::string& name) const;
+    // The value given for `name` as it was given, or null when absent: for
+    // an array of objects, whose members the command builders check.
+    const JSON* value(const std::string& name) const;
     // The boolean given for `name`; false when absent.
     bool flag(const std::string& name) const;
 

@@ -155,6 +155,30 @@ JSON summaryInput() {
         {});
 }
 
+// Kept short: every tool's schema travels in each tools/list.
+JSON timesheetInput() {
+    const JSON category = object({{"name", text("Unique, at most 64 characters")},
+                                  {"rules", arrayOf(text(), "text:WORDS, app:NAME or entity:[KIND=]VALUE")}},
+                                 {"name", "rules"});
+    return object(
+        {
+            {"categories", arrayOf(category, "1 to 50, in order: a row goes to the first that matches")},
+            {"preset", summaryPresetArgument()},
+            {"since", sinceArgument()},
+            {"from", fromArgument()},
+            {"to", toArgument()},
+            {"week_start", oneOfTexts({"monday", "tuesday", "wednesday", "thursday", "friday", "saturday",
+                                       "sunday"},
+                                      "First day of this-week and last-week")},
+            {"idle", withDefault(text("Idle gap, 1m to 1h"), "5m")},
+            {"max_chars", withMinimum(withDefault(integer("Longest answer; spans, then suggestions, are "
+                                                          "dropped to fit"),
+                                                  kSummaryDefaultMaxChars),
+                                      1)},
+        },
+        {"categories"});
+}
+
 JSON noInput() { return object({}, {}); }
 
 std::vector<ToolDefinition> makeCatalog() {
@@ -180,6 +204,12 @@ std::vector<ToolDefinition> makeCatalog() {
          "application, entity and day, gaps) within max_chars; for how long the user spent on a "
          "topic, an application or an entity, pass match, app or entity.",
          summaryInput(), summaryOutputSchema()},
+        {"timesheet", "Timesheet",
+         "Puts each second of a period's active time into exactly one of the given categories (the first "
+         "whose rule matches), per day and adding up exactly, with spans as evidence; to refine, call "
+         "again with rules made from uncategorized.suggestions (applications as app:, entities as "
+         "entity:, terms as text:).",
+         timesheetInput(), timesheetOutputSchema()},
         {"status", "Recorder status",
          "Checks the screen recorder's health: database facts, capture and analysis counters, a "
          "diagnosis code with advice, and whether the analysis bridge has failed.",

@@ -4,6 +4,7 @@
 
 #include "cli/CLIError.h"
 #include "cli/CommandBuilders.h"
+#include "cli/TimesheetCommandBuilder.h"
 
 namespace VarnholtQueryLib::MCP {
 
@@ -67,6 +68,27 @@ Command summaryCommand(const ToolArguments& arguments) {
     return {summary.build()};
 }
 
+// The categories come as JSON, shaped as a categories file is; a shape
+// error is refused in the file's words, naming the argument.
+Command timesheetCommand(const ToolArguments& arguments) {
+    TimesheetCommandBuilder timesheet;
+    if (const auto preset = arguments.text("preset")) timesheet.preset(*preset);
+    if (const auto since = arguments.text("since")) timesheet.since(*since);
+    if (const auto from = arguments.text("from")) timesheet.from(*from);
+    if (const auto to = arguments.text("to")) timesheet.to(*to);
+    if (const auto weekStart = arguments.text("week_start")) timesheet.weekStart(*weekStart);
+    if (const auto idle = arguments.text("idle")) timesheet.idle(*idle);
+    if (const JSON* categories = arguments.value("categories")) {
+        try {
+            timesheet.categories(categoriesFromJSON(*categories, "Argument 'categories'"));
+        } catch (const InvalidCategories& invalid) {
+            throw CLIError::invalidTimeRange(invalid.what());
+        }
+    }
+    timesheet.maxChars(arguments.integer("max_chars").value_or(kSummaryDefaultMaxChars));
+    return {timesheet.build()};
+}
+
 }  // namespace
 
 Command commandForTool(const std::string& tool, const ToolArguments& arguments,
@@ -78,6 +100,7 @@ Command commandForTool(const std::string& tool, const ToolArguments& arguments,
                                 arguments.integer("limit"))};
     }
     if (tool == "summary") return summaryCommand(arguments);
+    if (tool == "timesheet") return timesheetCommand(arguments);
     if (tool == "status") return {Command::Status{true}};
     if (tool == "support_context") return {Command::SupportContext{}};
     throw std::logic_error("No command for tool " + tool);

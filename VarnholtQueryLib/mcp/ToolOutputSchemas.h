@@ -20,6 +20,7 @@ JSON timelineOutputSchema();
 JSON searchOutputSchema();
 JSON entitiesOutputSchema();
 JSON summaryOutputSchema();
+JSON timesheetOutputSchema();
 JSON statusOutputSchema();
 JSON supportContextOutputSchema();
 

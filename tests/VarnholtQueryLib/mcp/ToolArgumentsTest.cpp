@@ -16,7 +16,8 @@ namespace {
 const JSON kSchema = JSONSchema::object({{"name", JSONSchema::text()},
                                          {"count", JSONSchema::integer()},
                                          {"fast", JSONSchema::boolean()},
-                                         {"words", JSONSchema::arrayOf(JSONSchema::text())}},
+                                         {"words", JSONSchema::arrayOf(JSONSchema::text())},
+                                         {"parts", JSONSchema::arrayOf(JSONSchema::object({{"id", JSONSchema::text()}}, {}))}},
                                         {});
 
 ToolArguments arguments(const char* text) { return ToolArguments(JSON::parse(text), kSchema); }
@@ -57,7 +58,7 @@ TEST(ToolArgumentsTest, WholeNumbersInAnyNotation) {
 
 TEST(ToolArgumentsTest, UnknownNamesAreRefusedWithTheKnownOnes) {
     EXPECT_EQ(failure(R"({"query":"x"})"),
-              "UNKNOWN_ERROR: Unknown argument 'query'. Arguments: count, fast, name, words.");
+              "UNKNOWN_ERROR: Unknown argument 'query'. Arguments: count, fast, name, parts, words.");
     try {
         ToolArguments(JSON::parse(R"({"a":1})"), JSONSchema::object({}, {}));
         ADD_FAILURE() << "an argument for a tool that takes none was accepted";
@@ -88,4 +89,14 @@ TEST(ToolArgumentsTest, ArraysOfTextsInTheirOrder) {
 
 TEST(ToolArgumentsTest, TheFirstErrorByNameWins) {
     EXPECT_EQ(failure(R"({"zeta":1,"count":"x"})"), "UNKNOWN_ERROR: Argument 'count' must be an integer.");
+}
+
+TEST(ToolArgumentsTest, ArraysOfObjectsAreGivenAsTheyCame) {
+    const ToolArguments given = arguments(R"({"parts":[{"id":"a"},{"other":1}]})");
+    ASSERT_NE(given.value("parts"), nullptr);
+    EXPECT_EQ(given.value("parts")->dump(), R"([{"id":"a"},{"other":1}])");
+    EXPECT_EQ(arguments("{}").value("parts"), nullptr);
+    EXPECT_EQ(failure(R"({"parts":[{"id":"a"},"b"]})"), "UNKNOWN_ERROR: Argument 'parts' must be an array of objects.");
+    EXPECT_EQ(failure(R"({"parts":{"id":"a"}})"), "UNKNOWN_ERROR: Argument 'parts' must be an array of objects.");
+    EXPECT_EQ(failure(R"({"words":[{"id":"a"}]})"), "UNKNOWN_ERROR: Argument 'words' must be an array of strings.");
 }

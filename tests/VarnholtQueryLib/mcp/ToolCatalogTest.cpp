@@ -22,11 +22,12 @@ std::string argumentsOf(const std::string& tool) {
 
 }  // namespace
 
-TEST(ToolCatalogTest, SixToolsInOrder) {
+TEST(ToolCatalogTest, SevenToolsInOrder) {
     std::vector<std::string> names;
     for (const ToolDefinition& tool : toolCatalog()) names.push_back(tool.name);
     EXPECT_EQ(names,
-              (std::vector<std::string>{"timeline", "search", "entities", "summary", "status", "support_context"}));
+              (std::vector<std::string>{"timeline", "search", "entities", "summary", "timesheet", "status",
+                                        "support_context"}));
     EXPECT_EQ(findTool("search")->name, "search");
     EXPECT_EQ(findTool("today"), nullptr);
     EXPECT_EQ(findTool("support-context"), nullptr);
@@ -43,6 +44,9 @@ TEST(ToolCatalogTest, InputSchemasDeclareEveryArgument) {
     EXPECT_EQ(argumentsOf("summary"),
               "app:array entity:array from:string idle:string kind:string limit:integer match:array "
               "max_chars:integer only:array preset:string since:string to:string week_start:string required:[]");
+    EXPECT_EQ(argumentsOf("timesheet"),
+              "categories:array from:string idle:string max_chars:integer preset:string since:string to:string "
+              "week_start:string required:[\"categories\"]");
     EXPECT_EQ(argumentsOf("status"), "required:[]");
     EXPECT_EQ(argumentsOf("support_context"), "required:[]");
 }
@@ -97,6 +101,28 @@ TEST(ToolCatalogTest, TheTimelineSendsWholeDaysAndWeeksToSummary) {
     EXPECT_NE(findTool("summary")->description.find("max_chars"), std::string::npos);
 }
 
+// The first answer rarely places everything: the description says how the
+// second call places the rest.
+TEST(ToolCatalogTest, TheTimesheetSaysHowToRefineItsCategories) {
+    const ToolDefinition& timesheet = *findTool("timesheet");
+    EXPECT_NE(timesheet.description.find("uncategorized.suggestions"), std::string::npos);
+    const JSON& categories = timesheet.inputSchema["properties"]["categories"];
+    EXPECT_EQ(categories["items"]["type"], "object");
+    EXPECT_EQ(categories["items"]["required"], JSON::parse(R"(["name","rules"])"));
+    EXPECT_EQ(categories["items"]["properties"]["rules"]["items"]["type"], "string");
+    const JSON& properties = timesheet.inputSchema["properties"];
+    const JSON& summary = findTool("summary")->inputSchema["properties"];
+    EXPECT_EQ(properties["preset"], summary["preset"]);
+    EXPECT_EQ(properties["week_start"]["enum"], summary["week_start"]["enum"]);
+    EXPECT_EQ(properties["max_chars"]["default"], 24000);
+    // Short: every tool's schemas travel in each tools/list.
+    const JSON listed = listTools(ProtocolRevision::r2025_11_25);
+    for (const JSON& tool : listed) {
+        if (tool["name"] != "timesheet") continue;
+        EXPECT_LE(tool["description"].dump().size() + tool["inputSchema"].dump().size(), 2500u);
+    }
+}
+
 TEST(ToolCatalogTest, EachToolSaysWhatItAnswersInOneSentence) {
     for (const ToolDefinition& tool : toolCatalog()) {
         const std::string& description = tool.description;
@@ -122,7 +148,7 @@ TEST(ToolCatalogTest, ListingFollowsTheRevision) {
     EXPECT_EQ(keysOfFirst(ProtocolRevision::r2025_11_25),
               "annotations description inputSchema name outputSchema title ");
     const JSON tools = listTools(ProtocolRevision::r2025_11_25);
-    ASSERT_EQ(tools.size(), 6u);
+    ASSERT_EQ(tools.size(), 7u);
     for (const JSON& tool : tools) {
         EXPECT_EQ(tool["annotations"]["readOnlyHint"], true);
         EXPECT_EQ(tool["annotations"]["openWorldHint"], false);

@@ -6,6 +6,7 @@
 #include "cli/CommandParser.h"
 #include "mcp/ToolCatalog.h"
 #include "platform/LocalCalendar.h"
+#include "MemoryFileSystem.h"
 #include "ThrownCLIError.h"
 
 using namespace VarnholtQueryLib;
@@ -31,7 +32,7 @@ protected:
 
     Command fromCommandLine(std::vector<std::string> words) const {
         words.insert(words.begin(), "varnholt-query");
-        return parseCommand(CommandArguments::fromProcessArguments(words), calendar_, kNow);
+        return parseCommand(CommandArguments::fromProcessArguments(words), calendar_, kNow, files_);
     }
 
     std::string toolFailure(const std::string& tool, const char* arguments) const {
@@ -43,11 +44,15 @@ protected:
     }
 
     LocalCalendar calendar_{"Europe/Berlin", "de_DE"};
+    VarnholtTestSupport::MemoryFileSystem files_;
 };
 
 }  // namespace
 
 TEST_F(ToolCommandsTest, EachCallIsTheCommandOfItsCommandLine) {
+    // The file of a command line that names its categories in one.
+    files_.files["a.json"] = R"([{"name": "Billing", "rules": ["text:invoice exporter", "app:QuickBooks"]},
+                                 {"name": "A|B=C", "rules": ["entity:person=Jane"]}])";
     const std::vector<Equivalent> equivalents = {
         {"timeline", "{}", {"today"}},
         {"timeline", R"({"preset":"yesterday","limit":3,"compact":true})", {"yesterday", "--limit", "3", "--compact"}},
@@ -78,6 +83,13 @@ TEST_F(ToolCommandsTest, EachCallIsTheCommandOfItsCommandLine) {
           "programming_language=Swift", "--entity", "Go", "--week-start", "monday", "--only", "days,entities",
           "--max-chars", "24000"}},
         {"summary", R"({"match":[],"app":[],"entity":[]})", {"summary", "--max-chars", "24000"}},
+        {"timesheet", R"({"categories":[{"name":"Billing","rules":["text:invoice exporter","app:QuickBooks"]},
+                                         {"name":"A|B=C","rules":["entity:person=Jane"]}],
+                         "preset":"this-week","week_start":"monday","idle":"10m","max_chars":5000})",
+         {"timesheet", "this-week", "--categories", "a.json", "--week-start", "monday", "--idle", "10m",
+          "--max-chars", "5000"}},
+        {"timesheet", R"({"categories":[{"name":"Coding","rules":["app:Xcode"]}],"since":"3d"})",
+         {"timesheet", "--since", "3d", "--category", "Coding=app:Xcode", "--max-chars", "24000"}},
         {"status", "{}", {"status", "--json"}},
         {"support_context", "{}", {"support-context"}},
     };
@@ -127,6 +139,23 @@ TEST_F(ToolCommandsTest, ASummaryRefusesWhatTheCommandLineRefusesInItsWords) {
     EXPECT_EQ(toolFailure("summary", R"({"only":["days","hours"]})"),
               commandLineFailure({"summary", "--only", "days,hours"}));
     EXPECT_EQ(toolFailure("summary", R"({"only":[]})"), commandLineFailure({"summary", "--only", ""}));
+}
+
+TEST_F(ToolCommandsTest, ATimesheetRefusesWhatTheCommandLineRefusesInItsWords) {
+    EXPECT_EQ(toolFailure("timesheet", "{}"), commandLineFailure({"timesheet"}));
+    EXPECT_EQ(toolFailure("timesheet", R"({"categories":[]})"), commandLineFailure({"timesheet"}));
+    EXPECT_EQ(toolFailure("timesheet", R"({"categories":[{"name":"A","rules":["nope"]}]})"),
+              commandLineFailure({"timesheet", "--category", "A=nope"}));
+    EXPECT_EQ(toolFailure("timesheet", R"({"categories":[{"name":"A","rules":["app:X"]},{"name":"A","rules":["app:Y"]}]})"),
+              commandLineFailure({"timesheet", "--category", "A=app:X", "--category", "A=app:Y"}));
+    EXPECT_EQ(toolFailure("timesheet", R"({"categories":[{"name":"A","rules":["app:X"]}],"idle":"2h"})"),
+              commandLineFailure({"timesheet", "--category", "A=app:X", "--idle", "2h"}));
+    // The categories' shape is the categories file's, in its words.
+    EXPECT_EQ(toolFailure("timesheet", R"({"categories":[{"name":"A"}]})"),
+              "INVALID_TIME_RANGE: Argument 'categories' must be an array of {\"name\": TEXT, \"rules\": [TEXT, "
+              "...]} objects: [0].rules is not an array.");
+    EXPECT_EQ(toolFailure("timesheet", R"({"categories":["A=app:X"]})"),
+              "UNKNOWN_ERROR: Argument 'categories' must be an array of objects.");
 }
 
 TEST_F(ToolCommandsTest, ATimelineAskedTwoWaysIsRefused) {

@@ -7,9 +7,11 @@
 #include "platform/LocalCalendar.h"
 #include "search/SearchResponse.h"
 #include "status/StatusResponse.h"
+#include "summary/SummaryBudget.h"
 #include "summary/SummaryResponse.h"
 #include "support_context/SupportContextResponse.h"
 #include "timeline/RecentResponse.h"
+#include "timesheet/TimesheetResponse.h"
 
 using namespace VarnholtQueryLib;
 using namespace VarnholtQueryLib::MCP;
@@ -166,6 +168,36 @@ TEST_F(ToolOutputSchemasTest, SummaryDocumentsConform) {
     EXPECT_EQ(violations(makeSummaryResponse(selected, narrowed, calendar_, kNow), summaryOutputSchema()), "");
 }
 
+TEST_F(ToolOutputSchemasTest, TimesheetDocumentsConform) {
+    TimesheetFindings findings;
+    TimesheetAccount& account = findings.account;
+    account.activeSeconds = 900.5;
+    account.observationCount = 4;
+    account.days = {{"2026-03-31", 0}, {"2026-04-01", 900.5}};
+    const TimesheetSpan span{kNow - 900, kNow - 300, 600, 2, "Editing"};
+    account.categories = {{600, 2, {0, 600}, {span}}, {0, 0, {0, 0}, {}}};
+    account.uncategorized = {300.5, 2, {0, 300.5}, {{kNow - 300, kNow, 300.5, 2, "Reading"}}};
+    account.suggestions.applications = {{"Safari", 300.5, 2}};
+    account.suggestions.entities = {{"app", "Safari", 300.5, 2, kNow - 300, kNow - 1}};
+    account.suggestions.terms = {{"reading", 300.5}, {"reading mail", 10}};
+    findings.coverage = {{5, 3, 1, 1}, {{kNow - 7200, kNow - 900}}, std::nullopt};
+    TimesheetEcho echo;
+    echo.range = {kNow - 86400, kNow, "recent"};
+    echo.categories = {{"Coding", {"app:Xcode"}}, {"Design", {"app:Figma", "text:mockup"}}};
+    const JSON full = makeTimesheetResponse(findings, echo, calendar_, kNow);
+    EXPECT_EQ(violations(full, timesheetOutputSchema()), "");
+    echo.weekStart = "monday";
+    echo.maxChars = printedCharacters(full) - 10;
+    const JSON budgeted = makeTimesheetResponse(findings, echo, calendar_, kNow);
+    ASSERT_EQ(budgeted["meta"]["truncated"], true);
+    EXPECT_EQ(violations(budgeted, timesheetOutputSchema()), "");
+    TimesheetFindings empty;
+    empty.account.categories = {{0, 0, {}, {}}, {0, 0, {}, {}}};
+    empty.coverage.verdict = "No frames were captured in this range: the recorder was not capturing the screen.";
+    echo.maxChars.reset();
+    EXPECT_EQ(violations(makeTimesheetResponse(empty, echo, calendar_, kNow), timesheetOutputSchema()), "");
+}
+
 TEST_F(ToolOutputSchemasTest, StatusAndSupportContextDocumentsConform) {
     const SupportContextSnapshot context{kNow, 7200, {{kNow - 10, "Writing", {"Pages"}}}};
     for (const bool withMetrics : {false, true}) {
@@ -182,7 +214,8 @@ TEST_F(ToolOutputSchemasTest, StatusAndSupportContextDocumentsConform) {
 TEST_F(ToolOutputSchemasTest, ErrorEnvelopesConformToEverySchema) {
     const JSON failure = makeErrorEnvelope("DB_NOT_FOUND", "Database not found at /x", kNow);
     for (const JSON& schema : {timelineOutputSchema(), searchOutputSchema(), entitiesOutputSchema(),
-                               summaryOutputSchema(), statusOutputSchema(), supportContextOutputSchema()}) {
+                               summaryOutputSchema(), timesheetOutputSchema(), statusOutputSchema(),
+                               supportContextOutputSchema()}) {
         EXPECT_EQ(violations(failure, schema), "");
     }
     EXPECT_NE(violations(makeErrorEnvelope("NO_SUCH_CODE", "x", kNow), statusOutputSchema()), "");
@@ -192,7 +225,7 @@ TEST_F(ToolOutputSchemasTest, ADocumentConformsOnlyToItsOwnToolsSchema) {
     const JSON entities = makeEntitiesResponse({}, EntityQueryParams{}, calendar_, kNow);
     EXPECT_EQ(violations(entities, entitiesOutputSchema()), "");
     for (const JSON& schema : {timelineOutputSchema(), searchOutputSchema(), summaryOutputSchema(),
-                               statusOutputSchema(), supportContextOutputSchema()}) {
+                               timesheetOutputSchema(), statusOutputSchema(), supportContextOutputSchema()}) {
         EXPECT_NE(violations(entities, schema), "");
     }
     JSON grown = entities;
