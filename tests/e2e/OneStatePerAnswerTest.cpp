@@ -8,7 +8,12 @@
 //  - every step moves the newest observation, with its frame, between today
 //    and tomorrow, so the day last-active-day names holds that observation,
 //    and a summary of the last two days counts it on even steps only, beside
-//    as many pending frames as the step's number and highlights naming it.
+//    as many pending frames as the step's number and highlights naming it;
+//  - every step says in the staying observation's description whether its
+//    number is even or odd, so a timesheet of the last two days whose
+//    categories look for those words (through the full-text index, another
+//    statement again) puts that observation in the category of the step its
+//    coverage counts, and its categories add up to the rows it counts.
 // An answer that mixed two states breaks one of them.
 
 #include <sqlite3.h>
@@ -50,7 +55,8 @@ UPDATE frames SET timestamp = CASE WHEN :step % 2 = 0 THEN 1775044800.0 ELSE 177
   WHERE id = 'F-WANDER';
 UPDATE observations SET timestamp = (SELECT timestamp FROM frames WHERE id = 'F-WANDER'),
   vlm_description = 'Step ' || :step || ': moving on' WHERE id = 'O-WANDER';
-UPDATE observations SET vlm_description = 'Step ' || :step || ': staying' WHERE id = 'O-ANCHOR';
+UPDATE observations SET vlm_description = 'Step ' || :step || ': staying '
+  || CASE WHEN :step % 2 = 0 THEN 'evenly' ELSE 'oddly' END WHERE id = 'O-ANCHOR';
 )SQL";
 
 // How long the tool answers beside the writer: long enough for hundreds of
@@ -110,6 +116,44 @@ std::string summaryMismatch(const json& document) {
     return "";
 }
 
+// What breaks the invariant in a timesheet of the last two days whose
+// categories are Even (text:evenly) and Odd (text:oddly): its coverage, its
+// rows, its text rules' look-ups and its spans come from four kinds of
+// statement.
+std::string timesheetMismatch(const json& document) {
+    if (document["ok"] != true) return "failed: " + document.dump();
+    const json& data = document["data"];
+    const long long pending = data["coverage"]["pending_frames"].get<long long>();
+    const bool even = pending % 2 == 0;
+    const long long rows = data["observation_count"].get<long long>();
+    const long long evenRows = data["categories"][0]["observation_count"].get<long long>();
+    const long long oddRows = data["categories"][1]["observation_count"].get<long long>();
+    const long long otherRows = data["uncategorized"]["observation_count"].get<long long>();
+    const std::string counts = "pending " + std::to_string(pending) + " beside " + std::to_string(rows) + " rows, " +
+                               std::to_string(evenRows) + " even, " + std::to_string(oddRows) + " odd, " +
+                               std::to_string(otherRows) + " other";
+    if (rows != (even ? 2 : 1) || evenRows != (even ? 1 : 0) || oddRows != (even ? 0 : 1) ||
+        evenRows + oddRows + otherRows != data["coverage"]["observations"].get<long long>()) {
+        return counts;
+    }
+    const long long seconds = data["categories"][0]["seconds"].get<long long>() +
+                              data["categories"][1]["seconds"].get<long long>() +
+                              data["uncategorized"]["seconds"].get<long long>();
+    if (seconds != data["active_seconds"].get<long long>()) return counts + ", seconds that do not add up";
+    const std::string step = "Step " + std::to_string(pending) + ":";
+    for (const json& part : {data["categories"][0], data["categories"][1], data["uncategorized"]}) {
+        for (const json& span : part["spans"]) {
+            if (span["description"].get<std::string>().rfind(step, 0) != 0) {
+                return "pending " + std::to_string(pending) + " beside " + span.dump();
+            }
+        }
+    }
+    return "";
+}
+
+const json kTimesheetCategories = json::parse(R"([{"name": "Even", "rules": ["text:evenly"]},
+                                                  {"name": "Odd", "rules": ["text:oddly"]}])");
+
 // The writer's committed steps, one pending frame each.
 long long committedSteps(const std::string& path) {
     sqlite3* handle = nullptr;
@@ -156,6 +200,9 @@ TEST(OneStatePerAnswerTest, AnswersBesideAWriterEachReadOneCommittedState) {
                       server.call("timeline", {{"preset", "last-active-day"}})["structuredContent"]),
                   "timeline last-active-day");
             check(summaryMismatch(server.call("summary", {{"since", "2d"}})["structuredContent"]), "summary");
+            check(timesheetMismatch(server.call("timesheet", {{"since", "2d"}, {"categories", kTimesheetCategories}})
+                                        ["structuredContent"]),
+                  "timesheet");
         }
     }
     for (int run = 0; run < 10; ++run) {
@@ -165,6 +212,11 @@ TEST(OneStatePerAnswerTest, AnswersBesideAWriterEachReadOneCommittedState) {
               "last-active-day");
         check(summaryMismatch(json::parse(home.run({"summary", "--since", "2d"}, frozen()).standardOutput)),
               "summary --since 2d");
+        check(timesheetMismatch(json::parse(home.run({"timesheet", "--since", "2d", "--category", "Even=text:evenly",
+                                                      "--category", "Odd=text:oddly"},
+                                                     frozen())
+                                                .standardOutput)),
+              "timesheet --since 2d");
     }
     writer.kill();
 
