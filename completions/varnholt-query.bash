@@ -11,8 +11,8 @@ _varnholt_query() {
     prev=""
     ((COMP_CWORD > 0)) && prev="${COMP_WORDS[COMP_CWORD - 1]}"
 
-    local commands="today yesterday this-week last-active-day recent range search entities summary support-context status top help version"
-    local value_flags=" --limit --since --from --to --app --kind "
+    local commands="today yesterday this-week last-active-day recent range search entities summary timesheet support-context status top help version"
+    local value_flags=" --limit --since --from --to --app --kind --category --categories --format --week-start "
 
     case "$prev" in
         --since)
@@ -27,7 +27,19 @@ _varnholt_query() {
             COMPREPLY=($(compgen -W "1m 2m 5m 10m 15m 30m 1h" -- "$cur"))
             return 0
             ;;
-        --limit | --from | --to | --app | --max-chars)
+        --week-start)
+            COMPREPLY=($(compgen -W "monday tuesday wednesday thursday friday saturday sunday" -- "$cur"))
+            return 0
+            ;;
+        --format)
+            COMPREPLY=($(compgen -W "json csv" -- "$cur"))
+            return 0
+            ;;
+        --categories)
+            COMPREPLY=($(compgen -f -- "$cur"))
+            return 0
+            ;;
+        --limit | --from | --to | --app | --max-chars | --category)
             return 0
             ;;
     esac
@@ -50,8 +62,8 @@ _varnholt_query() {
         return 0
     fi
 
-    # summary's one positional word is its period.
-    if [[ "$command" == summary && "$cur" != -* ]]; then
+    # summary's and timesheet's one positional word is the period.
+    if [[ ("$command" == summary || "$command" == timesheet) && "$cur" != -* ]]; then
         COMPREPLY=($(compgen -W "today yesterday this-week last-active-day" -- "$cur"))
         return 0
     fi
@@ -66,6 +78,8 @@ _varnholt_query() {
         entities) flags="--since --kind --limit --json" ;;
         # summary refuses flags it does not know.
         summary) flags="--since --from --to --idle --kind --limit --max-chars --json" ;;
+        # timesheet too.
+        timesheet) flags="--category --categories --since --from --to --week-start --idle --max-chars --format --json" ;;
         status | support-context | top) flags="--json" ;;
         *) flags="" ;;
     esac

@@ -70,8 +70,8 @@ command_list="$("$query" --help --json)"
 
 for shell in "${shells[@]}"; do
   expect "$shell" "varnholt-query " \
-    "entities help last-active-day range recent search status summary support-context this-week today top version yesterday"
-  expect "$shell" "varnholt-query t" "this-week today top"
+    "entities help last-active-day range recent search status summary support-context this-week timesheet today top version yesterday"
+  expect "$shell" "varnholt-query t" "this-week timesheet today top"
   expect "$shell" "varnholt-query --limit 5 la" "last-active-day"
   expect "$shell" "varnholt-query --" "--compact --full --help --json --limit --version"
   expect "$shell" "varnholt-query today --" "--compact --full --help --json --limit --version"
@@ -88,6 +88,13 @@ for shell in "${shells[@]}"; do
     "--from --help --idle --json --kind --limit --max-chars --since --to --version"
   expect "$shell" "varnholt-query summary " "last-active-day this-week today yesterday"
   expect "$shell" "varnholt-query summary --idle " "10m 15m 1h 1m 2m 30m 5m"
+  expect "$shell" "varnholt-query timesheet --" \
+    "--categories --category --format --from --help --idle --json --max-chars --since --to --version --week-start"
+  expect "$shell" "varnholt-query timesheet last-week --category A=app:X --" \
+    "--categories --category --format --from --help --idle --json --max-chars --since --to --version --week-start"
+  expect "$shell" "varnholt-query timesheet " "last-active-day this-week today yesterday"
+  expect "$shell" "varnholt-query timesheet --format " "csv json"
+  expect "$shell" "varnholt-query timesheet --week-start t" "thursday tuesday"
   expect "$shell" "varnholt-query recent --since " "1d 1h 1w 2d 2h 30m 4h"
   expect "$shell" "varnholt-query entities --kind " \
     "app company framework person programming_language project software_tool website"
