@@ -45,6 +45,23 @@ TEST(IndexedSummaryStatementsTest, EachPartWalksItsIndexInTimeOrder) {
     }
 }
 
+// A timesheet reads every row's description with the row: the same parts,
+// walked the same way, with one more column.
+TEST(IndexedSummaryStatementsTest, WithDescriptionsThePartsAreTheSameWithOneMoreColumn) {
+    QueryPlanDatabases databases;
+    const std::vector<std::string> parts = indexedActivityStatements();
+    const std::vector<std::string> described = indexedActivityStatements(true);
+    ASSERT_EQ(described.size(), parts.size());
+    for (std::size_t i = 0; i < parts.size(); ++i) {
+        std::string without = described[i];
+        const std::string column = ", o.vlm_description";
+        ASSERT_NE(without.find(column), std::string::npos);
+        without.erase(without.find(column), column.size());
+        EXPECT_EQ(without, parts[i]);
+        EXPECT_EQ(databases.planOnRecorderSchema(described[i]), databases.planOnRecorderSchema(parts[i]));
+    }
+}
+
 TEST(IndexedSummaryStatementsTest, TheSelfDatedPartsAreThoseOfNoSeparateRecording) {
     const std::vector<std::string> parts = indexedActivityStatements();
     EXPECT_NE(parts[0].find("(o.recording_id IS NULL OR o.recording_id = '')"), std::string::npos);

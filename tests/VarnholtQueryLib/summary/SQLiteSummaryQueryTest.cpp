@@ -171,6 +171,19 @@ TEST_P(SQLiteSummaryQueryTest, LiteralRowsCarryTheirDescriptionIndexedRowsTheirR
     }
 }
 
+TEST_P(SQLiteSummaryQueryTest, EveryRowCarriesItsDescriptionWhenAskedFor) {
+    RecordingSink sink;
+    scan(kT, kT + 3600, sink, {true, true});
+    ASSERT_EQ(sink.rows.size(), 6u);
+    for (const ActivityRow& row : sink.rows) {
+        ASSERT_TRUE(row.description.has_value()) << row.id;
+        SQLiteReadConnection connection(path());
+        SQLiteSummaryQuery query(connection, {});
+        EXPECT_EQ(*row.description, query.descriptionOf(*row.rowid)) << row.id;
+    }
+    EXPECT_EQ(sink.rows.front().description, "Editing the parser");
+}
+
 TEST_P(SQLiteSummaryQueryTest, CountsTheFramesOfTheRangeByAnalysisState) {
     SQLiteReadConnection connection(path());
     SQLiteSummaryQuery query(connection, VarnholtTestSupport::indexesFor(GetParam(), connection.handle()));
