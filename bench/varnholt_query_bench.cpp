@@ -139,6 +139,27 @@ void forgetOwnPeakResidentSize() {
     std::ofstream("/proc/self/clear_refs") << "5";
 }
 
+// Six timesheet categories of two rules each, text, application and entity
+// rules mixed, as a person would write them for the generated projects.
+std::vector<std::string> timesheetCategories() {
+    return {"--category", "Billing=text:billing service|entity:programming_language=TypeScript",
+            "--category", "iOS=app:Xcode|text:\"iOS app\"",
+            "--category", "Meetings=app:Zoom|text:video call",
+            "--category", "Review=text:pull request|app:Safari",
+            "--category", "Web=entity:framework=React|app:Cursor",
+            "--category", "Operations=text:kubernetes|entity:app=Slack"};
+}
+
+// `timesheet` and its period before the categories.
+BenchCase timesheetCase(std::vector<std::string> period) {
+    std::vector<std::string> arguments = {"timesheet"};
+    arguments.insert(arguments.end(), period.begin(), period.end());
+    std::string label = "timesheet";
+    for (const std::string& word : period) label += " " + word;
+    for (const std::string& word : timesheetCategories()) arguments.push_back(word);
+    return {arguments, label + " <6 categories of 2 rules>"};
+}
+
 std::vector<BenchCase> benchCases(const std::string& database) {
     const std::string words2000 = pastedWords(database, 2000, false);
     const std::string words10000 = pastedWords(database, 10000, false);
@@ -167,6 +188,10 @@ std::vector<BenchCase> benchCases(const std::string& database) {
         {{"summary", "this-week", "--max-chars", "24000"}},
         {{"summary", "--since", "30d"}},
         {{"summary", "--from", "2025-04-02", "--to", "2026-04-01"}},
+        timesheetCase({"this-week"}),
+        timesheetCase({"this-week", "--max-chars", "24000"}),
+        // Last month, as the clock's zone (UTC) has it.
+        timesheetCase({"--from", "2026-03-01", "--to", "2026-03-31"}),
         {{"status", "--json"}},
         {{"support-context"}},
         {{"search", words2000}, "search <2,000 pasted words>"},
