@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "cli/CommandArguments.h"
-#include "cli/TimePresets.h"
+#include "period/TimePresets.h"
 #include "platform/LocalCalendar.h"
 #include "summary/SummarySections.h"
 

@@ -4,7 +4,7 @@
 #include <map>
 #include <stdexcept>
 
-#include "search/DeduplicationService.h"
+#include "redaction/DeduplicationService.h"
 
 namespace VarnholtQueryLib {
 

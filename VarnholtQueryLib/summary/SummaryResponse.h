@@ -6,10 +6,10 @@
 #include <vector>
 
 #include "output/JSONWriter.h"
+#include "period/TimeRange.h"
 #include "summary/SummaryDetail.h"
 #include "summary/SummarySections.h"
 #include "summary/SummaryUseCase.h"
-#include "timeline/TimeRange.h"
 
 namespace VarnholtQueryLib {
 

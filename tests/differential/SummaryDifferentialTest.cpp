@@ -37,7 +37,7 @@
 #include "StatementLog.h"
 #include "TemporaryDirectory.h"
 #include "platform/LocalCalendar.h"
-#include "search/DeduplicationService.h"
+#include "redaction/DeduplicationService.h"
 #include "selection/FullTextTokenizer.h"
 #include "selection/SQLiteFullTextMatch.h"
 #include "summary/SQLiteSummaryQuery.h"
