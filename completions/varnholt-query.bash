@@ -12,7 +12,7 @@ _varnholt_query() {
     ((COMP_CWORD > 0)) && prev="${COMP_WORDS[COMP_CWORD - 1]}"
 
     local commands="today yesterday this-week last-active-day recent range search entities summary support-context status top help version"
-    local value_flags=" --limit --since --from --to --app --kind "
+    local value_flags=" --limit --since --from --to --app --kind --match --entity --week-start --only "
 
     case "$prev" in
         --since)
@@ -27,7 +27,15 @@ _varnholt_query() {
             COMPREPLY=($(compgen -W "1m 2m 5m 10m 15m 30m 1h" -- "$cur"))
             return 0
             ;;
-        --limit | --from | --to | --app | --max-chars)
+        --week-start)
+            COMPREPLY=($(compgen -W "monday tuesday wednesday thursday friday saturday sunday" -- "$cur"))
+            return 0
+            ;;
+        --only)
+            COMPREPLY=($(compgen -W "sessions applications entities days coverage" -- "$cur"))
+            return 0
+            ;;
+        --limit | --from | --to | --app | --max-chars | --match | --entity)
             return 0
             ;;
     esac
@@ -52,7 +60,7 @@ _varnholt_query() {
 
     # summary's one positional word is its period.
     if [[ "$command" == summary && "$cur" != -* ]]; then
-        COMPREPLY=($(compgen -W "today yesterday this-week last-active-day" -- "$cur"))
+        COMPREPLY=($(compgen -W "today yesterday this-week last-week this-month last-month last-active-day" -- "$cur"))
         return 0
     fi
 
@@ -65,7 +73,7 @@ _varnholt_query() {
         search) flags="--app --since --from --to --latest --limit --compact --full --images --collapse" ;;
         entities) flags="--since --kind --limit --json" ;;
         # summary refuses flags it does not know.
-        summary) flags="--since --from --to --idle --kind --limit --max-chars --json" ;;
+        summary) flags="--since --from --to --week-start --match --app --entity --only --idle --kind --limit --max-chars --json" ;;
         status | support-context | top) flags="--json" ;;
         *) flags="" ;;
     esac
