@@ -19,10 +19,10 @@ std::string inTimeOrder(const std::string& part) { return part + "\n    ORDER BY
 
 }  // namespace
 
-std::vector<std::string> indexedActivityStatements() {
+std::vector<std::string> indexedActivityStatements(bool withEntities) {
     WindowSelect eligible;
     eligible.columns = std::string("{time} AS t, o.rowid AS rid, o.id, o.apps,\n           ") +
-                       kObservationEntitiesJSON + " AS entities_json";
+                       (withEntities ? kObservationEntitiesJSON : "'[]'") + " AS entities_json";
     eligible.bounds = {true, true};
     // A summary's window holds days or weeks of frames.
     eligible.framedCandidates = FramedCandidates::frameAtOwnTime;

@@ -153,7 +153,7 @@ const std::vector<std::string>& SQLiteSummaryQuery::applicationsOf(const std::op
 void SQLiteSummaryQuery::scanActivity(double from, double to, const ActivityNeeds& needs, ActivityRowSink& sink) {
     withLiteralFallback(
         [&]() -> std::optional<bool> {
-            if (!scanIndexed(from, to, sink)) return std::nullopt;
+            if (!scanIndexed(from, to, needs, sink)) return std::nullopt;
             return true;
         },
         [&] {
@@ -184,13 +184,13 @@ void SQLiteSummaryQuery::scanLiteral(double from, double to, const ActivityNeeds
     });
 }
 
-bool SQLiteSummaryQuery::scanIndexed(double from, double to, ActivityRowSink& sink) {
+bool SQLiteSummaryQuery::scanIndexed(double from, double to, const ActivityNeeds& needs, ActivityRowSink& sink) {
     if (!servesIndexedActivity(indexes_)) return false;
     sqlite3* handle = connection_.handle();
     readScatteredPages(handle);
 
     PreparedParts statements;
-    for (const std::string& part : indexedActivityStatements()) {
+    for (const std::string& part : indexedActivityStatements(needs.entities)) {
         sqlite3_stmt* statement = prepareOrNull(handle, part);
         if (statement == nullptr) return false;
         statements.held.push_back(statement);

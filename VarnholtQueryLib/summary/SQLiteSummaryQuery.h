@@ -52,7 +52,7 @@ public:
     // Rows of the literal statement carry their description and, as their
     // sequence, their place in its answer (and their rowid when asked for);
     // rows of the index-driven statements carry their rowid, as sequence and
-    // as rowid, and no description.
+    // as rowid, no description, and entities only when `needs` asks for them.
     void scanActivity(double from, double to, const ActivityNeeds& needs, ActivityRowSink& sink) override;
     FrameCounts countFrames(double from, double to) override;
     void scanFrameTimes(double from, double to, const std::function<void(double)>& visit) override;
@@ -62,7 +62,7 @@ public:
 private:
     void scanLiteral(double from, double to, const ActivityNeeds& needs, ActivityRowSink& sink);
     // False when the catalogue lacks an index or SQLite refuses a statement.
-    bool scanIndexed(double from, double to, ActivityRowSink& sink);
+    bool scanIndexed(double from, double to, const ActivityNeeds& needs, ActivityRowSink& sink);
     FrameCounts countLiteral(double from, double to);
     std::optional<FrameCounts> countIndexed(double from, double to);
     // The apps column decoded as the timeline decodes it; the same texts

@@ -38,10 +38,11 @@ protected:
     DescriptionSource& operator=(const DescriptionSource&) = delete;
 };
 
-// What the rows of a scan must carry beyond their time, id, sequence,
-// applications and entities.
+// What the rows of a scan must carry beyond their time, id, sequence and
+// applications.
 struct ActivityNeeds {
-    bool rowids = false;  // ActivityRow::rowid, for text rules
+    bool rowids = false;    // ActivityRow::rowid, for text rules
+    bool entities = true;   // ActivityRow::entities; without, a source may leave them out
 
     bool operator==(const ActivityNeeds&) const = default;
 };
@@ -56,7 +57,8 @@ public:
     // time in the range; all of them, however many. They reach `sink` in
     // non-decreasing effective time; rows of equal time in any order. The
     // sink is restarted before the first row, and again if the scan has to
-    // start over. The rows carry their rowid when `needs` asks for it.
+    // start over. The rows carry their rowid when `needs` asks for it, and
+    // may come without entities when it does not ask for those.
     virtual void scanActivity(double from, double to, const ActivityNeeds& needs, ActivityRowSink& sink) = 0;
 
     // The frames whose time lies in [from, to], by analysis state.

@@ -45,6 +45,21 @@ TEST(IndexedSummaryStatementsTest, EachPartWalksItsIndexInTimeOrder) {
     }
 }
 
+TEST(IndexedSummaryStatementsTest, WithoutEntitiesNoEntityIsRead) {
+    QueryPlanDatabases databases;
+    const std::vector<std::string> parts = indexedActivityStatements(false);
+    ASSERT_EQ(parts.size(), 3u);
+    const std::vector<std::string> frameDated(kFrameDatedPlan.begin(), kFrameDatedPlan.begin() + 2);
+    EXPECT_EQ(databases.planOnRecorderSchema(parts[0]), frameDated);
+    EXPECT_EQ(databases.planOnRecorderSchema(parts[1]),
+              (std::vector<std::string>{kSelfDatedPlan[0], "CORRELATED SCALAR SUBQUERY 1", kSelfDatedPlan[2],
+                                        kSelfDatedPlan[3]}));
+    for (const std::string& part : parts) {
+        EXPECT_EQ(part.find("observation_entities"), std::string::npos);
+        EXPECT_NE(part.find("'[]' AS entities_json"), std::string::npos);
+    }
+}
+
 TEST(IndexedSummaryStatementsTest, TheSelfDatedPartsAreThoseOfNoSeparateRecording) {
     const std::vector<std::string> parts = indexedActivityStatements();
     EXPECT_NE(parts[0].find("(o.recording_id IS NULL OR o.recording_id = '')"), std::string::npos);
