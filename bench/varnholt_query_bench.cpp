@@ -188,10 +188,16 @@ std::vector<BenchCase> benchCases(const std::string& database) {
         {{"summary", "this-week", "--max-chars", "24000"}},
         {{"summary", "--since", "30d"}},
         {{"summary", "--from", "2025-04-02", "--to", "2026-04-01"}},
+        // The time of a topic, of an application, and the days alone.
+        {{"summary", "this-week", "--match", "invoice exporter"}},
+        {{"summary", "this-week", "--match", "type error"}},
+        {{"summary", "--since", "30d", "--app", "Xcode"}},
+        {{"summary", "--since", "30d", "--entity", "programming_language=swift"}},
+        {{"summary", "last-month", "--only", "days"}},
+        {{"summary", "last-month", "--match", "invoice exporter", "--only", "days"}},
         timesheetCase({"this-week"}),
         timesheetCase({"this-week", "--max-chars", "24000"}),
-        // Last month, as the clock's zone (UTC) has it.
-        timesheetCase({"--from", "2026-03-01", "--to", "2026-03-31"}),
+        timesheetCase({"last-month"}),
         {{"status", "--json"}},
         {{"support-context"}},
         {{"search", words2000}, "search <2,000 pasted words>"},

@@ -12,7 +12,7 @@ _varnholt_query() {
     ((COMP_CWORD > 0)) && prev="${COMP_WORDS[COMP_CWORD - 1]}"
 
     local commands="today yesterday this-week last-active-day recent range search entities summary timesheet support-context status top help version"
-    local value_flags=" --limit --since --from --to --app --kind --category --categories --format --week-start "
+    local value_flags=" --limit --since --from --to --app --kind --match --entity --week-start --only --category --categories --format "
 
     case "$prev" in
         --since)
@@ -39,7 +39,11 @@ _varnholt_query() {
             COMPREPLY=($(compgen -f -- "$cur"))
             return 0
             ;;
-        --limit | --from | --to | --app | --max-chars | --category)
+        --only)
+            COMPREPLY=($(compgen -W "sessions applications entities days coverage" -- "$cur"))
+            return 0
+            ;;
+        --limit | --from | --to | --app | --max-chars | --match | --entity | --category)
             return 0
             ;;
     esac
@@ -64,7 +68,7 @@ _varnholt_query() {
 
     # summary's and timesheet's one positional word is the period.
     if [[ ("$command" == summary || "$command" == timesheet) && "$cur" != -* ]]; then
-        COMPREPLY=($(compgen -W "today yesterday this-week last-active-day" -- "$cur"))
+        COMPREPLY=($(compgen -W "today yesterday this-week last-week this-month last-month last-active-day" -- "$cur"))
         return 0
     fi
 
@@ -77,7 +81,7 @@ _varnholt_query() {
         search) flags="--app --since --from --to --latest --limit --compact --full --images --collapse" ;;
         entities) flags="--since --kind --limit --json" ;;
         # summary refuses flags it does not know.
-        summary) flags="--since --from --to --idle --kind --limit --max-chars --json" ;;
+        summary) flags="--since --from --to --week-start --match --app --entity --only --idle --kind --limit --max-chars --json" ;;
         # timesheet too.
         timesheet) flags="--category --categories --since --from --to --week-start --idle --max-chars --format --json" ;;
         status | support-context | top) flags="--json" ;;

@@ -36,6 +36,10 @@ bool isTimelinePreset(const std::string& word) {
            word == "last-active-day";
 }
 
+bool isSummaryPreset(const std::string& word) {
+    return isTimelinePreset(word) || word == "last-week" || word == "this-month" || word == "last-month";
+}
+
 CLIError unknownPresetError(const std::string& preset) {
     return CLIError::invalidTimeRange("Unknown preset '" + preset + "'.");
 }
@@ -76,7 +80,7 @@ Command::Entities entitiesCommand(const std::optional<std::string>& since,
 }
 
 void SummaryCommandBuilder::preset(const std::string& word) {
-    if (!isTimelinePreset(word)) throw unknownPresetError(word);
+    if (!isSummaryPreset(word)) throw unknownPresetError(word);
     summary_.preset = word;
 }
 

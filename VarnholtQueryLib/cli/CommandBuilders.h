@@ -24,6 +24,9 @@ class LocalCalendar;
 // True for the four named timeline presets: "today", "yesterday",
 // "this-week" and "last-active-day".
 bool isTimelinePreset(const std::string& word);
+// True for the timeline presets and the whole weeks and months a summary
+// also names: "last-week", "this-month" and "last-month".
+bool isSummaryPreset(const std::string& word);
 // "Unknown preset '<preset>'." (invalidTimeRange).
 CLIError unknownPresetError(const std::string& preset);
 
@@ -61,7 +64,7 @@ public:
     static constexpr double kLongestIdle = 3600;
     static constexpr std::int64_t kLongestList = 100;
 
-    // A named period. Throws unknownPresetError unless isTimelinePreset.
+    // A named period. Throws unknownPresetError unless isSummaryPreset.
     void preset(const std::string& word);
     // The last `duration` (checked when the command runs).
     void since(const std::string& duration) { since_ = duration; }

@@ -103,9 +103,10 @@ Command parseSummary(const std::vector<std::string>& args) {
             if (presetGiven) {
                 throw CLIError::invalidTimeRange(
                     "Unexpected argument '" + argument +
-                    "'. Usage: summary [today|yesterday|this-week|last-active-day] [--since <duration>] "
-                    "[--from <date> --to <date>] [--idle <duration>] [--kind <kind>] [--limit N] "
-                    "[--max-chars N]");
+                    "'. Usage: summary [today|yesterday|this-week|last-week|this-month|last-month|"
+                    "last-active-day] [--since <duration>] [--from <date> --to <date>] [--week-start <day>] "
+                    "[--match <words>] [--app <name>] [--entity [<kind>=]<value>] [--only <sections>] "
+                    "[--idle <duration>] [--kind <kind>] [--limit N] [--max-chars N]");
             }
             summary.preset(argument);
             presetGiven = true;

@@ -43,7 +43,7 @@ JSON answerSummaryCommand(const Command::Summary& command,
     const double now = environment.platform.clock.now();
     const auto indexes = VarnholtSQLiteSupport::IndexCatalogue::read(connection.handle());
     const TimeRange range =
-        chooseTimeRange({command.preset, command.since, command.rangeFrom, command.rangeTo},
+        chooseTimeRange({command.preset, command.since, command.rangeFrom, command.rangeTo, command.weekStart},
                         connection, indexes, environment.calendar, now);
 
     SummaryQuery query;

@@ -36,7 +36,13 @@ TimeRange chooseTimeRange(const TimeRangeRequest& request,
     const std::string& preset = *request.preset;
     if (preset == "today") return TimePresets::today(calendar, now);
     if (preset == "yesterday") return TimePresets::yesterday(calendar, now);
-    if (preset == "this-week") return TimePresets::thisWeek(calendar, now);
+    const std::optional<Weekday> firstDay = request.weekStart ? weekdayNamed(*request.weekStart) : std::nullopt;
+    if (preset == "this-week") {
+        return firstDay ? TimePresets::thisWeek(calendar, now, *firstDay) : TimePresets::thisWeek(calendar, now);
+    }
+    if (preset == "last-week") return TimePresets::lastWeek(calendar, now, firstDay);
+    if (preset == "this-month") return TimePresets::thisMonth(calendar, now);
+    if (preset == "last-month") return TimePresets::lastMonth(calendar, now);
     if (preset == "range") {
         return TimePresets::range(calendar, request.rangeFrom.value_or(""),
                                   request.rangeTo.value_or(""));

@@ -15,15 +15,19 @@ namespace VarnholtQueryLib {
 class LocalCalendar;
 
 // The period a command asks about, as its words name it: a preset ("today",
-// "yesterday", "this-week", "last-active-day", or "range" with both texts),
-// or a duration back from now, or neither (today). The texts are checked
-// when the range is chosen, so the timeline commands and `summary` accept
-// the same words and refuse the same ones in the same words.
+// "yesterday", "this-week", "last-active-day", or "range" with both texts;
+// `summary` also "last-week", "this-month" and "last-month"), or a duration
+// back from now, or neither (today). The texts are checked when the range is
+// chosen, so the timeline commands and `summary` accept the same words and
+// refuse the same ones in the same words.
 struct TimeRangeRequest {
     std::optional<std::string> preset;
     std::optional<std::string> since;
     std::optional<std::string> rangeFrom;
     std::optional<std::string> rangeTo;
+    // The first day of this-week and last-week ("monday" to "sunday");
+    // absent: the locale's.
+    std::optional<std::string> weekStart;
 };
 
 // The range `request` names, with `now` the one reading of the clock of the

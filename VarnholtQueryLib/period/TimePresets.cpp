@@ -91,6 +91,27 @@ TimeRange thisWeek(const LocalCalendar& calendar, double now) {
     return {calendar.startOfWeek(now), now, "this-week"};
 }
 
+TimeRange thisWeek(const LocalCalendar& calendar, double now, Weekday firstDay) {
+    return {calendar.startOfWeek(now, firstDay), now, "this-week"};
+}
+
+TimeRange lastWeek(const LocalCalendar& calendar, double now, std::optional<Weekday> firstDay) {
+    const double thisWeekStart = firstDay ? calendar.startOfWeek(now, *firstDay) : calendar.startOfWeek(now);
+    // Seven calendar days, not 604,800 seconds: a week with a daylight-saving
+    // change has 167 or 169 hours.
+    return {calendar.startOfDay(calendar.addingDays(thisWeekStart, -7)), thisWeekStart, "last-week"};
+}
+
+TimeRange thisMonth(const LocalCalendar& calendar, double now) {
+    return {calendar.startOfMonth(now), now, "this-month"};
+}
+
+TimeRange lastMonth(const LocalCalendar& calendar, double now) {
+    const double thisMonthStart = calendar.startOfMonth(now);
+    // The day before this month's first is the last of the month before.
+    return {calendar.startOfMonth(calendar.addingDays(thisMonthStart, -1)), thisMonthStart, "last-month"};
+}
+
 TimeRange lastActiveDay(const LocalCalendar& calendar, double lastTimestamp) {
     const double start = calendar.startOfDay(lastTimestamp);
     const double end = calendar.addingDays(start, 1);

@@ -1,12 +1,12 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "period/TimeRange.h"
+#include "platform/LocalCalendar.h"
 
 namespace VarnholtQueryLib {
-
-class LocalCalendar;
 
 // Turns the time words of the command line into instants (seconds since 1970
 // UTC): the named presets, a duration such as "2h", and date texts. Calendar
@@ -21,8 +21,19 @@ namespace TimePresets {
 TimeRange today(const LocalCalendar& calendar, double now);
 // Start of yesterday to start of today.
 TimeRange yesterday(const LocalCalendar& calendar, double now);
-// Start of the current week (the locale's first weekday) to now.
+// Start of the current week (the locale's first weekday, or `firstDay`)
+// to now.
 TimeRange thisWeek(const LocalCalendar& calendar, double now);
+TimeRange thisWeek(const LocalCalendar& calendar, double now, Weekday firstDay);
+// The seven calendar days before the current week (the locale's first
+// weekday, or `firstDay`): from the start of the day seven days before this
+// week begins to where it begins.
+TimeRange lastWeek(const LocalCalendar& calendar, double now, std::optional<Weekday> firstDay);
+// Start of the current local month to now.
+TimeRange thisMonth(const LocalCalendar& calendar, double now);
+// The local calendar month before the current one, whole: from its first
+// midnight to the first of this month.
+TimeRange lastMonth(const LocalCalendar& calendar, double now);
 // The whole local day containing `lastTimestamp`. Throws invalidTimeRange
 // ("The newest observation's time, <instant>, lies outside the calendar,
 // ...") for a time the calendar cannot hold a whole day for, about 5.8

@@ -19,10 +19,10 @@ std::string inTimeOrder(const std::string& part) { return part + "\n    ORDER BY
 
 }  // namespace
 
-std::vector<std::string> indexedActivityStatements(bool withDescriptions) {
+std::vector<std::string> indexedActivityStatements(bool withEntities, bool withDescriptions) {
     WindowSelect eligible;
     eligible.columns = std::string("{time} AS t, o.rowid AS rid, o.id, o.apps,\n           ") +
-                       kObservationEntitiesJSON + " AS entities_json";
+                       (withEntities ? kObservationEntitiesJSON : "'[]'") + " AS entities_json";
     // The row is read anyway; its description costs only its own pages.
     if (withDescriptions) eligible.columns += ", o.vlm_description";
     eligible.bounds = {true, true};

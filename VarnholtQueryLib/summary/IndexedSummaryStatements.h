@@ -16,9 +16,11 @@ namespace VarnholtQueryLib {
 // and self-dated rows of the recording_id values NULL and '' (the parts of
 // EffectiveTimeWindow.h). Every eligible row is in exactly one part; merged
 // by time they are the literal statement's rows. Columns: t (the effective
-// time), rid (the rowid), id, apps, entities_json, and with
+// time), rid (the rowid), id, apps, entities_json; without `withEntities`,
+// entities_json is an empty list and the rows' entities are not read at all
+// (of the index pages a range reads, theirs are the most); with
 // `withDescriptions` the description (vlm_description) last.
-std::vector<std::string> indexedActivityStatements(bool withDescriptions = false);
+std::vector<std::string> indexedActivityStatements(bool withEntities = true, bool withDescriptions = false);
 
 // Whether the catalogue has every index those statements walk.
 bool servesIndexedActivity(const VarnholtSQLiteSupport::IndexCatalogue& catalogue);

@@ -190,7 +190,7 @@ bool SQLiteSummaryQuery::scanIndexed(double from, double to, const ActivityNeeds
     readScatteredPages(handle);
 
     PreparedParts statements;
-    for (const std::string& part : indexedActivityStatements(needs.descriptions)) {
+    for (const std::string& part : indexedActivityStatements(needs.entities, needs.descriptions)) {
         sqlite3_stmt* statement = prepareOrNull(handle, part);
         if (statement == nullptr) return false;
         statements.held.push_back(statement);

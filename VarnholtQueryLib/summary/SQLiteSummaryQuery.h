@@ -54,7 +54,8 @@ public:
     // Rows of the literal statement carry their description and, as their
     // sequence, their place in its answer (and their rowid when asked for);
     // rows of the index-driven statements carry their rowid, as sequence and
-    // as rowid, and their description only when asked for.
+    // as rowid, their description only when `needs` asks for it, and
+    // entities only when `needs` asks for them.
     void scanActivity(double from, double to, const ActivityNeeds& needs, ActivityRowSink& sink) override;
     FrameCounts countFrames(double from, double to) override;
     void scanFrameTimes(double from, double to, const std::function<void(double)>& visit) override;

@@ -38,10 +38,11 @@ protected:
     DescriptionSource& operator=(const DescriptionSource&) = delete;
 };
 
-// What the rows of a scan must carry beyond their time, id, sequence,
-// applications and entities.
+// What the rows of a scan must carry beyond their time, id, sequence and
+// applications.
 struct ActivityNeeds {
-    bool rowids = false;  // ActivityRow::rowid, for text rules
+    bool rowids = false;    // ActivityRow::rowid, for text rules
+    bool entities = true;   // ActivityRow::entities; without, a source may leave them out
     // ActivityRow::description, for an account that looks at every row's
     // (a timesheet's spans and terms): read with the row, never one by one.
     bool descriptions = false;
@@ -60,7 +61,8 @@ public:
     // non-decreasing effective time; rows of equal time in any order. The
     // sink is restarted before the first row, and again if the scan has to
     // start over. The rows carry their rowid and their description when
-    // `needs` asks for them (they may carry them anyway).
+    // `needs` asks for them (they may carry them anyway), and may come
+    // without entities when it does not ask for those.
     virtual void scanActivity(double from, double to, const ActivityNeeds& needs, ActivityRowSink& sink) = 0;
 
     // The frames whose time lies in [from, to], by analysis state.

@@ -23,7 +23,8 @@ SummaryFindings SummaryUseCase::execute(const SummaryQuery& query, double now) {
     }
     const AccountingRules rules{query.idleSeconds, query.from, coverEnd, query.kind, query.sections};
     ActivityAccountant accountant(calendar_, rules, selector ? &*selector : nullptr);
-    const ActivityNeeds needs{selector && selector->readsRowids()};
+    const ActivityNeeds needs{selector && selector->readsRowids(),
+                              query.sections.entities || (selector && selector->readsEntities())};
     summaryQuery_.scanActivity(query.from, query.to, needs, accountant);
 
     SummaryFindings findings;

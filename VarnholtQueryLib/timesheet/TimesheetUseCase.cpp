@@ -22,7 +22,7 @@ TimesheetFindings TimesheetUseCase::execute(const TimesheetQuery& query, double 
     TimesheetAccountant accountant(calendar_, {query.idleSeconds, query.from, coverEnd, query.categories.size()},
                                    categories, activity_);
     // Every row's description makes spans and terms: read with the rows.
-    const ActivityNeeds needs{categories.readsRowids(), true};
+    const ActivityNeeds needs{.rowids = categories.readsRowids(), .entities = true, .descriptions = true};
     activity_.scanActivity(query.from, query.to, needs, accountant);
     findings.account = accountant.close();
     findings.coverage =

@@ -83,10 +83,16 @@ for shell in "${shells[@]}"; do
   expect "$shell" "varnholt-query entities --" "--help --json --kind --limit --since --version"
   expect "$shell" "varnholt-query status --" "--help --json --version"
   expect "$shell" "varnholt-query summary --" \
-    "--from --help --idle --json --kind --limit --max-chars --since --to --version"
+    "--app --entity --from --help --idle --json --kind --limit --match --max-chars --only --since --to --version --week-start"
   expect "$shell" "varnholt-query summary this-week --" \
-    "--from --help --idle --json --kind --limit --max-chars --since --to --version"
-  expect "$shell" "varnholt-query summary " "last-active-day this-week today yesterday"
+    "--app --entity --from --help --idle --json --kind --limit --match --max-chars --only --since --to --version --week-start"
+  expect "$shell" "varnholt-query summary " \
+    "last-active-day last-month last-week this-month this-week today yesterday"
+  # A flag's value is no period (fish does not tell values from words).
+  [ "$shell" = fish ] || expect "$shell" "varnholt-query summary --match today " \
+    "last-active-day last-month last-week this-month this-week today yesterday"
+  expect "$shell" "varnholt-query summary --week-start " "friday monday saturday sunday thursday tuesday wednesday"
+  expect "$shell" "varnholt-query summary last-week --only " "applications coverage days entities sessions"
   expect "$shell" "varnholt-query summary --idle " "10m 15m 1h 1m 2m 30m 5m"
   expect "$shell" "varnholt-query timesheet --" \
     "--categories --category --format --from --help --idle --json --max-chars --since --to --version --week-start"

@@ -32,7 +32,7 @@ const std::string kHelpText =
     "  range --from <iso> --to <iso>  Custom time range\n"
     "  search <keyword>      Search observations (FTS5, BM25 ranked)\n"
     "  entities              Aggregated entity data (tools, languages, apps)\n"
-    "  summary [period]      Active time per app, session and day (e.g., summary this-week)\n"
+    "  summary [period]      Active time per app, session and day (e.g., summary last-week)\n"
     "  timesheet [period] --category NAME=RULE[|RULE...]  Time per category, each second once\n"
     "  support-context       Machine-oriented support-draft context summary\n"
     "  status                Health check and database stats\n"
@@ -44,9 +44,13 @@ const std::string kHelpText =
     "  --kind <entity_kind>  Filter entities by kind (e.g., programming_language, app)\n"
     "  --idle <duration>     Idle gap that ends a session (summary; 1m to 1h, default 5m)\n"
     "  --max-chars N         Longest answer in characters; summary drops detail to fit\n"
+    "  --match <words>       Summary of the observations whose description holds the words\n"
+    "  --app <name>          Observations showing this application (search, summary)\n"
+    "  --entity [kind=]value Summary of the observations naming this entity\n"
+    "  --week-start <day>    First day of this-week and last-week (summary, timesheet; monday..sunday)\n"
+    "  --only <sections>     Summary sections: sessions,applications,entities,days,coverage\n"
     "  --category NAME=RULE  A timesheet category; rules text:WORDS, app:NAME, entity:[KIND=]VALUE\n"
     "  --categories FILE     Timesheet categories as JSON: [{\"name\": ..., \"rules\": [...]}]\n"
-    "  --week-start <day>    First day of this-week and last-week (summary, timesheet)\n"
     "  --format json|csv     Timesheet as JSON (default) or CSV\n"
     "  --compact             Omit description and topics fields\n"
     "  --full                Include description and topics fields\n"
@@ -70,7 +74,7 @@ const std::string kCommandList = R"({
     {"name": "range", "args": ["--from", "--to"], "flags": ["--from", "--to", "--json", "--compact", "--full", "--limit"]},
     {"name": "search", "args": ["keyword"], "flags": ["--since", "--app", "--from", "--to", "--latest", "--limit", "--compact", "--images", "--collapse"]},
     {"name": "entities", "args": [], "flags": ["--since", "--kind", "--limit"]},
-    {"name": "summary", "args": [], "flags": ["--since", "--from", "--to", "--idle", "--kind", "--limit", "--max-chars", "--json"]},
+    {"name": "summary", "args": [], "flags": ["--since", "--from", "--to", "--week-start", "--match", "--app", "--entity", "--only", "--idle", "--kind", "--limit", "--max-chars", "--json"]},
     {"name": "timesheet", "args": [], "flags": ["--category", "--categories", "--since", "--from", "--to", "--week-start", "--idle", "--max-chars", "--format", "--json"]},
     {"name": "status", "args": [], "flags": ["--json"]},
     {"name": "top", "args": [], "flags": []}

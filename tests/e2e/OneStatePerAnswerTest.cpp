@@ -9,11 +9,12 @@
 //    and tomorrow, so the day last-active-day names holds that observation,
 //    and a summary of the last two days counts it on even steps only, beside
 //    as many pending frames as the step's number and highlights naming it;
-//  - every step says in the staying observation's description whether its
-//    number is even or odd, so a timesheet of the last two days whose
-//    categories look for those words (through the full-text index, another
-//    statement again) puts that observation in the category of the step its
-//    coverage counts, and its categories add up to the rows it counts.
+//  - every step says in the other observation's description whether the
+//    step is even or odd, so a summary of the rows that say "even" (looked
+//    up in the full-text index) picks it on even steps only, and a timesheet
+//    whose categories look for "even" and "odd" puts it in the category of
+//    the step its coverage counts, its categories adding up to the rows it
+//    counts.
 // An answer that mixed two states breaks one of them.
 
 #include <sqlite3.h>
@@ -43,7 +44,7 @@ INSERT INTO frames (id, display_id, captured_at, timestamp, image_path, analyzed
   ('F-ANCHOR', '1', '2026-04-01T11:30:00Z', 1775043000.0, '/anchor.png', 1),
   ('F-WANDER', '1', '2026-04-01T12:00:00Z', 1775044800.0, '/wander.png', 1);
 INSERT INTO observations (id, frame_id, type, timestamp, vlm_description, apps, created_at) VALUES
-  ('O-ANCHOR', 'F-ANCHOR', 'visual', 1775043000.0, 'Step 0: staying', '["Mail"]', 'x'),
+  ('O-ANCHOR', 'F-ANCHOR', 'visual', 1775043000.0, 'Step 0: staying, even', '["Mail"]', 'x'),
   ('O-WANDER', 'F-WANDER', 'visual', 1775044800.0, 'Step 0: moving on', '["Mail"]', 'x');
 )SQL";
 
@@ -55,8 +56,8 @@ UPDATE frames SET timestamp = CASE WHEN :step % 2 = 0 THEN 1775044800.0 ELSE 177
   WHERE id = 'F-WANDER';
 UPDATE observations SET timestamp = (SELECT timestamp FROM frames WHERE id = 'F-WANDER'),
   vlm_description = 'Step ' || :step || ': moving on' WHERE id = 'O-WANDER';
-UPDATE observations SET vlm_description = 'Step ' || :step || ': staying '
-  || CASE WHEN :step % 2 = 0 THEN 'evenly' ELSE 'oddly' END WHERE id = 'O-ANCHOR';
+UPDATE observations SET vlm_description = 'Step ' || :step || ': staying, ' ||
+  CASE WHEN :step % 2 = 0 THEN 'even' ELSE 'odd' END WHERE id = 'O-ANCHOR';
 )SQL";
 
 // How long the tool answers beside the writer: long enough for hundreds of
@@ -117,7 +118,7 @@ std::string summaryMismatch(const json& document) {
 }
 
 // What breaks the invariant in a timesheet of the last two days whose
-// categories are Even (text:evenly) and Odd (text:oddly): its coverage, its
+// categories are Even (text:even) and Odd (text:odd): its coverage, its
 // rows, its text rules' look-ups and its spans come from four kinds of
 // statement.
 std::string timesheetMismatch(const json& document) {
@@ -151,8 +152,31 @@ std::string timesheetMismatch(const json& document) {
     return "";
 }
 
-const json kTimesheetCategories = json::parse(R"([{"name": "Even", "rules": ["text:evenly"]},
-                                                  {"name": "Odd", "rules": ["text:oddly"]}])");
+// What breaks the invariant in a summary of the last two days' rows whose
+// description says "even": the full-text look-up, the rows, the coverage and
+// the highlights must all be of one step.
+std::string selectedSummaryMismatch(const json& document) {
+    if (document["ok"] != true) return "failed: " + document.dump();
+    const json& coverage = document["data"]["coverage"];
+    const long long pending = coverage["pending_frames"].get<long long>();
+    const bool even = pending % 2 == 0;
+    const std::string counts = "pending " + std::to_string(pending) + " beside " + coverage.dump();
+    if (coverage["observations"] != (even ? 2 : 1)) return counts;
+    if (coverage["selected_observations"] != (even ? 1 : 0)) return counts;
+    if (document["data"]["observation_count"] != coverage["selected_observations"]) return counts;
+    const std::string step = "Step " + std::to_string(pending) + ":";
+    for (const json& session : document["data"]["sessions"]) {
+        for (const json& highlight : session["highlights"]) {
+            if (highlight.get<std::string>().rfind(step, 0) != 0) {
+                return "pending " + std::to_string(pending) + " beside " + session["highlights"].dump();
+            }
+        }
+    }
+    return "";
+}
+
+const json kTimesheetCategories = json::parse(R"([{"name": "Even", "rules": ["text:even"]},
+                                                  {"name": "Odd", "rules": ["text:odd"]}])");
 
 // The writer's committed steps, one pending frame each.
 long long committedSteps(const std::string& path) {
@@ -203,6 +227,9 @@ TEST(OneStatePerAnswerTest, AnswersBesideAWriterEachReadOneCommittedState) {
             check(timesheetMismatch(server.call("timesheet", {{"since", "2d"}, {"categories", kTimesheetCategories}})
                                         ["structuredContent"]),
                   "timesheet");
+            check(selectedSummaryMismatch(
+                      server.call("summary", {{"since", "2d"}, {"match", json::array({"even"})}})["structuredContent"]),
+                  "summary match");
         }
     }
     for (int run = 0; run < 10; ++run) {
@@ -212,11 +239,14 @@ TEST(OneStatePerAnswerTest, AnswersBesideAWriterEachReadOneCommittedState) {
               "last-active-day");
         check(summaryMismatch(json::parse(home.run({"summary", "--since", "2d"}, frozen()).standardOutput)),
               "summary --since 2d");
-        check(timesheetMismatch(json::parse(home.run({"timesheet", "--since", "2d", "--category", "Even=text:evenly",
-                                                      "--category", "Odd=text:oddly"},
+        check(timesheetMismatch(json::parse(home.run({"timesheet", "--since", "2d", "--category", "Even=text:even",
+                                                      "--category", "Odd=text:odd"},
                                                      frozen())
                                                 .standardOutput)),
               "timesheet --since 2d");
+        check(selectedSummaryMismatch(json::parse(
+                  home.run({"summary", "--since", "2d", "--match", "even"}, frozen()).standardOutput)),
+              "summary --since 2d --match even");
     }
     writer.kill();
 

@@ -464,6 +464,80 @@ TEST_F(SummarySelectionTest, ADayOfTwentyThreeHoursIsOneOfTheDays) {
     ])"));
 }
 
+// ---- Whole weeks and months -------------------------------------------
+
+// Around the new year, times UTC: Sunday 27 December, New Year's Eve, Sunday
+// 3 January, and the last day of November.
+constexpr const char* kNewYear = R"SQL(
+    INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at) VALUES
+        ('S27', 'visual', 1798362000.0, 'Sunday before the holidays', '["Mail"]', 'x'),
+        ('E31', 'visual', 1798754400.0, 'Closing the year', '["Numbers"]', 'x'),
+        ('S03', 'visual', 1798970400.0, 'Planning the new year', '["Notes"]', 'x'),
+        ('N30', 'visual', 1796040000.0, 'The end of November', '["Mail"]', 'x');
+)SQL";
+
+// Wednesday 6 January 2027, 10:00 UTC.
+constexpr const char* kJanuary6 = "2027-01-06 10:00:00";
+
+std::vector<std::string> datesOf(const JSON& summary) {
+    std::vector<std::string> dates;
+    for (const JSON& day : summary.at("data").at("days")) dates.push_back(day.at("date"));
+    return dates;
+}
+
+TEST_F(SummarySelectionTest, LastWeekStartsOnTheLocalesDayOrTheOneGiven) {
+    createDatabase(kNewYear);
+    // en_US weeks start on Sunday: 27 December to 3 January.
+    const JSON sunday = answer({"summary", "last-week", "--only", "days"}, at(kJanuary6));
+    EXPECT_EQ(sunday.at("meta").at("query").at("preset"), "last-week");
+    EXPECT_EQ(sunday.at("meta").at("query").at("from"), "2026-12-27T00:00:00Z");
+    EXPECT_EQ(sunday.at("meta").at("query").at("to"), "2027-01-03T00:00:00Z");
+    EXPECT_FALSE(sunday.at("meta").at("query").contains("week_start"));
+    EXPECT_EQ(datesOf(sunday), (std::vector<std::string>{"2026-12-27", "2026-12-28", "2026-12-29", "2026-12-30",
+                                                         "2026-12-31", "2027-01-01", "2027-01-02"}));
+    EXPECT_EQ(sunday.at("data").at("observation_count"), 2);  // S27 and E31
+
+    const JSON monday = answer({"summary", "last-week", "--week-start", "monday", "--only", "days"}, at(kJanuary6));
+    EXPECT_EQ(monday.at("meta").at("query").at("from"), "2026-12-28T00:00:00Z");
+    EXPECT_EQ(monday.at("meta").at("query").at("to"), "2027-01-04T00:00:00Z");
+    EXPECT_EQ(monday.at("meta").at("query").at("week_start"), "monday");
+    EXPECT_EQ(datesOf(monday), (std::vector<std::string>{"2026-12-28", "2026-12-29", "2026-12-30", "2026-12-31",
+                                                         "2027-01-01", "2027-01-02", "2027-01-03"}));
+    EXPECT_EQ(monday.at("data").at("observation_count"), 2);  // E31 and S03
+}
+
+TEST_F(SummarySelectionTest, WithoutALocaleTheWeekStartIsTheOneGiven) {
+    createDatabase(kNewYear);
+    InvocationOptions withoutLocale = at(kJanuary6);
+    withoutLocale.language = "C.UTF-8";
+    const JSON monday = answer({"summary", "this-week", "--week-start", "Monday", "--only", "days"}, withoutLocale);
+    EXPECT_EQ(monday.at("meta").at("query").at("from"), "2027-01-04T00:00:00Z");
+    EXPECT_EQ(monday.at("meta").at("query").at("to"), "2027-01-06T10:00:00Z");
+    EXPECT_EQ(monday.at("meta").at("query").at("week_start"), "Monday");
+    EXPECT_EQ(datesOf(monday), (std::vector<std::string>{"2027-01-04", "2027-01-05", "2027-01-06"}));
+}
+
+TEST_F(SummarySelectionTest, LastMonthIsTheWholeCalendarMonthBefore) {
+    createDatabase(kNewYear);
+    const JSON december = answer({"summary", "last-month", "--only", "days"}, at(kJanuary6));
+    EXPECT_EQ(december.at("meta").at("query").at("preset"), "last-month");
+    EXPECT_EQ(december.at("meta").at("query").at("from"), "2026-12-01T00:00:00Z");
+    EXPECT_EQ(december.at("meta").at("query").at("to"), "2027-01-01T00:00:00Z");
+    const std::vector<std::string> dates = datesOf(december);
+    ASSERT_EQ(dates.size(), 31u);
+    EXPECT_EQ(dates.front(), "2026-12-01");
+    EXPECT_EQ(dates.back(), "2026-12-31");
+    EXPECT_EQ(december.at("data").at("observation_count"), 2);  // S27 and E31, not N30
+    // The last row of the month covers an idle gap: the month is over.
+    EXPECT_EQ(december.at("data").at("days").at(30).at("active_seconds"), 300);
+
+    const JSON january = answer({"summary", "this-month", "--only", "days"}, at(kJanuary6));
+    EXPECT_EQ(january.at("meta").at("query").at("from"), "2027-01-01T00:00:00Z");
+    EXPECT_EQ(january.at("meta").at("query").at("to"), "2027-01-06T10:00:00Z");
+    EXPECT_EQ(datesOf(january).size(), 6u);
+    EXPECT_EQ(january.at("data").at("observation_count"), 1);  // S03
+}
+
 // ---- Only what was asked ------------------------------------------------
 
 TEST_F(SummarySelectionTest, OnlyTheSectionsAskedForArePrinted) {

@@ -195,7 +195,19 @@ TEST_F(CommandBuildersTest, ASummaryRefusesTwoPeriodsAndHalfARange) {
               "INVALID_TIME_RANGE: 'summary' requires --from with --to. Usage: summary --from 2026-04-01 --to "
               "2026-04-07");
     SummaryCommandBuilder unknown;
-    EXPECT_EQ(thrownCLIError([&] { unknown.preset("last-week"); }), "INVALID_TIME_RANGE: Unknown preset 'last-week'.");
+    EXPECT_EQ(thrownCLIError([&] { unknown.preset("next-week"); }), "INVALID_TIME_RANGE: Unknown preset 'next-week'.");
+    EXPECT_EQ(thrownCLIError([&] { unknown.preset("range"); }), "INVALID_TIME_RANGE: Unknown preset 'range'.");
+}
+
+TEST_F(CommandBuildersTest, ASummaryAlsoNamesWholeWeeksAndMonths) {
+    for (const char* word : {"last-week", "this-month", "last-month"}) {
+        SummaryCommandBuilder summary;
+        summary.preset(word);
+        EXPECT_EQ(summary.build().preset, word);
+        // The timeline keeps its words.
+        EXPECT_EQ(thrownCLIError([&] { timelinePresetCommand(word, false, std::nullopt); }),
+                  std::string("INVALID_TIME_RANGE: Unknown preset '") + word + "'.");
+    }
 }
 
 TEST_F(CommandBuildersTest, TheIdleGapIsADurationFromOneMinuteToOneHour) {

@@ -247,8 +247,11 @@ TEST_F(CommandParserTest, SummaryRefusesWhatItDoesNotKnow) {
     EXPECT_EQ(failure({"summary", "lastweek"}), "INVALID_TIME_RANGE: Unknown preset 'lastweek'.");
     EXPECT_EQ(failure({"summary", "today", "yesterday"}),
               "INVALID_TIME_RANGE: Unexpected argument 'yesterday'. Usage: summary "
-              "[today|yesterday|this-week|last-active-day] [--since <duration>] [--from <date> --to <date>] "
-              "[--idle <duration>] [--kind <kind>] [--limit N] [--max-chars N]");
+              "[today|yesterday|this-week|last-week|this-month|last-month|last-active-day] [--since <duration>] "
+              "[--from <date> --to <date>] [--week-start <day>] [--match <words>] [--app <name>] "
+              "[--entity [<kind>=]<value>] [--only <sections>] [--idle <duration>] [--kind <kind>] [--limit N] "
+              "[--max-chars N]");
+    EXPECT_EQ(failure({"last-week"}), "INVALID_TIME_RANGE: Unrecognized command 'last-week'. Use --help for usage.");
     EXPECT_EQ(failure({"summary", "today", "--since", "2h"}),
               "INVALID_TIME_RANGE: Use only one of a preset, --since, or --from and --to.");
     EXPECT_EQ(failure({"summary", "--limit", "abc"}),

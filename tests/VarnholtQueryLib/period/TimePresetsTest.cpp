@@ -96,6 +96,48 @@ TEST_F(TimePresetsTest, ThisWeekOnTheFirstWeekdayStartsAtItsMidnight) {
     EXPECT_EQ(range.to, mondayMorning);
 }
 
+TEST_F(TimePresetsTest, LastWeekIsTheSevenDaysBeforeThisWeekAcrossTheNewYear) {
+    // Wednesday 6 January 2027, noon in Berlin.
+    constexpr double kNow = 1799233200;
+    const TimeRange monday = TimePresets::lastWeek(berlin, kNow, Weekday::monday);
+    EXPECT_EQ(monday.from, 1798412400);  // Monday 28 December 2026, 00:00 CET
+    EXPECT_EQ(monday.to, 1799017200);    // Monday 4 January 2027
+    EXPECT_EQ(monday.preset, "last-week");
+    const TimeRange sunday = TimePresets::lastWeek(berlin, kNow, Weekday::sunday);
+    EXPECT_EQ(sunday.from, 1798326000);  // Sunday 27 December 2026
+    EXPECT_EQ(sunday.to, 1798930800);    // Sunday 3 January 2027
+    // Without a first day, the locale's (de_DE: Monday).
+    EXPECT_EQ(TimePresets::lastWeek(berlin, kNow, std::nullopt).from, monday.from);
+    EXPECT_EQ(TimePresets::thisWeek(berlin, kNow, Weekday::monday).from, monday.to);
+}
+
+TEST_F(TimePresetsTest, AWeekWithTheClocksGoingForwardHas167Hours) {
+    // Wednesday 1 April 2026: last week ran from Monday 23 March (CET) to
+    // Monday 30 March (CEST).
+    const TimeRange range = TimePresets::lastWeek(berlin, kWednesdayApril1At10UTC, Weekday::monday);
+    EXPECT_EQ(range.from, 1774220400);
+    EXPECT_EQ(range.to, kBerlinMarch30Midnight);
+    EXPECT_EQ(range.to - range.from, 167 * 3600);
+}
+
+TEST_F(TimePresetsTest, MonthsAreLocalCalendarMonths) {
+    // Friday 15 January 2027, noon in Berlin.
+    constexpr double kNow = 1800010800;
+    const TimeRange last = TimePresets::lastMonth(berlin, kNow);
+    EXPECT_EQ(last.from, 1796079600);  // 1 December 2026, 00:00 CET
+    EXPECT_EQ(last.to, 1798758000);    // 1 January 2027
+    EXPECT_EQ(last.preset, "last-month");
+    const TimeRange current = TimePresets::thisMonth(berlin, kNow);
+    EXPECT_EQ(current.from, 1798758000);
+    EXPECT_EQ(current.to, kNow);
+    EXPECT_EQ(current.preset, "this-month");
+    // March 2026 has the hour the clocks skip.
+    const TimeRange march = TimePresets::lastMonth(berlin, kWednesdayApril1At10UTC);
+    EXPECT_EQ(march.from, 1772319600);
+    EXPECT_EQ(march.to, 1774994400);
+    EXPECT_EQ(march.to - march.from, 31 * 86400 - 3600);
+}
+
 TEST_F(TimePresetsTest, LastActiveDayIsTheWholeDayOfTheTimestamp) {
     const TimeRange range = TimePresets::lastActiveDay(berlin, kBerlinMarch29Midnight + 5);
     EXPECT_EQ(range.from, kBerlinMarch29Midnight);

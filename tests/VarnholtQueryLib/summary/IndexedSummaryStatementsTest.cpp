@@ -50,7 +50,7 @@ TEST(IndexedSummaryStatementsTest, EachPartWalksItsIndexInTimeOrder) {
 TEST(IndexedSummaryStatementsTest, WithDescriptionsThePartsAreTheSameWithOneMoreColumn) {
     QueryPlanDatabases databases;
     const std::vector<std::string> parts = indexedActivityStatements();
-    const std::vector<std::string> described = indexedActivityStatements(true);
+    const std::vector<std::string> described = indexedActivityStatements(true, true);
     ASSERT_EQ(described.size(), parts.size());
     for (std::size_t i = 0; i < parts.size(); ++i) {
         std::string without = described[i];
@@ -59,6 +59,21 @@ TEST(IndexedSummaryStatementsTest, WithDescriptionsThePartsAreTheSameWithOneMore
         without.erase(without.find(column), column.size());
         EXPECT_EQ(without, parts[i]);
         EXPECT_EQ(databases.planOnRecorderSchema(described[i]), databases.planOnRecorderSchema(parts[i]));
+    }
+}
+
+TEST(IndexedSummaryStatementsTest, WithoutEntitiesNoEntityIsRead) {
+    QueryPlanDatabases databases;
+    const std::vector<std::string> parts = indexedActivityStatements(false);
+    ASSERT_EQ(parts.size(), 3u);
+    const std::vector<std::string> frameDated(kFrameDatedPlan.begin(), kFrameDatedPlan.begin() + 2);
+    EXPECT_EQ(databases.planOnRecorderSchema(parts[0]), frameDated);
+    EXPECT_EQ(databases.planOnRecorderSchema(parts[1]),
+              (std::vector<std::string>{kSelfDatedPlan[0], "CORRELATED SCALAR SUBQUERY 1", kSelfDatedPlan[2],
+                                        kSelfDatedPlan[3]}));
+    for (const std::string& part : parts) {
+        EXPECT_EQ(part.find("observation_entities"), std::string::npos);
+        EXPECT_NE(part.find("'[]' AS entities_json"), std::string::npos);
     }
 }
 

@@ -147,6 +147,15 @@ TEST_P(SQLiteSummaryQueryTest, RowsCarryTheirRowidWhenAskedFor) {
                           {"A", 1}, {"B", 2}, {"C", 3}, {"D", 4}, {"H", 7}, {"I", 8}}));
 }
 
+TEST_P(SQLiteSummaryQueryTest, RowsWithoutEntitiesWhenNoneAreNeeded) {
+    RecordingSink sink;
+    const std::vector<Row> rows = scan(kT, kT + 10, sink, {false, false});
+    ASSERT_EQ(rows.size(), 1u);
+    EXPECT_EQ(rows[0].apps, (std::vector<std::string>{"Xcode", "xcode"}));
+    // The literal statement reads them anyway.
+    EXPECT_EQ(rows[0].entities.empty(), GetParam() == StatementChoice::indexed);
+}
+
 TEST_P(SQLiteSummaryQueryTest, BothEndsOfTheRangeAreIncluded) {
     RecordingSink sink;
     const std::vector<Row> rows = scan(kT + 60, kT + 90, sink);
@@ -173,7 +182,7 @@ TEST_P(SQLiteSummaryQueryTest, LiteralRowsCarryTheirDescriptionIndexedRowsTheirR
 
 TEST_P(SQLiteSummaryQueryTest, EveryRowCarriesItsDescriptionWhenAskedFor) {
     RecordingSink sink;
-    scan(kT, kT + 3600, sink, {true, true});
+    scan(kT, kT + 3600, sink, {.rowids = true, .descriptions = true});
     ASSERT_EQ(sink.rows.size(), 6u);
     for (const ActivityRow& row : sink.rows) {
         ASSERT_TRUE(row.description.has_value()) << row.id;

@@ -93,7 +93,7 @@ TEST_F(SummaryUseCaseTest, ARangeThatReachesPastNowIsCountedAndLookedAtUntilNow)
     EXPECT_EQ(port.scans, (std::vector<std::pair<double, double>>{{kT, kT + 86400}}));
     EXPECT_EQ(port.counted, (std::vector<std::pair<double, double>>{{kT, kT + 86400}}));
     EXPECT_EQ(port.timed, (std::vector<std::pair<double, double>>{{kT, kT + 160}}));
-    EXPECT_EQ(port.needs, (std::vector<ActivityNeeds>{{false}}));
+    EXPECT_EQ(port.needs, (std::vector<ActivityNeeds>{{false, true}}));
     EXPECT_EQ(findings.account.activeSeconds, 60);
     EXPECT_EQ(findings.account.sessions[0].highlights, (std::vector<Highlight>{{kT, 0, "row 0"}}));
     EXPECT_TRUE(findings.coverage->gaps.empty());
@@ -140,7 +140,7 @@ TEST_F(SummaryUseCaseTest, ASelectionCountsItsRowsAndTheCoverageStaysTheRanges) 
     asked.selection = {TextRule{"invoice"}};
     const SummaryFindings findings = run(asked, kT + 30);
     EXPECT_EQ(index.asked, (std::vector<std::pair<double, double>>{{kT, kT + 60}}));
-    EXPECT_EQ(port.needs, (std::vector<ActivityNeeds>{{true}}));
+    EXPECT_EQ(port.needs, (std::vector<ActivityNeeds>{{true, true}}));
     EXPECT_EQ(findings.account.observationCount, 2);
     EXPECT_EQ(findings.account.rangeObservationCount, 3);
     EXPECT_EQ(findings.account.activeSeconds, 20);
@@ -173,6 +173,11 @@ TEST_F(SummaryUseCaseTest, WithoutTheCoverageSectionNoFrameIsRead) {
     EXPECT_TRUE(port.counted.empty());
     EXPECT_TRUE(port.timed.empty());
     EXPECT_EQ(findings.account.days.size(), 1u);
+    // Nothing asks for the rows' entities: no section, no entity rule.
+    EXPECT_EQ(port.needs, (std::vector<ActivityNeeds>{{false, false}}));
+    asked.selection = {EntityRule{std::nullopt, "Swift"}};
+    run(asked, kT + 30);
+    EXPECT_EQ(port.needs.back(), (ActivityNeeds{false, true}));
 }
 
 }  // namespace

@@ -82,7 +82,7 @@ TEST_F(TimesheetUseCaseTest, TextRulesAreLookedUpForTheRangeAndRowsReadWithTheir
     const TimesheetFindings findings =
         run({{TextRule{"invoice"}}, {ApplicationRule{"mail"}}}, kNow - 3600, kNow + 3600, kNow);
     EXPECT_EQ(index_.windows, (std::vector<std::pair<double, double>>{{kNow - 3600, kNow + 3600}}));
-    EXPECT_EQ(activity_.needs, (std::vector<ActivityNeeds>{{true, true}}));
+    EXPECT_EQ(activity_.needs, (std::vector<ActivityNeeds>{{.rowids = true, .descriptions = true}}));
     // B and C hold the word; C is Mail too, but the first category takes it.
     EXPECT_EQ(findings.account.categories.at(0).observationCount, 2);
     EXPECT_EQ(findings.account.categories.at(0).seconds, 600);
@@ -94,7 +94,7 @@ TEST_F(TimesheetUseCaseTest, TextRulesAreLookedUpForTheRangeAndRowsReadWithTheir
 
 TEST_F(TimesheetUseCaseTest, WithoutTextRulesNoRowidIsNeeded) {
     run({{ApplicationRule{"Mail"}}}, kNow - 3600, kNow, kNow);
-    EXPECT_EQ(activity_.needs, (std::vector<ActivityNeeds>{{false, true}}));
+    EXPECT_EQ(activity_.needs, (std::vector<ActivityNeeds>{{.rowids = false, .descriptions = true}}));
     EXPECT_TRUE(index_.windows.empty());
 }
 
