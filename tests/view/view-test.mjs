@@ -64,6 +64,7 @@ function readDrawing(frame) {
       spanBars: all('.bar[data-span]').map((bar) => [bar.dataset.category, Number(bar.dataset.span), seconds(bar)]),
       applications: all('#applications tbody tr:not(.none)').map((row) => [row.querySelector('td.name')?.textContent.trim(),
         seconds(row.querySelector('td[data-seconds]'))]),
+      summaryDays: all('#days tbody tr').map((row) => [row.dataset.date, seconds(row.querySelector('td[data-seconds]'))]),
       timesheetRows: all('#timesheet tbody tr').map((row) => [row.dataset.date,
         all('td[data-column]', row).map((cell) => [cell.dataset.column, seconds(cell)])]),
       timesheetTotals: all('#timesheet tfoot td[data-column]').map((cell) => [cell.dataset.column, seconds(cell)]),
@@ -135,6 +136,8 @@ function checkDrawing(drawn, answer, expect) {
     check(same(drawn.applications, data.applications.map((a) => [a.name, a.visible_seconds])),
       `applications ${JSON.stringify(drawn.applications)}`);
     check(same(drawn.highlights, sessions.flatMap((s) => s.highlights)), `highlights ${JSON.stringify(drawn.highlights)}`);
+    check(same(drawn.summaryDays, (data.days ?? []).map((day) => [day.date, day.active_seconds])),
+      `days table ${JSON.stringify(drawn.summaryDays)}`);
     check(drawn.descriptionsLeftToRightOrAuto, 'descriptions take their direction from their text');
     if (expect.crossesMidnight) {
       const twice = drawn.days.flatMap((d) => [...new Set(d.bars)]).filter((b, i, all) => all.indexOf(b) !== i);
