@@ -32,7 +32,12 @@ _varnholt_query() {
             return 0
             ;;
         --format)
-            COMPREPLY=($(compgen -W "json csv" -- "$cur"))
+            # CSV is a timesheet's alone.
+            if [[ " ${COMP_WORDS[*]} " == *" timesheet "* ]]; then
+                COMPREPLY=($(compgen -W "json csv html" -- "$cur"))
+            else
+                COMPREPLY=($(compgen -W "json html" -- "$cur"))
+            fi
             return 0
             ;;
         --categories)
@@ -81,7 +86,7 @@ _varnholt_query() {
         search) flags="--app --since --from --to --latest --limit --compact --full --images --collapse" ;;
         entities) flags="--since --kind --limit --json" ;;
         # summary refuses flags it does not know.
-        summary) flags="--since --from --to --week-start --match --app --entity --only --idle --kind --limit --max-chars --json" ;;
+        summary) flags="--since --from --to --week-start --match --app --entity --only --idle --kind --limit --max-chars --format --json" ;;
         # timesheet too.
         timesheet) flags="--category --categories --since --from --to --week-start --idle --max-chars --format --json" ;;
         status | support-context | top) flags="--json" ;;

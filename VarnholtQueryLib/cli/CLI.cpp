@@ -19,6 +19,7 @@
 #include "platform/LocalCalendar.h"
 #include "platform/SystemPlatform.h"
 #include "platform/UserHomeDirectory.h"
+#include "view/TimeViewPage.h"
 #include "UTF8Text.h"
 
 namespace VarnholtQueryLib {
@@ -34,9 +35,25 @@ void writeAnswer(const JSON& answer) {
     std::exit(1);
 }
 
+// Writes the time view with `answer` in it, for a person to open in a
+// browser; a page that cannot be written fails the run as an answer does.
+void writePage(const JSON& answer) {
+    const auto page = timeViewPage(answer);
+    if (page) {
+        std::cout << *page;
+        std::cout.flush();
+        if (std::cout) return;
+    } else {
+        std::cerr << "Failed to serialize JSON\n";
+    }
+    confirmOutputWritten();
+    std::exit(1);
+}
+
 // The commands and what they need: help, version and the monitor answer
 // without the database; every other command's answer is a JSON document,
-// except the status report for a person at a terminal.
+// except the status report for a person at a terminal and the summary's
+// page when it is asked for.
 void dispatch(const Command& command, const CommandEnvironment& environment) {
     std::visit(
         Overloaded{
@@ -64,13 +81,29 @@ void dispatch(const Command& command, const CommandEnvironment& environment) {
                 printHumanStatus(statusData, std::cout);
                 std::cout.flush();
             },
-            [&](const Command::Timesheet& timesheet) {
+            [&](const Command::Summary& summary) {
+                // A failure never reaches this point: it is the JSON
+                // envelope and exit status 1, whatever the format.
                 const JSON answer = answerFromDatabase(command, environment);
-                if (timesheet.format == TimesheetFormat::json) {
+                if (summary.format == AnswerFormat::html) {
+                    writePage(answer);
+                } else {
+                    writeAnswer(answer);
+                }
+            },
+            [&](const Command::Timesheet& timesheet) {
+                // A failure is the JSON envelope and exit status 1 whatever
+                // the format, as for the summary.
+                const JSON answer = answerFromDatabase(command, environment);
+                if (timesheet.format == AnswerFormat::html) {
+                    writePage(answer);
+                    return;
+                }
+                if (timesheet.format == AnswerFormat::json) {
                     writeAnswer(answer);
                     return;
                 }
-                // For a spreadsheet; a failure is still the JSON envelope.
+                // For a spreadsheet.
                 std::cout << timesheetCSV(answer);
                 std::cout.flush();
             },

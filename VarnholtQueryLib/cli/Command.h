@@ -10,9 +10,11 @@
 
 namespace VarnholtQueryLib {
 
-// How a timesheet is printed: the JSON answer, or its days and totals as
-// CSV for a spreadsheet.
-enum class TimesheetFormat { json, csv };
+// How an answer is printed: the JSON document, which every command prints
+// and agents read; the time view with the document in it, for a person to
+// open in a browser (summary, timesheet); or a timesheet's days and totals
+// as CSV for a spreadsheet. The document is the same value either way.
+enum class AnswerFormat { json, html, csv };
 
 // The one thing an invocation asks for, as the parser understands it. Time
 // arguments of `search` are already instants (seconds since 1970 UTC); those
@@ -72,6 +74,7 @@ struct Command {
         std::optional<std::string> weekStart;  // "monday" to "sunday"; absent: the locale's
         // The sections asked for, as named; absent: all of them.
         std::optional<std::vector<std::string>> only;
+        AnswerFormat format = AnswerFormat::json;
 
         bool operator==(const Summary&) const = default;
     };
@@ -87,7 +90,7 @@ struct Command {
         double idleSeconds = 300;
         std::vector<TimesheetCategory> categories;  // in the order given
         std::optional<std::int64_t> maxChars;       // the budget of the JSON answer
-        TimesheetFormat format = TimesheetFormat::json;
+        AnswerFormat format = AnswerFormat::json;
 
         bool operator==(const Timesheet&) const = default;
     };

@@ -57,11 +57,13 @@ void TimesheetCommandBuilder::categories(std::vector<TimesheetCategory> categori
 
 void TimesheetCommandBuilder::format(const std::string& text) {
     if (text == "json") {
-        format_ = TimesheetFormat::json;
+        format_ = AnswerFormat::json;
     } else if (text == "csv") {
-        format_ = TimesheetFormat::csv;
+        format_ = AnswerFormat::csv;
+    } else if (text == "html") {
+        format_ = AnswerFormat::html;
     } else {
-        throw CLIError::invalidTimeRange("--format must be json or csv, not '" + text + "'.");
+        throw CLIError::invalidTimeRange("--format must be json, csv or html, not '" + text + "'.");
     }
 }
 
@@ -72,7 +74,7 @@ Command::Timesheet TimesheetCommandBuilder::build() const {
     } catch (const InvalidCategories& invalid) {
         throw CLIError::invalidTimeRange(invalid.what());
     }
-    if (format_ == TimesheetFormat::csv && period.maxChars) {
+    if (format_ == AnswerFormat::csv && period.maxChars) {
         throw CLIError::invalidTimeRange(
             "--max-chars does not apply to --format csv, which prints every day; leave one of them out.");
     }

@@ -47,7 +47,8 @@ public:
     void categoriesFile(const std::string& path, const FileSystemPort& files);
     // Categories given as values (the tool's JSON, already shaped).
     void categories(std::vector<TimesheetCategory> categories);
-    // "json" or "csv". Throws "--format must be json or csv, not '<text>'.".
+    // "json", "csv" or "html" (the time view with the answer in it). Throws
+    // "--format must be json, csv or html, not '<text>'.".
     void format(const std::string& text);
 
     // The timesheet: today unless a period was given. Throws the period's
@@ -61,7 +62,7 @@ private:
     std::vector<TimesheetCategory> categories_;
     bool categoryGiven_ = false;
     bool categoriesFileGiven_ = false;
-    TimesheetFormat format_ = TimesheetFormat::json;
+    AnswerFormat format_ = AnswerFormat::json;
 };
 
 }  // namespace VarnholtQueryLib

@@ -83,9 +83,9 @@ for shell in "${shells[@]}"; do
   expect "$shell" "varnholt-query entities --" "--help --json --kind --limit --since --version"
   expect "$shell" "varnholt-query status --" "--help --json --version"
   expect "$shell" "varnholt-query summary --" \
-    "--app --entity --from --help --idle --json --kind --limit --match --max-chars --only --since --to --version --week-start"
+    "--app --entity --format --from --help --idle --json --kind --limit --match --max-chars --only --since --to --version --week-start"
   expect "$shell" "varnholt-query summary this-week --" \
-    "--app --entity --from --help --idle --json --kind --limit --match --max-chars --only --since --to --version --week-start"
+    "--app --entity --format --from --help --idle --json --kind --limit --match --max-chars --only --since --to --version --week-start"
   expect "$shell" "varnholt-query summary " \
     "last-active-day last-month last-week this-month this-week today yesterday"
   # A flag's value is no period (fish does not tell values from words).
@@ -93,13 +93,15 @@ for shell in "${shells[@]}"; do
     "last-active-day last-month last-week this-month this-week today yesterday"
   expect "$shell" "varnholt-query summary --week-start " "friday monday saturday sunday thursday tuesday wednesday"
   expect "$shell" "varnholt-query summary last-week --only " "applications coverage days entities sessions"
+  expect "$shell" "varnholt-query summary --format " "html json"
   expect "$shell" "varnholt-query summary --idle " "10m 15m 1h 1m 2m 30m 5m"
   expect "$shell" "varnholt-query timesheet --" \
     "--categories --category --format --from --help --idle --json --max-chars --since --to --version --week-start"
   expect "$shell" "varnholt-query timesheet last-week --category A=app:X --" \
     "--categories --category --format --from --help --idle --json --max-chars --since --to --version --week-start"
-  expect "$shell" "varnholt-query timesheet " "last-active-day this-week today yesterday"
-  expect "$shell" "varnholt-query timesheet --format " "csv json"
+  expect "$shell" "varnholt-query timesheet " \
+    "last-active-day last-month last-week this-month this-week today yesterday"
+  expect "$shell" "varnholt-query timesheet --format " "csv html json"
   expect "$shell" "varnholt-query timesheet --week-start t" "thursday tuesday"
   expect "$shell" "varnholt-query recent --since " "1d 1h 1w 2d 2h 30m 4h"
   expect "$shell" "varnholt-query entities --kind " \

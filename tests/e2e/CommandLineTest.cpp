@@ -51,7 +51,7 @@ const std::string kHelpText =
     "  --only <sections>     Summary sections: sessions,applications,entities,days,coverage\n"
     "  --category NAME=RULE  A timesheet category; rules text:WORDS, app:NAME, entity:[KIND=]VALUE\n"
     "  --categories FILE     Timesheet categories as JSON: [{\"name\": ..., \"rules\": [...]}]\n"
-    "  --format json|csv     Timesheet as JSON (default) or CSV\n"
+    "  --format <format>     json (default), html (a page: summary, timesheet), csv (timesheet)\n"
     "  --compact             Omit description and topics fields\n"
     "  --full                Include description and topics fields\n"
     "  --collapse            Deduplicate search results by description\n"
@@ -74,7 +74,7 @@ const std::string kCommandList = R"({
     {"name": "range", "args": ["--from", "--to"], "flags": ["--from", "--to", "--json", "--compact", "--full", "--limit"]},
     {"name": "search", "args": ["keyword"], "flags": ["--since", "--app", "--from", "--to", "--latest", "--limit", "--compact", "--images", "--collapse"]},
     {"name": "entities", "args": [], "flags": ["--since", "--kind", "--limit"]},
-    {"name": "summary", "args": [], "flags": ["--since", "--from", "--to", "--week-start", "--match", "--app", "--entity", "--only", "--idle", "--kind", "--limit", "--max-chars", "--json"]},
+    {"name": "summary", "args": [], "flags": ["--since", "--from", "--to", "--week-start", "--match", "--app", "--entity", "--only", "--idle", "--kind", "--limit", "--max-chars", "--format", "--json"]},
     {"name": "timesheet", "args": [], "flags": ["--category", "--categories", "--since", "--from", "--to", "--week-start", "--idle", "--max-chars", "--format", "--json"]},
     {"name": "status", "args": [], "flags": ["--json"]},
     {"name": "top", "args": [], "flags": []}
