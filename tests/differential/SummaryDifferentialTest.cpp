@@ -31,6 +31,7 @@
 #include "IndexCatalogue.h"
 #include "MomentBuckets.h"
 #include "ObservationEntities.h"
+#include "PlainRules.h"
 #include "RandomRecorderDatabase.h"
 #include "SampleRandom.h"
 #include "SQLiteReadConnection.h"
@@ -134,35 +135,6 @@ struct ApplicationTally {
     }
 };
 
-std::string nameKey(const std::string& name) { return VarnholtQueryLib::DeduplicationService::nameKey(name); }
-
-// The terms of a text rule, as a person reads them: words between blanks,
-// "quoted phrases" whole, an unmatched quote running to the end.
-std::vector<std::string> plainTerms(const std::string& words) {
-    std::vector<std::string> terms;
-    std::string current;
-    bool quoted = false;
-    for (const char c : words) {
-        if (c == '"') {
-            terms.push_back(current);
-            current.clear();
-            quoted = !quoted;
-        } else if (!quoted && (c == ' ' || c == '\t')) {
-            terms.push_back(current);
-            current.clear();
-        } else {
-            current += c;
-        }
-    }
-    terms.push_back(current);
-    return terms;
-}
-
-// Whether `needle` stands in `haystack` as a run of neighbours.
-bool holdsRun(const std::vector<std::string>& haystack, const std::vector<std::string>& needle) {
-    return std::search(haystack.begin(), haystack.end(), needle.begin(), needle.end()) != haystack.end();
-}
-
 // A plain selection: a row is picked when one rule holds for it.
 struct PlainSelection {
     std::vector<std::string> match;
@@ -187,24 +159,14 @@ struct PlainSelection {
 
     bool picks(const ReferenceRow& row, const FullTextTokenizer& tokenizer) const {
         if (empty()) return true;
-        const auto words = *tokenizer.words(row.description, FullTextTokenizer::Purpose::document);
         for (const std::string& text : match) {
-            bool all = true;
-            for (const std::string& term : plainTerms(text)) {
-                const auto termWords = *tokenizer.words(term, FullTextTokenizer::Purpose::query);
-                if (!termWords.empty() && !holdsRun(words, termWords)) all = false;
-            }
-            if (all) return true;
+            if (VarnholtDifferential::textRuleHolds(text, row.description, tokenizer)) return true;
         }
         for (const std::string& app : apps) {
-            for (const std::string& name : row.apps) {
-                if (nameKey(name) == nameKey(app)) return true;
-            }
+            if (VarnholtDifferential::applicationRuleHolds(app, row.apps)) return true;
         }
         for (const auto& [kind, value] : entities) {
-            for (const EntityPair& pair : row.entities) {
-                if ((!kind || pair.first == *kind) && nameKey(pair.second) == nameKey(value)) return true;
-            }
+            if (VarnholtDifferential::entityRuleHolds(kind, value, row.entities)) return true;
         }
         return false;
     }
@@ -243,7 +205,7 @@ ActivityAccount referenceAccount(std::vector<ReferenceRow> all, const SummaryQue
     for (std::size_t i = 0; i < n; ++i) {
         std::set<std::string> seen;
         for (const std::string& name : rows[i].apps) {
-            const std::string key = nameKey(name);
+            const std::string key = VarnholtDifferential::nameKey(name);
             if (seen.insert(key).second) rowApplications[i].push_back({key, name});
         }
     }
@@ -274,7 +236,7 @@ ActivityAccount referenceAccount(std::vector<ReferenceRow> all, const SummaryQue
             std::set<EntityPair> voted;
             for (const EntityPair& pair : rows[i].entities) {
                 if (query.kind && pair.first != *query.kind) continue;
-                const EntityKey key{pair.first, nameKey(pair.second)};
+                const EntityKey key{pair.first, VarnholtDifferential::nameKey(pair.second)};
                 if (!entities.count(key)) {
                     entityOrder.push_back(key);
                     entities[key] = {pair.first, "", 0, 0, rows[i].time, rows[i].time};
