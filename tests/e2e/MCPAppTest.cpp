@@ -65,9 +65,9 @@ TEST(MCPAppTest, AClientThatShowsAppsGetsTheViewInBothEras) {
 
         const json tools = result(shows, "tools/list")["tools"];
         for (const json& tool : tools) {
-            if (tool["name"] == "summary") {
-                EXPECT_EQ(tool["_meta"]["ui"]["resourceUri"], viewURI());
-                EXPECT_EQ(tool["_meta"]["ui/resourceUri"], viewURI());
+            if (tool["name"] == "summary" || tool["name"] == "timesheet") {
+                EXPECT_EQ(tool["_meta"]["ui"]["resourceUri"], viewURI()) << tool["name"];
+                EXPECT_EQ(tool["_meta"]["ui/resourceUri"], viewURI()) << tool["name"];
             } else {
                 EXPECT_FALSE(tool.contains("_meta")) << tool["name"];
             }
@@ -83,6 +83,10 @@ TEST(MCPAppTest, AnswersAreTheSameWithAndWithoutTheExtension) {
         MCPClientSession plain(home, frozen(), era);
         for (const json& call : {json{{"name", "summary"}, {"arguments", json::object()}},
                                  json{{"name", "summary"}, {"arguments", {{"since", "1d"}, {"max_chars", 3000}}}},
+                                 json{{"name", "timesheet"},
+                                      {"arguments", {{"since", "1d"},
+                                                     {"categories", json::parse(R"([{"name": "Coding",
+                                                                    "rules": ["app:Xcode", "text:parser"]}])")}}}},
                                  json{{"name", "timeline"}, {"arguments", {{"limit", 2}}}}}) {
             EXPECT_EQ(result(shows, "tools/call", call), result(plain, "tools/call", call)) << call.dump();
         }
