@@ -1,12 +1,11 @@
 // Makes what the time view's browser test draws: real answers of the built
 // programs on small recorder databases made for the purpose, under a frozen
-// clock, and the timesheets of fixtures/ as the view receives them.
+// clock.
 //
-// Usage: varnholt-view-fixtures OUT_DIR FIXTURES_DIR
+// Usage: varnholt-view-fixtures OUT_DIR
 //
 // Writes into OUT_DIR:
-//   pages/NAME.html     the page `--format html` printed (timesheets: the
-//                       page the library builds for the fixture's answer)
+//   pages/NAME.html     the page `--format html` printed
 //   answers/NAME.json   the JSON answer of the same question
 //   mcp/view.json       the view as varnholt-mcp serves it from
 //                       resources/read, for a client that shows MCP Apps
@@ -19,7 +18,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -29,9 +27,7 @@
 #include "FixtureDatabase.h"
 #include "LineProcess.h"
 #include "TemporaryHome.h"
-#include "mcp/DocumentContent.h"
 #include "mcp/TimeViewApp.h"
-#include "view/TimeViewPage.h"
 
 using namespace VarnholtTestSupport;
 using JSON = nlohmann::json;
@@ -118,20 +114,29 @@ std::string hostileRows() {
                 R"(["Pages"])");
 }
 
+// Monday 30 March and Wednesday 1 April 2026, nothing on the Tuesday: work
+// that three categories take (invoicing, a client, meetings) and some that
+// none does, a name that is markup, and a rule that two categories share.
+std::string timesheetRows() {
+    return work("ts1", "2026-03-30 07:00", 90, "Writing the invoice exporter's CSV header", R"(["VS Code","Terminal"])",
+                "project", "invoice exporter") +
+           work("ts2", "2026-03-30 08:30", 30, "Weekly planning call in Zoom", R"(["Zoom"])", "app", "Zoom") +
+           work("ts3", "2026-03-30 09:10", 50, "Answering Acme's questions about the <API> in Slack", R"(["Slack"])",
+                "company", "Acme") +
+           work("ts4", "2026-03-30 10:00", 20, "Reading Hacker News", R"(["Safari"])", "website",
+                "news.ycombinator.com") +
+           work("ts5", "2026-04-01 12:00", 45, "Fixing rounding in the invoice exporter", R"(["VS Code"])") +
+           work("ts6", "2026-04-01 13:00", 20, "Acme: reviewing the contract draft", R"(["Preview"])") +
+           work("ts7", "2026-04-01 13:20", 40, "Sprint review in Zoom with Acme", R"(["Zoom"])", "app", "Zoom") +
+           work("ts8", "2026-04-01 14:00", 8, "Cleaning up the downloads folder", R"(["Finder"])");
+}
+
 // Frames of a morning that the model has not analysed yet: no observation.
 std::string unanalysedRows() {
     return "WITH RECURSIVE m(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM m WHERE i < 59)\n"
            "INSERT INTO frames (id, display_id, captured_at, timestamp, image_path, analyzed)\n"
            "SELECT 'F-u-' || i, 'main', 'x', " + std::to_string(static_cast<long long>(utc("2026-04-01 07:00"))) +
            " + 60 * i, '/f.png', 0 FROM m;\n";
-}
-
-std::string readFile(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    if (!file) throw std::runtime_error("cannot read " + path);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
 }
 
 void writeFile(const std::filesystem::path& path, const std::string& content) {
@@ -149,26 +154,27 @@ InvocationOptions frozenAt(const std::string& utcTime) {
     return options;
 }
 
-// One summary fixture: a database, a question and what its page must show.
+// One fixture: a database, a question and what its page must show.
 struct SummaryFixture {
     std::string name;
     std::string rows;
-    std::vector<std::string> question;  // the summary's arguments after "summary"
-    JSON toolArguments;                 // the same question to the summary tool
+    std::vector<std::string> question;  // the arguments after the command's name
+    JSON toolArguments;                 // the same question to the tool of that name
     std::string now;                    // the frozen clock, UTC
     JSON expect;
+    std::string command = "summary";    // "summary" or "timesheet"
 };
 
 class FixtureWriter {
 public:
-    FixtureWriter(std::filesystem::path out, std::string fixtures) : out_(std::move(out)), fixtures_(std::move(fixtures)) {}
+    explicit FixtureWriter(std::filesystem::path out) : out_(std::move(out)) {}
 
-    void summary(const SummaryFixture& fixture) {
+    void answer(const SummaryFixture& fixture) {
         TemporaryHome home;
         home.varnholtDirectory();
         createFixtureDatabase(home.databasePath(), fixture.rows);
         const InvocationOptions options = frozenAt(fixture.now);
-        std::vector<std::string> arguments = {"summary"};
+        std::vector<std::string> arguments = {fixture.command};
         arguments.insert(arguments.end(), fixture.question.begin(), fixture.question.end());
         const ProcessResult answer = home.run(arguments, options);
         arguments.insert(arguments.end(), {"--format", "html"});
@@ -179,8 +185,10 @@ public:
         }
         writeFile(out_ / "answers" / (fixture.name + ".json"), answer.standardOutput);
         writeFile(out_ / "pages" / (fixture.name + ".html"), page.standardOutput);
-        if (!fixture.toolArguments.is_null()) toolResult(home, options, fixture.name, fixture.toolArguments);
-        add(fixture.name, "summary", "varnholt-query summary", fixture.expect);
+        if (!fixture.toolArguments.is_null()) {
+            toolResult(home, options, fixture.name, fixture.command, fixture.toolArguments);
+        }
+        add(fixture.name, fixture.command, "varnholt-query " + fixture.command, fixture.expect);
     }
 
     // `fixture` with the largest budget, in steps of 100 characters, at which
@@ -205,22 +213,30 @@ public:
         throw std::runtime_error(fixture.name + ": no budget leaves out sessions but no day");
     }
 
-    // A timesheet answer written by hand; `edit` may change it first.
-    void timesheet(const std::string& name, const std::string& file, JSON expect,
-                   void (*edit)(JSON& answer) = nullptr) {
-        JSON answer = JSON::parse(readFile(fixtures_ + "/" + file));
-        if (edit) edit(answer);
-        const auto page = VarnholtQueryLib::timeViewPage(answer);
-        const auto text = VarnholtQueryLib::serializeJSON(answer);
-        if (!page || !text) throw std::runtime_error(name + ": cannot be written");
-        writeFile(out_ / "answers" / (name + ".json"), *text + "\n");
-        writeFile(out_ / "pages" / (name + ".html"), *page);
-        // As the server would return it: the same function builds both.
-        const auto result = VarnholtQueryLib::MCP::toolCallResult({answer, false},
-                                                                  VarnholtQueryLib::MCP::ProtocolRevision::r2025_06_18);
-        if (!result) throw std::runtime_error(name + ": no tool result");
-        writeFile(out_ / "mcp" / (name + ".json"), result->dump(2) + "\n");
-        add(name, "timesheet", "fixtures/" + file, std::move(expect));
+    // `fixture`, a timesheet, with the largest budget, in steps of 50
+    // characters, at which every span is left out: what a budget drops
+    // first, while the days table stays whole.
+    SummaryFixture withBudgetForSpans(SummaryFixture fixture) {
+        TemporaryHome home;
+        home.varnholtDirectory();
+        createFixtureDatabase(home.databasePath(), fixture.rows);
+        std::vector<std::string> arguments = {fixture.command};
+        arguments.insert(arguments.end(), fixture.question.begin(), fixture.question.end());
+        const ProcessResult whole = home.run(arguments, frozenAt(fixture.now));
+        const JSON data = JSON::parse(whole.standardOutput)["data"];
+        std::size_t spans = data["uncategorized"]["spans"].size();
+        for (const JSON& category : data["categories"]) spans += category["spans"].size();
+        for (int budget = 20000; budget > 500; budget -= 50) {
+            std::vector<std::string> budgeted = arguments;
+            budgeted.insert(budgeted.end(), {"--max-chars", std::to_string(budget)});
+            const ProcessResult result = home.run(budgeted, frozenAt(fixture.now));
+            const JSON omitted = JSON::parse(result.standardOutput)["meta"]["omitted"];
+            if (omitted.value("spans", std::size_t{0}) == spans) {
+                fixture.question.insert(fixture.question.end(), {"--max-chars", std::to_string(budget)});
+                return fixture;
+            }
+        }
+        throw std::runtime_error(fixture.name + ": no budget leaves out every span");
     }
 
     // The view as varnholt-mcp serves it to a client that shows MCP Apps,
@@ -232,7 +248,7 @@ public:
         if (handshake != stateless) throw std::runtime_error("the eras serve different views");
         writeFile(out_ / "mcp" / "view.json", handshake.dump(2) + "\n");
         // A call that fails: its error envelope is what the view receives.
-        toolResult(home, frozenAt("2026-04-01 10:00:00"), "summary-error", {{"idle", "2h"}});
+        toolResult(home, frozenAt("2026-04-01 10:00:00"), "summary-error", "summary", {{"idle", "2h"}});
     }
 
     void finish() { writeFile(out_ / "fixtures.json", manifest_.dump(2) + "\n"); }
@@ -275,10 +291,10 @@ private:
     }
 
     void toolResult(const TemporaryHome& home, const InvocationOptions& options, const std::string& name,
-                    const JSON& arguments) {
+                    const std::string& tool, const JSON& arguments) {
         LineProcess server(VARNHOLT_MCP_BINARY, {}, home.environment(options));
         initialize(server);
-        const JSON reply = ask(server, 2, "tools/call", {{"name", "summary"}, {"arguments", arguments}});
+        const JSON reply = ask(server, 2, "tools/call", {{"name", tool}, {"arguments", arguments}});
         if (!reply.contains("result")) throw std::runtime_error(name + ": tools/call failed: " + reply.dump());
         writeFile(out_ / "mcp" / (name + ".json"), reply["result"].dump(2) + "\n");
     }
@@ -288,51 +304,51 @@ private:
     }
 
     std::filesystem::path out_;
-    std::string fixtures_;
     JSON manifest_ = JSON::array();
 };
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 3) {
-        std::cerr << "usage: varnholt-view-fixtures OUT_DIR FIXTURES_DIR\n";
+    if (argc != 2) {
+        std::cerr << "usage: varnholt-view-fixtures OUT_DIR\n";
         return 2;
     }
     try {
-        FixtureWriter writer(argv[1], argv[2]);
+        FixtureWriter writer(argv[1]);
         const std::vector<std::string> week = {"2026-03-23", "2026-03-24", "2026-03-25", "2026-03-26",
                                                "2026-03-27", "2026-03-28", "2026-03-29"};
-        writer.summary({"summary-day", dayRows(), {}, JSON::object(), "2026-04-01 10:00:00",
+        writer.answer({"summary-day", dayRows(), {}, JSON::object(), "2026-04-01 10:00:00",
                         {{"days", {"2026-04-01"}}, {"emptyDays", JSON::array()}}});
-        writer.summary({"summary-week", weekRows(), {"--from", "2026-03-23", "--to", "2026-03-29"},
+        writer.answer({"summary-week", weekRows(), {"--from", "2026-03-23", "--to", "2026-03-29"},
                         {{"from", "2026-03-23"}, {"to", "2026-03-29"}}, "2026-04-01 10:00:00",
                         {{"days", week}, {"emptyDays", {"2026-03-25"}}, {"crossesMidnight", true}}});
-        writer.summary({"summary-verdict", unanalysedRows(), {}, JSON(), "2026-04-01 10:00:00",
+        writer.answer({"summary-verdict", unanalysedRows(), {}, JSON(), "2026-04-01 10:00:00",
                         {{"days", {"2026-04-01"}}, {"emptyDays", {"2026-04-01"}}}});
-        writer.summary({"summary-hostile", hostileRows(), {}, JSON(), "2026-04-01 10:00:00",
+        writer.answer({"summary-hostile", hostileRows(), {}, JSON(), "2026-04-01 10:00:00",
                         {{"days", {"2026-04-01"}}, {"emptyDays", JSON::array()}, {"hostile", true}}});
-        writer.summary(writer.withBudgetForSessions(
+        writer.answer(writer.withBudgetForSessions(
             {"summary-week-budget", weekRows(), {"--from", "2026-03-23", "--to", "2026-03-29"}, JSON(),
              "2026-04-01 10:00:00", {{"days", week}, {"emptyDays", {"2026-03-25"}}, {"truncated", true}}}));
-        writer.timesheet("timesheet-three-categories", "timesheet-three-categories.json",
-                         {{"days", {"2026-03-30", "2026-03-31", "2026-04-01"}}, {"emptyDays", {"2026-03-31"}}});
-        writer.timesheet("timesheet-spans-dropped", "timesheet-three-categories.json",
-                         {{"days", {"2026-03-30", "2026-03-31", "2026-04-01"}}, {"emptyDays", {"2026-03-31"}},
-                          {"truncated", true}},
-                         [](JSON& answer) {
-                             // What a budget leaves: the spans go first, the days table never.
-                             int spans = 0;
-                             for (JSON& category : answer["data"]["categories"]) {
-                                 spans += static_cast<int>(category["spans"].size());
-                                 category["spans"] = JSON::array();
-                             }
-                             spans += static_cast<int>(answer["data"]["uncategorized"]["spans"].size());
-                             answer["data"]["uncategorized"]["spans"] = JSON::array();
-                             answer["meta"]["truncated"] = true;
-                             answer["meta"]["omitted"]["spans"] = spans;
-                             answer["meta"]["query"]["max_chars"] = 2500;
-                         });
+        // Three categories, one rule shared by two of them (the first
+        // takes its rows), and time that none takes.
+        const std::vector<std::string> categories = {
+            "--from", "2026-03-30", "--to", "2026-04-01", "--category", "Invoicing=text:invoice exporter",
+            "--category", "Client Acme & Co=text:acme|app:Slack", "--category", "Meetings=app:Zoom|text:acme"};
+        const JSON categoryArguments = {
+            {"from", "2026-03-30"},
+            {"to", "2026-04-01"},
+            {"categories", JSON::parse(R"([{"name": "Invoicing", "rules": ["text:invoice exporter"]},
+                {"name": "Client Acme & Co", "rules": ["text:acme", "app:Slack"]},
+                {"name": "Meetings", "rules": ["app:Zoom", "text:acme"]}])")}};
+        const JSON timesheetDays = {{"days", {"2026-03-30", "2026-03-31", "2026-04-01"}},
+                                    {"emptyDays", {"2026-03-31"}}};
+        writer.answer({"timesheet-three-categories", timesheetRows(), categories, categoryArguments,
+                       "2026-04-01 16:00:00", timesheetDays, "timesheet"});
+        JSON truncated = timesheetDays;
+        truncated["truncated"] = true;
+        writer.answer(writer.withBudgetForSpans({"timesheet-spans-dropped", timesheetRows(), categories, JSON(),
+                                                 "2026-04-01 16:00:00", truncated, "timesheet"}));
         writer.view();
         writer.finish();
     } catch (const std::exception& error) {

@@ -36,5 +36,5 @@ fi
   --outfile=host-bundle.js --log-level=warning)
 
 rm -rf "$work/fixtures"
-"$fixtures_program" "$work/fixtures" "$here/fixtures"
+"$fixtures_program" "$work/fixtures"
 exec node "$work/view-test.mjs" "$work"

@@ -1,8 +1,7 @@
 // Draws the time view in headless Chromium (Debian's, never a downloaded
 // browser) as a person would see it:
-//  - the pages varnholt-query printed with --format html for summaries
-//    (real answers on small databases, under a frozen clock) and the pages
-//    of hand-made timesheet answers;
+//  - the pages varnholt-query printed with --format html for summaries and
+//    timesheets (real answers on small databases, under a frozen clock);
 //  - the view that varnholt-mcp served from resources/read, inside a host
 //    built with the official AppBridge, fed the tool's result with its
 //    structured content, with the text item only, and as an error.
