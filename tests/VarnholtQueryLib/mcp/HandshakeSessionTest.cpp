@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include "FakeDocumentSource.h"
-#include "RecordingToolExecutor.h"
 
 using namespace VarnholtQueryLib;
 using namespace VarnholtQueryLib::MCP;
@@ -28,9 +27,8 @@ protected:
                         .contains("result"));
     }
 
-    RecordingToolExecutor tools_;
     FakeDocumentSource documents_;
-    ServerServices services_{tools_, documents_};
+    ServerServices services_{documents_};
     HandshakeSession session_{services_};
 };
 

@@ -4,7 +4,6 @@
 
 #include "FakeDocumentSource.h"
 #include "mcp/PromptCatalog.h"
-#include "RecordingToolExecutor.h"
 
 using namespace VarnholtQueryLib;
 using namespace VarnholtQueryLib::MCP;
@@ -22,9 +21,8 @@ protected:
                (outcome.data ? " " + outcome.data->dump() : "");
     }
 
-    RecordingToolExecutor tools_;
     FakeDocumentSource documents_;
-    ServerServices services_{tools_, documents_};
+    ServerServices services_{documents_};
 };
 
 }  // namespace
