@@ -10,7 +10,7 @@ StatelessReply serveStatelessRequest(const ServerServices& services,
                                      const IncomingMessage& request) {
     const auto envelope = readEnvelope(request.params);
     if (const auto* problem = std::get_if<EnvelopeProblem>(&envelope)) {
-        return {errorReply(request.id, problem->code, problem->message, problem->data), false};
+        return {errorReply(request.id, *problem), false};
     }
     const ProtocolRevision revision = std::get<RequestEnvelope>(envelope).revision;
     const MethodEntry* method = findMethod(request.method);
