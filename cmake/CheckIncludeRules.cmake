@@ -6,9 +6,10 @@
 # RULES defaults to the tree's cmake/IncludeRules.txt, which describes its
 # format. An include of ours that names no header of the tree is an error
 # too, and so is a folder of VarnholtQueryLib/ that no room names: a new
-# subsystem needs its arrows before it builds. Prints "Include rules hold
-# for N files." and exits 0, or prints each offence as
-# "<file>:<line>: <room> may not include <header>" and exits 1.
+# subsystem needs its arrows before the check passes. Prints "Include rules
+# hold for N files." and exits 0, or prints each offence as
+# "<file>:<line>: <include>: <why>" ("... summary may not include cli") and
+# exits 1.
 cmake_minimum_required(VERSION 3.25)
 
 if(NOT SOURCE_DIR)
@@ -77,7 +78,8 @@ foreach(subject IN LISTS allow_subjects)
     string(REGEX REPLACE "^(adapter:|!)" "" target "${word}")
     string(REGEX REPLACE "/.*" "" target_room "${target}")
     if(NOT target_room IN_LIST rooms AND NOT target_room IN_LIST groups)
-      list(APPEND rule_problems "'allow ${subject}' names '${word}', which is no room or header group")
+      list(APPEND rule_problems
+           "'allow ${subject}' names '${word}', which is no room or header group")
     endif()
   endforeach()
 endforeach()
@@ -101,15 +103,16 @@ foreach(room IN LISTS rooms)
   file(GLOB headers RELATIVE "${SOURCE_DIR}/${path}" "${SOURCE_DIR}/${path}/*.h")
   foreach(header IN LISTS headers)
     if(DEFINED header_room_${header})
-      message(FATAL_ERROR "CheckIncludeRules: ${header} is in both ${header_room_${header}} and ${room}; "
-                          "included by file name, it must be in one")
+      message(FATAL_ERROR "CheckIncludeRules: ${header} is in both ${header_room_${header}} "
+                          "and ${room}; included by file name, it must be in one")
     endif()
     set(header_room_${header} ${room})
   endforeach()
 endforeach()
 
 set(offences "")
-file(GLOB subsystem_folders LIST_DIRECTORIES true RELATIVE "${SOURCE_DIR}" "${SOURCE_DIR}/VarnholtQueryLib/*")
+file(GLOB subsystem_folders LIST_DIRECTORIES true RELATIVE "${SOURCE_DIR}"
+     "${SOURCE_DIR}/VarnholtQueryLib/*")
 foreach(folder IN LISTS subsystem_folders)
   if(NOT IS_DIRECTORY "${SOURCE_DIR}/${folder}")
     continue()
@@ -149,7 +152,8 @@ foreach(room IN LISTS rooms)
   if(NOT IS_DIRECTORY "${SOURCE_DIR}/${path}")
     continue()
   endif()
-  file(GLOB_RECURSE files RELATIVE "${SOURCE_DIR}" "${SOURCE_DIR}/${path}/*.h" "${SOURCE_DIR}/${path}/*.cpp")
+  file(GLOB_RECURSE files RELATIVE "${SOURCE_DIR}"
+       "${SOURCE_DIR}/${path}/*.h" "${SOURCE_DIR}/${path}/*.cpp")
   foreach(file IN LISTS files)
     math(EXPR checked "${checked} + 1")
     get_filename_component(file_name "${file}" NAME)

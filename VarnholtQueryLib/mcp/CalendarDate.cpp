@@ -40,7 +40,8 @@ std::string CalendarDate::text() const {
 CalendarDate CalendarDate::plusDays(int days) const {
     const CivilDate moved = civilFromDays(
         daysFromCivil({year, static_cast<unsigned>(month), static_cast<unsigned>(day)}) + days);
-    return {static_cast<int>(moved.year), static_cast<int>(moved.month), static_cast<int>(moved.day)};
+    return {static_cast<int>(moved.year), static_cast<int>(moved.month),
+            static_cast<int>(moved.day)};
 }
 
 }  // namespace VarnholtQueryLib::MCP

@@ -22,7 +22,9 @@ Reply HandshakeSession::serve(const IncomingMessage& request, bool inBatch) {
     // An absent params member means "no params", which every method here
     // accepts as an empty object.
     const JSON params = request.params ? *request.params : JSON::object();
-    if (!params.is_object()) return errorReply(id, RPCError::invalidParams("params must be an object"));
+    if (!params.is_object()) {
+        return errorReply(id, RPCError::invalidParams("params must be an object"));
+    }
 
     if (method == "ping") return resultReply(id, JSON::object());
     if (method == "initialize") return initialize(id, params, inBatch);

@@ -31,9 +31,10 @@ MethodOutcome callToolMethod(const ServerServices& services, const JSON& params,
     // answered; a bad argument is the error envelope the command line would
     // print for it. A tool that fails is not a protocol error: its error
     // envelope is the result, with isError true.
-    const ToolAnswer answer = services.documents.answer([&](const LocalCalendar& calendar, double now) {
-        return commandForTool(name, ToolArguments(arguments, tool->inputSchema), calendar, now);
-    });
+    const ToolAnswer answer =
+        services.documents.answer([&](const LocalCalendar& calendar, double now) {
+            return commandForTool(name, ToolArguments(arguments, tool->inputSchema), calendar, now);
+        });
     auto result = toolCallResult(answer, revision);
     if (!result) {
         return MethodOutcome::failure(ErrorCode::internalError,
