@@ -305,79 +305,20 @@ JSON summaryOutputSchema() {
         }));
 }
 
-// Without descriptions: the keys say it, and the tool's description says
-// how to read them.
+// The members of data and meta by their JSON type alone: every session pays
+// for a tool's schemas before its first question, the top-level shape is
+// what a host checks a result by, and the tool's description says how to
+// read the rest.
 JSON timesheetOutputSchema() {
-    const auto named = [](const char* key) { return objectRequiringAll({{key, text()}, {"seconds", integer()}}); };
-    const JSON span = objectRequiringAll({
-        {"start_iso", text()},
-        {"end_iso", text()},
-        {"seconds", integer()},
-        {"observation_count", integer()},
-        {"description", text()},
-    });
-    const JSON category = objectRequiringAll({
-        {"name", text()},
-        {"seconds", integer()},
-        {"share", number()},
-        {"observation_count", integer()},
-        {"days", arrayOf(objectRequiringAll({{"date", text()}, {"seconds", integer()}}))},
-        {"spans", arrayOf(span)},
-    });
-    const JSON suggestions = objectRequiringAll({
-        {"applications", arrayOf(named("name"))},
-        {"entities", arrayOf(objectRequiringAll({{"kind", text()}, {"value", text()}, {"seconds", integer()}}))},
-        {"terms", arrayOf(named("term"))},
-    });
-    const JSON day = objectRequiringAll({
-        {"date", text()},
-        {"active_seconds", integer()},
-        {"categories", arrayOf(named("name"))},
-        {"uncategorized_seconds", integer()},
-    });
-    const JSON coverage = objectRequiringAll({
-        {"frames", integer()},
-        {"analyzed_frames", integer()},
-        {"pending_frames", integer()},
-        {"failed_frames", integer()},
-        {"observations", integer()},
-        {"gaps", arrayOf(objectRequiringAll({{"from_iso", text()}, {"to_iso", text()}}))},
-        {"verdict", nullable(text())},
-    });
-    return envelope(
-        objectRequiringAll({
-            {"active_seconds", integer()},
-            {"observation_count", integer()},
-            {"categories", arrayOf(category)},
-            {"uncategorized", objectRequiringAll({
-                                  {"seconds", integer()},
-                                  {"share", number()},
-                                  {"observation_count", integer()},
-                                  {"spans", arrayOf(span)},
-                                  {"suggestions", suggestions},
-                              })},
-            {"days", arrayOf(day)},
-            {"coverage", coverage},
-        }),
-        objectRequiringAll({
-            {"query", objectRequiringAll({
-                          {"preset", text()},
-                          {"from", text()},
-                          {"to", text()},
-                          {"idle_seconds", number()},
-                          {"week_start", nullable(text())},
-                          {"categories", arrayOf(objectRequiringAll({{"name", text()}, {"rules", arrayOf(text())}}))},
-                          {"max_chars", nullable(integer())},
-                      })},
-            {"truncated", boolean()},
-            {"omitted", objectRequiringAll({{"spans", integer()},
-                                            {"applications", integer()},
-                                            {"entities", integer()},
-                                            {"terms", integer()}})},
-            {"timezone", text()},
-            {"current_date", text()},
-            {"current_datetime", text()},
-        }));
+    return envelope(objectRequiringAll({
+                        {"active_seconds", integer()},
+                        {"observation_count", integer()},
+                        {"categories", anyArray()},
+                        {"uncategorized", anyObject()},
+                        {"days", anyArray()},
+                        {"coverage", anyObject()},
+                    }),
+                    anyObject());
 }
 
 JSON statusOutputSchema() {
