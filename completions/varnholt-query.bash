@@ -35,6 +35,10 @@ _varnholt_query() {
             COMPREPLY=($(compgen -W "sessions applications entities days coverage" -- "$cur"))
             return 0
             ;;
+        --format)
+            COMPREPLY=($(compgen -W "json html" -- "$cur"))
+            return 0
+            ;;
         --limit | --from | --to | --app | --max-chars | --match | --entity)
             return 0
             ;;
@@ -73,7 +77,7 @@ _varnholt_query() {
         search) flags="--app --since --from --to --latest --limit --compact --full --images --collapse" ;;
         entities) flags="--since --kind --limit --json" ;;
         # summary refuses flags it does not know.
-        summary) flags="--since --from --to --week-start --match --app --entity --only --idle --kind --limit --max-chars --json" ;;
+        summary) flags="--since --from --to --week-start --match --app --entity --only --idle --kind --limit --max-chars --format --json" ;;
         status | support-context | top) flags="--json" ;;
         *) flags="" ;;
     esac

@@ -38,6 +38,7 @@ complete -c varnholt-query -n "__fish_seen_subcommand_from summary" -l match -x 
 complete -c varnholt-query -n "__fish_seen_subcommand_from summary" -l entity -x -d "Only observations naming [kind=]value"
 complete -c varnholt-query -n "__fish_seen_subcommand_from summary" -l week-start -x -a "monday tuesday wednesday thursday friday saturday sunday" -d "First day of the week"
 complete -c varnholt-query -n "__fish_seen_subcommand_from summary" -l only -x -a "sessions applications entities days coverage" -d "Only these sections"
+complete -c varnholt-query -n "__fish_seen_subcommand_from summary" -l format -x -a "json html" -d "JSON, or a page for a browser"
 complete -c varnholt-query -n "__fish_seen_subcommand_from search" -l compact -d "Omit descriptions"
 complete -c varnholt-query -n "__fish_seen_subcommand_from search" -l full -d "Include descriptions"
 complete -c varnholt-query -n "__fish_seen_subcommand_from recent search entities summary" -l since -x -a "30m 1h 2h 4h 1d 2d 1w" -d "Time window"

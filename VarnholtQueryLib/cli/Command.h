@@ -8,6 +8,11 @@
 
 namespace VarnholtQueryLib {
 
+// How an answer is printed: the JSON document, which every command prints
+// and agents read, or the time view with the document in it, for a person
+// to open in a browser. The document is the same value either way.
+enum class AnswerFormat { json, html };
+
 // The one thing an invocation asks for, as the parser understands it. Time
 // arguments of `search` are already instants (seconds since 1970 UTC); those
 // of the timeline family travel as text and are converted at dispatch.
@@ -66,6 +71,7 @@ struct Command {
         std::optional<std::string> weekStart;  // "monday" to "sunday"; absent: the locale's
         // The sections asked for, as named; absent: all of them.
         std::optional<std::vector<std::string>> only;
+        AnswerFormat format = AnswerFormat::json;
 
         bool operator==(const Summary&) const = default;
     };

@@ -94,6 +94,9 @@ public:
     // "--only takes a comma-separated list of ...".
     void only(const std::string& list);
     void only(const std::vector<std::string>& sections);
+    // How the answer is printed: "json" or "html". Throws "--format must be
+    // json or html, not '<word>'.".
+    void format(const std::string& word);
 
     // The summary: today unless a period, a duration or both range ends were
     // given. Throws invalidTimeRange when more than one of those was given,

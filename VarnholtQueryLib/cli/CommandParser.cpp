@@ -81,7 +81,8 @@ Command parseSearch(const std::vector<std::string>& args, bool compact,
 bool summaryFlagTakesValue(const std::string& flag) {
     return flag == "--since" || flag == "--from" || flag == "--to" || flag == "--idle" ||
            flag == "--kind" || flag == "--limit" || flag == "--max-chars" || flag == "--match" ||
-           flag == "--app" || flag == "--entity" || flag == "--week-start" || flag == "--only";
+           flag == "--app" || flag == "--entity" || flag == "--week-start" || flag == "--only" ||
+           flag == "--format";
 }
 
 // A summary takes its words in order, before and after "summary": at most
@@ -105,7 +106,7 @@ Command parseSummary(const std::vector<std::string>& args) {
                     "'. Usage: summary [today|yesterday|this-week|last-week|this-month|last-month|"
                     "last-active-day] [--since <duration>] [--from <date> --to <date>] [--week-start <day>] "
                     "[--match <words>] [--app <name>] [--entity [<kind>=]<value>] [--only <sections>] "
-                    "[--idle <duration>] [--kind <kind>] [--limit N] [--max-chars N]");
+                    "[--idle <duration>] [--kind <kind>] [--limit N] [--max-chars N] [--format json|html]");
             }
             summary.preset(argument);
             presetGiven = true;
@@ -139,8 +140,10 @@ Command parseSummary(const std::vector<std::string>& args) {
             summary.entity(value);
         } else if (argument == "--week-start") {
             summary.weekStart(value);
-        } else {  // --only
+        } else if (argument == "--only") {
             summary.only(value);
+        } else {  // --format
+            summary.format(value);
         }
     }
     return {summary.build()};

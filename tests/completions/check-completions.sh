@@ -83,9 +83,10 @@ for shell in "${shells[@]}"; do
   expect "$shell" "varnholt-query entities --" "--help --json --kind --limit --since --version"
   expect "$shell" "varnholt-query status --" "--help --json --version"
   expect "$shell" "varnholt-query summary --" \
-    "--app --entity --from --help --idle --json --kind --limit --match --max-chars --only --since --to --version --week-start"
+    "--app --entity --format --from --help --idle --json --kind --limit --match --max-chars --only --since --to --version --week-start"
   expect "$shell" "varnholt-query summary this-week --" \
-    "--app --entity --from --help --idle --json --kind --limit --match --max-chars --only --since --to --version --week-start"
+    "--app --entity --format --from --help --idle --json --kind --limit --match --max-chars --only --since --to --version --week-start"
+  expect "$shell" "varnholt-query summary --format " "html json"
   expect "$shell" "varnholt-query summary " \
     "last-active-day last-month last-week this-month this-week today yesterday"
   # A flag's value is no period (fish does not tell values from words).

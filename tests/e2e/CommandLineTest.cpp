@@ -48,6 +48,7 @@ const std::string kHelpText =
     "  --entity [kind=]value Summary of the observations naming this entity\n"
     "  --week-start <day>    First day of this-week and last-week (summary; monday..sunday)\n"
     "  --only <sections>     Summary sections: sessions,applications,entities,days,coverage\n"
+    "  --format json|html    summary as JSON (default), or as a page for a browser\n"
     "  --compact             Omit description and topics fields\n"
     "  --full                Include description and topics fields\n"
     "  --collapse            Deduplicate search results by description\n"
@@ -70,7 +71,7 @@ const std::string kCommandList = R"({
     {"name": "range", "args": ["--from", "--to"], "flags": ["--from", "--to", "--json", "--compact", "--full", "--limit"]},
     {"name": "search", "args": ["keyword"], "flags": ["--since", "--app", "--from", "--to", "--latest", "--limit", "--compact", "--images", "--collapse"]},
     {"name": "entities", "args": [], "flags": ["--since", "--kind", "--limit"]},
-    {"name": "summary", "args": [], "flags": ["--since", "--from", "--to", "--week-start", "--match", "--app", "--entity", "--only", "--idle", "--kind", "--limit", "--max-chars", "--json"]},
+    {"name": "summary", "args": [], "flags": ["--since", "--from", "--to", "--week-start", "--match", "--app", "--entity", "--only", "--idle", "--kind", "--limit", "--max-chars", "--format", "--json"]},
     {"name": "status", "args": [], "flags": ["--json"]},
     {"name": "top", "args": [], "flags": []}
   ]
