@@ -82,7 +82,8 @@ Command parseSearch(const std::vector<std::string>& args, bool compact,
 bool summaryFlagTakesValue(const std::string& flag) {
     return flag == "--since" || flag == "--from" || flag == "--to" || flag == "--idle" ||
            flag == "--kind" || flag == "--limit" || flag == "--max-chars" || flag == "--match" ||
-           flag == "--app" || flag == "--entity" || flag == "--week-start" || flag == "--only" || flag == "--format";
+           flag == "--app" || flag == "--entity" || flag == "--week-start" || flag == "--only" ||
+           flag == "--format";
 }
 
 // A summary takes its words in order, before and after "summary": at most
