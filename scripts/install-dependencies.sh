@@ -31,6 +31,9 @@ packages=(
   # The manual pages, the shell completions and the Debian package, and
   # their tests; Ruby for the test of the Homebrew formula.
   groff-base man-db bash-completion zsh fish dpkg-dev file lintian ruby
+  # The sources of the locales, from which the tests generate one with a
+  # decimal comma in the build tree.
+  locales
 )
 
 missing=()
