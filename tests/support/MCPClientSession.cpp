@@ -1,5 +1,7 @@
 #include "MCPClientSession.h"
 
+#include "TestPrograms.h"
+
 #include <gtest/gtest.h>
 
 namespace VarnholtTestSupport {
@@ -19,7 +21,7 @@ const char* nameOf(MCPEra era) { return era == MCPEra::handshake ? "handshake" :
 
 MCPClientSession::MCPClientSession(const TemporaryHome& home, const InvocationOptions& options,
                                    MCPEra era)
-    : process_(VARNHOLT_MCP_BINARY, {}, home.environment(options)), era_(era) {
+    : process_(kMCPBinary, {}, home.environment(options)), era_(era) {
     if (era_ == MCPEra::stateless) return;
     const json reply = request("initialize", {{"protocolVersion", "2025-06-18"},
                                               {"capabilities", json::object()},
