@@ -32,12 +32,15 @@ jobs="$(getconf _NPROCESSORS_ONLN)"
 started=$SECONDS
 timings=()
 
-# Runs a command and notes how long it took, for the summary at the end.
+# Runs a command and notes how long it took, and whether it failed, for the
+# summary at the end; a failure still ends the run.
 timed() {
-  local what="$1" start=$SECONDS
+  local what="$1" start=$SECONDS status=0
   shift
-  "$@"
+  "$@" || status=$?
+  [ $status -eq 0 ] || what="$what (failed, exit status $status)"
   timings+=("$(printf '%5d s  %s' $((SECONDS - start)) "$what")")
+  return $status
 }
 
 summary() {
