@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -11,7 +12,9 @@ namespace VarnholtQueryLib::MCP {
 
 // Answers every recipe in Berlin at a fixed instant without a database: the
 // document is {"command": <what the recipe built>}, so a test sees which
-// command a resource or prompt stands for. Remembers what it was asked.
+// command a tool call, resource or prompt stands for, and a recipe that
+// throws CLIError is answered with {"error": <its message>} as a failure.
+// Remembers what it was asked.
 class FakeDocumentSource final : public DocumentSource {
 public:
     // Wednesday 1 April 2026, 12:00 in Berlin.
@@ -22,6 +25,7 @@ public:
         try {
             const Command command = recipe(calendar, kNow);
             commands.push_back(command);
+            if (fixedAnswer) return *fixedAnswer;
             return {JSON{{"command", describe(command)}}, false};
         } catch (const CLIError& error) {
             return {JSON{{"error", error.message()}}, true};
@@ -40,6 +44,9 @@ public:
     // A readable form of the commands the resources and prompts build.
     static std::string describe(const Command& command) {
         if (std::holds_alternative<Command::Status>(command.value)) return "status";
+        if (std::holds_alternative<Command::SupportContext>(command.value)) return "support_context";
+        if (std::holds_alternative<Command::Entities>(command.value)) return "entities";
+        if (const auto* search = std::get_if<Command::Search>(&command.value)) return "search " + search->keyword;
         if (const auto* recent = std::get_if<Command::Recent>(&command.value)) {
             if (recent->preset && *recent->preset != "range") return *recent->preset;
             return "range " + recent->rangeFrom.value_or("-") + " " + recent->rangeTo.value_or("-");
@@ -54,7 +61,16 @@ public:
         return "other";
     }
 
+    // The commands the recipes built, described.
+    std::vector<std::string> described() const {
+        std::vector<std::string> descriptions;
+        for (const Command& command : commands) descriptions.push_back(describe(command));
+        return descriptions;
+    }
+
     std::vector<std::string> active = {"2026-04-01", "2026-03-31", "2026-03-27"};
+    // When set, the answer to every recipe that builds its command.
+    std::optional<ToolAnswer> fixedAnswer;
     mutable std::vector<Command> commands;
     mutable std::vector<std::size_t> askedDays;
 };
