@@ -3,11 +3,13 @@
 // in 'auto' mode (it probes with server/discover and chooses) and pinned to
 // the stateless revision 2026-07-28. Each lists and calls every tool, lists
 // and reads the resources and templates, completes a date, and lists and gets
-// every prompt, and every document is checked against varnholt-query: the
-// text must be varnholt-query's standard output for the equivalent command
-// line, byte for byte, and so must the structured content once written by
-// varnholt-query's own writer (varnholt-rewrite-json). The SDKs themselves
-// check each structured answer against the tool's output schema.
+// every prompt, and every document is checked against varnholt-query: a tool
+// result's text must be varnholt-query's standard output for the equivalent
+// command line written compactly on one line, byte for byte, and its
+// structured content that document once written by varnholt-query's own
+// writer (varnholt-rewrite-json, with --compact for the one-line form); a
+// resource's text is the standard output itself. The SDKs themselves check
+// each structured answer against the tool's output schema.
 //
 // Usage: node client-test.mjs <varnholt-mcp> <varnholt-query> <varnholt-sample-db> <varnholt-rewrite-json>
 // Everything happens in temporary homes (nss_wrapper), under a frozen clock
@@ -95,6 +97,9 @@ function run(program, args, env, input) {
   return result;
 }
 
+// A document as a tool result's text carries it: one line, by varnholt-query's writer.
+const compactly = (text) => run(rewriteBinary, ['--compact'], {}, text).stdout;
+
 // The recorder's files: ten days of synthetic activity ending half an hour
 // ago, its logs, and a report of a failed analysis bridge.
 function furnish({ home, env }) {
@@ -153,7 +158,9 @@ async function compareWithCommandLine(client, env, tool, args, commandLine) {
   check(result.isError === (expected.status === 1), `${label}: isError ${result.isError}, exit status ${expected.status}`);
   check(result.content.length === 1 && result.content[0].type === 'text', `${label}: one text content item`);
   const text = result.content[0]?.text;
-  check(text === expected.stdout, `${label}: text content differs, ${firstDifference(text, expected.stdout)}`);
+  const expectedText = compactly(expected.stdout);
+  check(expectedText.length > 0 && !expectedText.includes('\n'), `${label}: the command line's document on one line`);
+  check(text === expectedText, `${label}: text content differs, ${firstDifference(text, expectedText)}`);
   check(result.structuredContent !== undefined, `${label}: no structured content`);
   const rewritten = run(rewriteBinary, [], {}, JSON.stringify(result.structuredContent));
   check(rewritten.stdout === expected.stdout,
@@ -169,8 +176,8 @@ async function expectToolError(client, tool, args, code, message) {
   const error = result.structuredContent?.error;
   check(error?.code === code, `${label}: code ${error?.code}, want ${code}`);
   check(error?.message === message, `${label}: message ${JSON.stringify(error?.message)}`);
-  const rewritten = run(rewriteBinary, [], {}, JSON.stringify(result.structuredContent));
-  check(result.content[0].text === rewritten.stdout, `${label}: text and structured content differ`);
+  check(result.content[0].text === compactly(JSON.stringify(result.structuredContent)),
+    `${label}: text and structured content differ`);
 }
 
 async function expectProtocolError(promise, code, what) {
