@@ -64,6 +64,9 @@ JSON searchInput() {
                              "(a description with any of them matches; the best matches rank "
                              "first), or SQLite FTS5 syntax such as \"exact phrase\", AND, OR, "
                              "NOT or prefix*.")},
+            {"all_words", withDefault(boolean("Every word and every quoted phrase must occur; nothing "
+                                              "is read as FTS5 syntax."),
+                                      false)},
             {"app", text("Only observations whose visible applications include this name "
                          "(whole name, any case), e.g. Slack.")},
             {"since", text(std::string(kDuration) + " The from and to arguments override its ends.")},
@@ -145,7 +148,7 @@ std::vector<ToolDefinition> makeCatalog() {
         {"search", "Search work memory",
          "Finds the moments of the user's screen activity whose description matches a keyword, "
          "best ranked first or newest first (latest), optionally within an application and a "
-         "time window.",
+         "time window; for a moment the user remembers, use all_words with latest.",
          searchInput(), searchOutputSchema()},
         {"entities", "Entities seen",
          "Counts the apps, people, companies, projects, websites, languages, tools and frameworks "

@@ -111,9 +111,31 @@ TEST_F(BothFrontEndsTest, AKeywordOfAHundredThousandBytesIsSearched) {
     const json printed = commandLine({"search", keyword, "--limit", "3"});
     EXPECT_EQ(printed["ok"], true) << errorOf(printed);
     EXPECT_EQ(printed["meta"]["returned_results"], 3);
+    // Every one of its words required: no row has them all.
+    const json everyWord = commandLine({"search", keyword, "--all-words"});
+    EXPECT_EQ(everyWord["ok"], true) << errorOf(everyWord);
+    EXPECT_EQ(everyWord["meta"]["returned_results"], 0);
     for (const MCPEra era : {MCPEra::handshake, MCPEra::stateless}) {
         MCPClientSession server(home_, frozen(), era);
-        EXPECT_EQ(toolCall(server, "search", {{"keyword", keyword}, {"limit", 3}}), printed) << nameOf(era);
+        EXPECT_EQ(jsonValueDifference(toolCall(server, "search", {{"keyword", keyword}, {"limit", 3}}), printed), "") << nameOf(era);
+        EXPECT_EQ(jsonValueDifference(toolCall(server, "search", {{"keyword", keyword}, {"all_words", true}}), everyWord),
+                  "")
+            << nameOf(era);
+    }
+}
+
+TEST_F(BothFrontEndsTest, AllWordsAsksTheSameOfBothFrontEnds) {
+    // Any word: every invoice; every word: the one invoice numbered 7.
+    EXPECT_EQ(commandLine({"search", "invoice 7"})["meta"]["returned_results"], 50);
+    const json seventh = commandLine({"search", "invoice 7", "--all-words"});
+    ASSERT_EQ(seventh["meta"]["returned_results"], 1) << seventh.dump();
+    EXPECT_EQ(seventh["data"]["results"][0]["observation_id"], "O-007");
+    EXPECT_EQ(seventh["meta"]["query"]["all_words"], true);
+    for (const MCPEra era : {MCPEra::handshake, MCPEra::stateless}) {
+        MCPClientSession server(home_, frozen(), era);
+        EXPECT_EQ(jsonValueDifference(toolCall(server, "search", {{"keyword", "invoice 7"}, {"all_words", true}}), seventh),
+                  "")
+            << nameOf(era);
     }
 }
 

@@ -104,6 +104,8 @@ TEST(MCPServerTest, EveryToolAnswersWithTheCommandLinesValue) {
         {{"timeline", {{"from", "2026-03-30"}, {"to", "2026-03-31"}, {"compact", true}}},
          {"range", "--from", "2026-03-30", "--to", "2026-03-31", "--compact"}},
         {{"search", {{"keyword", "tests"}, {"limit", 5}, {"collapse", true}}}, {"search", "tests", "--limit", "5", "--collapse"}},
+        {{"search", {{"keyword", "tests review"}, {"all_words", true}, {"latest", true}}},
+         {"search", "tests review", "--all-words", "--latest"}},
         {{"search", json::object()}, {"search"}},
         {{"entities", {{"kind", "app"}, {"limit", 4}}}, {"entities", "--kind", "app", "--limit", "4"}},
         {{"summary", json::object()}, {"summary", "--max-chars", "24000"}},

@@ -293,6 +293,9 @@ const kCalls = [
   ['search', { keyword: 'zzzunmatched' }, ['search', 'zzzunmatched']],
   ['search', {}, ['search']],
   ['search', { keyword: 'a AND' }, ['search', 'a AND']],
+  ['search', { keyword: 'review tests', all_words: true, latest: true }, ['search', 'review tests', '--all-words', '--latest']],
+  ['search', { keyword: '"unit tests" NOT OR', all_words: true, since: '1w' },
+    ['search', '"unit tests" NOT OR', '--all-words', '--since', '1w']],
   ['search', { keyword: 'x', from: '2026-04-08', to: '2026-04-07' }, ['search', 'x', '--from', '2026-04-08', '--to', '2026-04-07']],
   ['search', { keyword: 'x', since: 'h' }, ['search', 'x', '--since', 'h']],
   ['entities', {}, ['entities']],
@@ -377,7 +380,7 @@ async function exerciseClient(clientKind, recorder, empty, expectedDays) {
     'Use only one of preset, since, or from and to.');
   await expectToolError(client, 'timeline', { preset: 'range' }, 'INVALID_TIME_RANGE', "Unknown preset 'range'.");
   await expectToolError(client, 'search', { keyword: 'x', query: 'y' }, 'UNKNOWN_ERROR',
-    "Unknown argument 'query'. Arguments: app, collapse, compact, from, images, keyword, latest, limit, since, to.");
+    "Unknown argument 'query'. Arguments: all_words, app, collapse, compact, from, images, keyword, latest, limit, since, to.");
   await expectToolError(client, 'search', { keyword: 5 }, 'UNKNOWN_ERROR', "Argument 'keyword' must be a string.");
   await expectToolError(client, 'entities', { limit: '5' }, 'UNKNOWN_ERROR', "Argument 'limit' must be an integer.");
   await expectToolError(client, 'status', { verbose: true }, 'UNKNOWN_ERROR', "Unknown argument 'verbose'. Arguments: none.");

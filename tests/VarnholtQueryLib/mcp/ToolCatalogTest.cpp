@@ -37,8 +37,8 @@ TEST(ToolCatalogTest, InputSchemasDeclareEveryArgument) {
               "compact:boolean from:string images:boolean limit:integer preset:string since:string "
               "to:string required:[]");
     EXPECT_EQ(argumentsOf("search"),
-              "app:string collapse:boolean compact:boolean from:string images:boolean keyword:string "
-              "latest:boolean limit:integer since:string to:string required:[\"keyword\"]");
+              "all_words:boolean app:string collapse:boolean compact:boolean from:string images:boolean "
+              "keyword:string latest:boolean limit:integer since:string to:string required:[\"keyword\"]");
     EXPECT_EQ(argumentsOf("entities"), "kind:string limit:integer since:string required:[]");
     EXPECT_EQ(argumentsOf("summary"),
               "from:string idle:string kind:string limit:integer max_chars:integer preset:string since:string "
@@ -97,6 +97,13 @@ TEST(ToolCatalogTest, EachToolSaysWhatItAnswersInOneSentence) {
         EXPECT_EQ(description.find(". "), std::string::npos) << tool.name;
         EXPECT_FALSE(tool.title.empty()) << tool.name;
     }
+}
+
+// A model that remembers a moment must learn from the list how to find it.
+TEST(ToolCatalogTest, SearchRecommendsAllWordsForARememberedMoment) {
+    const std::string& search = findTool("search")->description;
+    EXPECT_NE(search.find("remembers, use all_words with latest"), std::string::npos) << search;
+    EXPECT_EQ(findTool("search")->inputSchema["properties"]["all_words"]["type"], "boolean");
 }
 
 TEST(ToolCatalogTest, ListingFollowsTheRevision) {
