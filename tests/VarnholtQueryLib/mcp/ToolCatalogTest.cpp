@@ -88,13 +88,16 @@ TEST(ToolCatalogTest, TheTimelineSendsWholeDaysAndWeeksToSummary) {
     EXPECT_NE(findTool("summary")->description.find("max_chars"), std::string::npos);
 }
 
-TEST(ToolCatalogTest, EachToolSaysWhatItAnswersInOneSentence) {
+TEST(ToolCatalogTest, EachToolSaysWhatItAnswersInASentenceOrTwo) {
     for (const ToolDefinition& tool : toolCatalog()) {
         const std::string& description = tool.description;
         EXPECT_FALSE(description.empty()) << tool.name;
         EXPECT_EQ(description.back(), '.') << tool.name;
-        // One sentence: no full stop followed by a space before the end.
-        EXPECT_EQ(description.find(". "), std::string::npos) << tool.name;
+        // At most two sentences: at most one full stop followed by a space.
+        const std::size_t firstStop = description.find(". ");
+        if (firstStop != std::string::npos) {
+            EXPECT_EQ(description.find(". ", firstStop + 1), std::string::npos) << tool.name;
+        }
         EXPECT_FALSE(tool.title.empty()) << tool.name;
     }
 }
@@ -119,11 +122,15 @@ TEST(ToolCatalogTest, ListingFollowsTheRevision) {
               "annotations description inputSchema name outputSchema title ");
     EXPECT_EQ(keysOfFirst(ProtocolRevision::r2025_11_25),
               "annotations description inputSchema name outputSchema title ");
+    EXPECT_EQ(listTools(ProtocolRevision::r2025_03_26)[0]["annotations"]["title"], "Work timeline");
     const JSON tools = listTools(ProtocolRevision::r2025_11_25);
     ASSERT_EQ(tools.size(), 6u);
     for (const JSON& tool : tools) {
         EXPECT_EQ(tool["annotations"]["readOnlyHint"], true);
         EXPECT_EQ(tool["annotations"]["openWorldHint"], false);
+        // The tool's own title says it; annotations repeat it only before
+        // tools had titles.
+        EXPECT_FALSE(tool["annotations"].contains("title"));
         EXPECT_EQ(tool["inputSchema"], findTool(tool["name"])->inputSchema);
     }
 }
