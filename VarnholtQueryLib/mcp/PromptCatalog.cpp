@@ -12,8 +12,15 @@ namespace VarnholtQueryLib::MCP {
 
 namespace {
 
-// Half the span a "what was I doing" prompt shows on each side of its time.
-constexpr double kAroundSeconds = 30 * 60;
+// What a "what was I doing" prompt shows on each side of its time: the
+// summary of half an hour, and the moments of twenty minutes, each with its
+// description (the timeline's entity counts would triple the text and say
+// little the summary does not).
+constexpr double kSummaryAroundSeconds = 15 * 60;
+constexpr double kMomentsAroundSeconds = 10 * 60;
+// The budget of that summary in printed characters; embedded compact, it
+// takes about two thirds of it, and the prompt stays within 20,000.
+constexpr std::int64_t kAroundSummaryMaxChars = 12000;
 
 JSON userText(const std::string& text) {
     return {{"role", "user"}, {"content", {{"type", "text"}, {"text", text}}}};
@@ -66,33 +73,77 @@ PromptMessages timesheet(const DocumentSource& documents, const PromptArguments&
     });
 }
 
+// The document on one line, as a tool result carries it, in a message of
+// its own.
+JSON compactDocumentMessage(const ToolAnswer& answer) {
+    const auto text = serializeCompactJSON(answer.document);
+    return userText(text ? *text : "The document could not be written as JSON text.");
+}
+
+// The moments of a timeline document, one line each: its five minutes and
+// the representative's description. A failed timeline is its error
+// envelope.
+JSON momentsMessage(const ToolAnswer& timeline, const std::string& emptyText) {
+    if (timeline.isError) return compactDocumentMessage(timeline);
+    std::string lines;
+    const JSON moments = timeline.document.value(JSON::json_pointer("/data/moments"), JSON::array());
+    for (const JSON& moment : moments) {
+        lines += moment.value("bucket_start_iso", std::string()) + " to " +
+                 moment.value("bucket_end_iso", std::string()) + ": " +
+                 moment.value(JSON::json_pointer("/representative/vlm_description"), std::string()) + "\n";
+    }
+    return userText(lines.empty() ? emptyText : "The moments, in UTC:\n" + lines);
+}
+
+// The summary of the half hour around `instant` (seconds since 1970 UTC).
+Command summaryAround(double instant) {
+    SummaryCommandBuilder summary;
+    summary.from(formatUTCInternetDateTime(instant - kSummaryAroundSeconds));
+    summary.to(formatUTCInternetDateTime(instant + kSummaryAroundSeconds));
+    summary.maxChars(kAroundSummaryMaxChars);
+    return {summary.build()};
+}
+
+// The timeline of the twenty minutes around `instant`, with descriptions.
+Command momentsAround(double instant) {
+    return {timelineRangeCommand(formatUTCInternetDateTime(instant - kMomentsAroundSeconds),
+                                 formatUTCInternetDateTime(instant + kMomentsAroundSeconds), false,
+                                 std::nullopt)};
+}
+
 PromptMessages whatWasIDoing(const DocumentSource& documents, const PromptArguments& arguments) {
     const std::string time = arguments.at("time");
-    // Checked here rather than left to the command, so that a bad time is
-    // the client's mistake (invalid params) and not a document.
+    // Read in the user's calendar at the moment of the answer. Checked here
+    // rather than left to the command, so that a bad time is the client's
+    // mistake (invalid params) and not a document.
     bool understood = true;
-    const ToolAnswer answer = documents.answer([&](const LocalCalendar& calendar, double) {
-        double instant = 0;
-        try {
-            instant = TimePresets::parseDateInput(calendar, time, "time").instant;
-        } catch (const CLIError&) {
-            understood = false;
-            throw;
-        }
-        return Command{timelineRangeCommand(formatUTCInternetDateTime(instant - kAroundSeconds),
-                                            formatUTCInternetDateTime(instant + kAroundSeconds),
-                                            false, std::nullopt)};
-    });
+    std::optional<double> instant;
+    const auto around = [&](Command (*command)(double)) -> CommandRecipe {
+        return [&, command](const LocalCalendar& calendar, double) {
+            try {
+                instant = TimePresets::parseDateInput(calendar, time, "time").instant;
+            } catch (const CLIError&) {
+                understood = false;
+                throw;
+            }
+            return command(*instant);
+        };
+    };
+    const ToolAnswer summary = documents.answer(around(summaryAround));
     if (!understood) {
         return std::string("time must be an ISO 8601 date-time with zone, a local "
                            "yyyy-MM-ddTHH:mm:ss, or a local yyyy-MM-dd");
     }
+    const ToolAnswer moments = documents.answer(around(momentsAround));
+    const std::string asked = instant ? time + " (" + formatUTCInternetDateTime(*instant) + ")" : time;
     return JSON::array({
-        userText("What was I doing around " + time +
-                 "? Below is my screen activity from half an hour before to half an hour after, "
-                 "as five-minute moments (times in UTC; meta.timezone is my zone). Tell me what I "
-                 "was working on, in which applications, and with whom."),
-        documentMessage(answer),
+        userText("What was I doing around " + asked +
+                 "? Below are the summary of my screen activity from 15 minutes before to 15 minutes "
+                 "after, and what the screen showed in each five-minute moment within ten minutes of "
+                 "it (times in UTC; meta.timezone is my zone). Tell me what I was working on, in which "
+                 "applications, and with whom."),
+        compactDocumentMessage(summary),
+        momentsMessage(moments, "No moments were recorded within ten minutes of " + asked + "."),
     });
 }
 
@@ -113,7 +164,8 @@ const std::vector<PromptDefinition>& promptCatalog() {
            false, true}},
          timesheet},
         {"what-was-i-doing", "What was I doing?",
-         "What the user was doing around a given time, from the hour of screen activity around it.",
+         "What the user was doing around a given time, from the summary of the half hour around it "
+         "and the screen descriptions of the moments within ten minutes of it.",
          {{"time",
            "The moment to look around: an ISO 8601 date-time with zone, or a local "
            "yyyy-MM-ddTHH:mm:ss",

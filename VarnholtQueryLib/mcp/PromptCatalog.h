@@ -20,9 +20,13 @@ namespace VarnholtQueryLib::MCP {
 //   timesheet {week_start?}   the summary of the seven days from week_start
 //                             (default: this week's first day), embedded as
 //                             varnholt://summary/week/WEEK_START
-//   what-was-i-doing {time}   the timeline of the hour around `time`:
-//                             varnholt-query range --from T-30m --to T+30m
-//                             (both ends in UTC, whole seconds)
+//   what-was-i-doing {time}   the summary of the half hour around `time`,
+//                             varnholt-query summary --from T-15m --to T+15m
+//                             --max-chars 12000, as compact JSON (a tool
+//                             result's text); then one line per moment of
+//                             varnholt-query range --from T-10m --to T+10m:
+//                             "START to END: DESCRIPTION" (ends in UTC, whole
+//                             seconds), or that document's error envelope
 
 struct PromptArgumentDefinition {
     std::string name;

@@ -221,15 +221,29 @@ async function compareResource(client, env, uri, commandLine) {
 }
 
 // The prompts with arguments, and for each the documents its messages must
-// embed, as command lines.
+// embed, as command lines; a last word 'compact' means the document as a
+// tool result's text, 'moments' one line per moment, else as printed.
 const kPrompts = [
   ['stand-up', {}, [['summary', '--from', '2026-03-31', '--to', '2026-03-31', '--max-chars', '24000'],
     ['summary', '--max-chars', '24000']]],
   ['timesheet', {}, [['summary', '--from', '2026-03-30', '--to', '2026-04-05', '--max-chars', '24000']]],
   ['timesheet', { week_start: '2026-03-23' }, [['summary', '--from', '2026-03-23', '--to', '2026-03-29', '--max-chars', '24000']]],
   ['what-was-i-doing', { time: '2026-04-01T11:30:00' },
-    [['range', '--from', '2026-04-01T09:00:00Z', '--to', '2026-04-01T10:00:00Z']]],
+    [['summary', '--from', '2026-04-01T09:15:00Z', '--to', '2026-04-01T09:45:00Z', '--max-chars', '12000', 'compact'],
+      ['range', '--from', '2026-04-01T09:20:00Z', '--to', '2026-04-01T09:40:00Z', 'moments']]],
 ];
+
+// The prompts whose result, as the client receives it, fits 20,000 characters.
+const kPromptsWithinTwentyThousand = ['what-was-i-doing'];
+
+// The text a prompt shows for `printed`, the document of a command line.
+function embedded(printed, form) {
+  if (form === 'compact') return compactly(printed);
+  if (form !== 'moments') return printed;
+  const lines = JSON.parse(printed).data.moments.map((moment) =>
+    `${moment.bucket_start_iso} to ${moment.bucket_end_iso}: ${moment.representative.vlm_description}\n`);
+  return `The moments, in UTC:\n${lines.join('')}`;
+}
 
 async function comparePrompt(client, env, name, args, commandLines) {
   const label = `prompt ${name} ${JSON.stringify(args)}`;
@@ -246,10 +260,15 @@ async function comparePrompt(client, env, name, args, commandLines) {
     const { content } = message;
     return content.type === 'resource' ? content.resource.text : content.text;
   });
-  for (const commandLine of commandLines) {
-    const expected = run(queryBinary, commandLine, env).stdout;
-    check(texts.includes(expected), `${label}: no message holds varnholt-query ${commandLine.join(' ')}`);
+  for (const words of commandLines) {
+    const form = ['compact', 'moments'].includes(words.at(-1)) ? words.at(-1) : 'printed';
+    const commandLine = form === 'printed' ? words : words.slice(0, -1);
+    const expected = embedded(run(queryBinary, commandLine, env).stdout, form);
+    check(texts.includes(expected), `${label}: no message holds varnholt-query ${commandLine.join(' ')} (${form})`);
   }
+  const size = JSON.stringify(result).length;
+  if (kPromptsWithinTwentyThousand.includes(name)) check(size <= 20000, `${label}: ${size} characters`);
+  console.log(`[${currentClient}] ${label}: ${size} characters`);
 }
 
 // The days whose timeline has moments, newest first, by the command line.

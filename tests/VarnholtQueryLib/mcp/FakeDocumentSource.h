@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -11,7 +12,8 @@ namespace VarnholtQueryLib::MCP {
 
 // Answers every recipe in Berlin at a fixed instant without a database: the
 // document is {"command": <what the recipe built>}, so a test sees which
-// command a resource or prompt stands for. Remembers what it was asked.
+// command a resource or prompt stands for, unless `answers` holds an answer
+// for that command (by its describe() text). Remembers what it was asked.
 class FakeDocumentSource final : public DocumentSource {
 public:
     // Wednesday 1 April 2026, 12:00 in Berlin.
@@ -22,6 +24,8 @@ public:
         try {
             const Command command = recipe(calendar, kNow);
             commands.push_back(command);
+            const auto given = answers.find(describe(command));
+            if (given != answers.end()) return given->second;
             return {JSON{{"command", describe(command)}}, false};
         } catch (const CLIError& error) {
             return {JSON{{"error", error.message()}}, true};
@@ -54,6 +58,7 @@ public:
         return "other";
     }
 
+    std::map<std::string, ToolAnswer> answers;
     std::vector<std::string> active = {"2026-04-01", "2026-03-31", "2026-03-27"};
     mutable std::vector<Command> commands;
     mutable std::vector<std::size_t> askedDays;

@@ -17,17 +17,43 @@ JSON messagesOf(const std::string& prompt, const PromptArguments& arguments, con
 
 }  // namespace
 
-TEST(PromptCatalogTest, WhatWasIDoingShowsTheHourAroundTheTime) {
-    const FakeDocumentSource documents;
+// The moments of the twenty minutes around 09:10 UTC, as the timeline
+// answers them: entity counts and all.
+const char* const kMomentsAroundTen = R"({"ok":true,"data":{"moments":[
+  {"bucket_start_iso":"2026-04-01T09:00:00Z","bucket_end_iso":"2026-04-01T09:05:00Z","observation_count":3,
+   "entities":[{"count":3,"kind":"app","value":"Xcode"}],
+   "representative":{"applications":["Xcode"],"vlm_description":"Fixing the invoice exporter's rounding"}},
+  {"bucket_start_iso":"2026-04-01T09:15:00Z","bucket_end_iso":"2026-04-01T09:20:00Z","observation_count":1,
+   "entities":[],"representative":{"applications":["Zoom"],"vlm_description":"A call with Ada about the release"}}]}})";
+
+TEST(PromptCatalogTest, WhatWasIDoingSummarisesTheHalfHourAndDescribesTheMomentsAround) {
+    FakeDocumentSource documents;
+    documents.answers["range 2026-04-01T09:00:00Z 2026-04-01T09:20:00Z"] = {JSON::parse(kMomentsAroundTen), false};
     // 11:10 in Berlin (summer time) is 09:10 UTC.
     const JSON messages = messagesOf("what-was-i-doing", {{"time", "2026-04-01T11:10:00"}}, documents);
-    ASSERT_EQ(messages.size(), 2u);
-    EXPECT_EQ(messages[0]["role"], "user");
-    EXPECT_NE(messages[0]["content"]["text"].get<std::string>().find("around 2026-04-01T11:10:00"), std::string::npos);
+    ASSERT_EQ(messages.size(), 3u);
+    for (const JSON& message : messages) EXPECT_EQ(message["role"], "user");
+    EXPECT_NE(messages[0]["content"]["text"].get<std::string>().find("around 2026-04-01T11:10:00 (2026-04-01T09:10:00Z)?"),
+              std::string::npos);
+    // The summary as a tool result's text: one line of JSON.
     EXPECT_EQ(messages[1]["content"],
-              (JSON{{"type", "text"}, {"text", "{\n  \"command\" : \"range 2026-04-01T08:40:00Z 2026-04-01T09:40:00Z\"\n}\n"}}));
-    EXPECT_EQ(messagesOf("what-was-i-doing", {{"time", "2026-04-01T09:10:00Z"}}, documents)[1]["content"]["text"],
-              "{\n  \"command\" : \"range 2026-04-01T08:40:00Z 2026-04-01T09:40:00Z\"\n}\n");
+              (JSON{{"type", "text"}, {"text", R"({"command":"summary 2026-04-01T08:55:00Z 2026-04-01T09:25:00Z max 12000"})"}}));
+    EXPECT_EQ(messages[2]["content"]["text"],
+              "The moments, in UTC:\n"
+              "2026-04-01T09:00:00Z to 2026-04-01T09:05:00Z: Fixing the invoice exporter's rounding\n"
+              "2026-04-01T09:15:00Z to 2026-04-01T09:20:00Z: A call with Ada about the release\n");
+    // A time with its zone is the same instant.
+    EXPECT_EQ(messagesOf("what-was-i-doing", {{"time", "2026-04-01T09:10:00Z"}}, documents)[2], messages[2]);
+}
+
+TEST(PromptCatalogTest, WhatWasIDoingSaysWhenNoMomentWasRecordedOrTheTimelineFailed) {
+    FakeDocumentSource documents;
+    documents.answers["range 2026-04-01T09:00:00Z 2026-04-01T09:20:00Z"] = {JSON::parse(R"({"data":{"moments":[]}})"), false};
+    EXPECT_EQ(messagesOf("what-was-i-doing", {{"time", "2026-04-01T09:10:00Z"}}, documents)[2]["content"]["text"],
+              "No moments were recorded within ten minutes of 2026-04-01T09:10:00Z (2026-04-01T09:10:00Z).");
+    documents.answers["range 2026-04-01T09:00:00Z 2026-04-01T09:20:00Z"] = {JSON{{"ok", false}, {"error", {{"code", "DB_LOCKED"}}}}, true};
+    EXPECT_EQ(messagesOf("what-was-i-doing", {{"time", "2026-04-01T09:10:00Z"}}, documents)[2]["content"]["text"],
+              R"({"error":{"code":"DB_LOCKED"},"ok":false})");
 }
 
 TEST(PromptCatalogTest, AStandUpEmbedsYesterdaysAndTodaysSummaries) {
