@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "search/PIIFilter.h"
+#include "redaction/PIIFilter.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include "cli/ActiveDays.h"
 
 #include "cli/AnswerSnapshot.h"
-#include "cli/TimePresets.h"
+#include "period/TimePresets.h"
 #include "IndexCatalogue.h"
 #include "SQLiteObservationTimeline.h"
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "cli/CommandArguments.h"
-#include "cli/TimePresets.h"
+#include "period/TimePresets.h"
 
 namespace VarnholtQueryLib {
 

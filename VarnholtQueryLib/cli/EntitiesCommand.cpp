@@ -5,9 +5,9 @@
 #include "entities/EntitiesResponse.h"
 #include "entities/EntitiesUseCase.h"
 #include "entities/SQLiteEntityQuery.h"
+#include "period/TimePresets.h"
 #include "IndexCatalogue.h"
 #include "SQLiteReadConnection.h"
-#include "cli/TimePresets.h"
 
 namespace VarnholtQueryLib {
 

@@ -5,7 +5,7 @@
 #include "cli/CommandRunners.h"
 #include "IndexCatalogue.h"
 #include "SQLiteReadConnection.h"
-#include "search/DeduplicationService.h"
+#include "redaction/DeduplicationService.h"
 #include "search/SQLiteObservationSearch.h"
 #include "search/SearchResponse.h"
 #include "search/SearchUseCase.h"

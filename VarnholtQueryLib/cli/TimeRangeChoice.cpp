@@ -1,7 +1,7 @@
 #include "cli/TimeRangeChoice.h"
 
 #include "cli/CommandBuilders.h"
-#include "cli/TimePresets.h"
+#include "period/TimePresets.h"
 #include "platform/LocalCalendar.h"
 #include "platform/PlatformPorts.h"
 #include "status/SQLiteOperationalStatusQuery.h"

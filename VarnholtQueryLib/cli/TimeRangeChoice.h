@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "timeline/TimeRange.h"
+#include "period/TimeRange.h"
 
 namespace VarnholtSQLiteSupport {
 class IndexCatalogue;

@@ -2,10 +2,10 @@
 
 #include "cli/CLIError.h"
 #include "cli/CommandBuilders.h"
-#include "cli/TimePresets.h"
 #include "mcp/CalendarDate.h"
 #include "mcp/DocumentContent.h"
 #include "mcp/ResourceCatalog.h"
+#include "period/TimePresets.h"
 #include "platform/LocalCalendar.h"
 
 namespace VarnholtQueryLib::MCP {

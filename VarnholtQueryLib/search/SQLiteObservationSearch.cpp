@@ -5,11 +5,11 @@
 #include <functional>
 #include <limits>
 #include <optional>
-
-#include <nlohmann/json.hpp>
+#include <utility>
 
 #include "LiteralFallback.h"
 #include "NamedParameters.h"
+#include "ObservationEntities.h"
 #include "QueryPlan.h"
 #include "ReadSnapshot.h"
 #include "ScatteredReads.h"
@@ -69,24 +69,13 @@ constexpr const char* kUpperBoundCondition =
 constexpr const char* kRelevanceOrder = "bm25(observations_fts) ASC, frame_timestamp DESC";
 constexpr const char* kNewestFirstOrder = "frame_timestamp DESC";
 
-// The entity list of one row from its json_group_array text. Anything that
-// is not an array of objects gives no entities; an object without string
-// "kind" and "value" members is skipped. Never throws: a damaged entity row
-// must not cost the user the observation itself.
+// The entity list of one row from its json_group_array text, read as the
+// timeline and summary read theirs (parseEntities): never throws, since a
+// damaged entity row must not cost the user the observation itself.
 std::vector<SearchResultEntity> decodeEntities(const std::optional<std::string>& text) {
     std::vector<SearchResultEntity> entities;
-    if (!text) return entities;
-    const nlohmann::json parsed = nlohmann::json::parse(*text, nullptr, /*allow_exceptions=*/false);
-    if (parsed.is_discarded() || !parsed.is_array()) return entities;
-    for (const auto& element : parsed) {
-        if (!element.is_object()) return {};
-    }
-    for (const auto& element : parsed) {
-        const auto kind = element.find("kind");
-        const auto value = element.find("value");
-        if (kind == element.end() || value == element.end()) continue;
-        if (!kind->is_string() || !value->is_string()) continue;
-        entities.push_back({kind->get<std::string>(), value->get<std::string>()});
+    for (auto& [kind, value] : RecentWorkTimelineCore::parseEntities(text)) {
+        entities.push_back({std::move(kind), std::move(value)});
     }
     return entities;
 }

@@ -1,8 +1,8 @@
 #include "search/SearchResponse.h"
 
-#include "search/DeduplicationService.h"
 #include "platform/LocalCalendar.h"
-#include "search/PIIFilter.h"
+#include "redaction/DeduplicationService.h"
+#include "redaction/PIIFilter.h"
 
 namespace VarnholtQueryLib {
 

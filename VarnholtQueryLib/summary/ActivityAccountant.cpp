@@ -8,7 +8,7 @@
 
 #include "MomentBuckets.h"
 #include "platform/LocalCalendar.h"
-#include "search/DeduplicationService.h"
+#include "redaction/DeduplicationService.h"
 
 namespace VarnholtQueryLib {
 

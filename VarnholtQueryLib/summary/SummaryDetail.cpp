@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "search/PIIFilter.h"
+#include "redaction/PIIFilter.h"
 
 namespace VarnholtQueryLib {
 

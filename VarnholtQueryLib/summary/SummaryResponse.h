@@ -5,9 +5,9 @@
 #include <string>
 
 #include "output/JSONWriter.h"
+#include "period/TimeRange.h"
 #include "summary/SummaryDetail.h"
 #include "summary/SummaryUseCase.h"
-#include "timeline/TimeRange.h"
 
 namespace VarnholtQueryLib {
 

@@ -1,7 +1,7 @@
 #include "support_context/SupportContextResponse.h"
 
 #include "platform/LocalCalendar.h"
-#include "search/PIIFilter.h"
+#include "redaction/PIIFilter.h"
 #include "status/StatusResponse.h"
 
 namespace VarnholtQueryLib {

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "search/DeduplicationService.h"
 #include "platform/LocalCalendar.h"
-#include "search/PIIFilter.h"
+#include "redaction/DeduplicationService.h"
+#include "redaction/PIIFilter.h"
 
 namespace VarnholtQueryLib {
 

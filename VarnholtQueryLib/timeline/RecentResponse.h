@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "output/JSONWriter.h"
-#include "timeline/TimeRange.h"
+#include "period/TimeRange.h"
 #include "TimelineMoment.h"
 
 namespace VarnholtQueryLib {

@@ -33,7 +33,7 @@
 #include "StatementLog.h"
 #include "TemporaryDirectory.h"
 #include "platform/LocalCalendar.h"
-#include "search/DeduplicationService.h"
+#include "redaction/DeduplicationService.h"
 #include "summary/SQLiteSummaryQuery.h"
 #include "summary/SummaryUseCase.h"
 

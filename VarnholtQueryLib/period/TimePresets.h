@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "timeline/TimeRange.h"
+#include "period/TimeRange.h"
 
 namespace VarnholtQueryLib {
 

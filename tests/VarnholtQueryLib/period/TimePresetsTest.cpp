@@ -1,4 +1,4 @@
-#include "cli/TimePresets.h"
+#include "period/TimePresets.h"
 
 #include <gtest/gtest.h>
 

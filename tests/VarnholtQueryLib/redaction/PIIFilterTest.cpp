@@ -1,4 +1,4 @@
-#include "search/PIIFilter.h"
+#include "redaction/PIIFilter.h"
 
 #include <algorithm>
 #include <memory>

@@ -1,4 +1,4 @@
-#include "cli/TimePresets.h"
+#include "period/TimePresets.h"
 
 #include <unicode/brkiter.h>
 #include <unicode/unistr.h>

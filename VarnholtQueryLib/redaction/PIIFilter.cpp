@@ -1,4 +1,4 @@
-#include "search/PIIFilter.h"
+#include "redaction/PIIFilter.h"
 
 #include <array>
 #include <string_view>

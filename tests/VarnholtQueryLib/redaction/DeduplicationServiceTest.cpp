@@ -1,9 +1,11 @@
-#include "search/DeduplicationService.h"
+#include "redaction/DeduplicationService.h"
 
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
+
+#include "search/ObservationSearchRecords.h"
 
 namespace VarnholtQueryLib {
 namespace {
@@ -143,7 +145,7 @@ TEST(DeduplicationServiceTest, CollapseUsesUnicodeLowerCasing) {
 }
 
 TEST(DeduplicationServiceTest, CollapseOfEmptyListIsEmpty) {
-    EXPECT_TRUE(DeduplicationService::collapseObservations({}).empty());
+    EXPECT_TRUE(DeduplicationService::collapseObservations(std::vector<ObservationSearchResult>{}).empty());
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "search/DeduplicationService.h"
+#include "redaction/DeduplicationService.h"
 
 #include <cstdint>
 #include <unordered_set>
@@ -70,15 +70,8 @@ DeduplicatedList deduplicateApps(const std::vector<std::string>& items) {
     return deduplicate(items, kAppLimit);
 }
 
-std::vector<ObservationSearchResult> collapseObservations(
-    const std::vector<ObservationSearchResult>& results) {
-    std::vector<ObservationSearchResult> kept;
-    std::unordered_set<std::string> seen;
-    for (const ObservationSearchResult& result : results) {
-        const std::string key = utf8(trimmedOfWhiteSpace(lowerCased(result.vlmDescription)));
-        if (seen.insert(key).second) kept.push_back(result);
-    }
-    return kept;
+std::string descriptionKey(const std::string& description) {
+    return utf8(trimmedOfWhiteSpace(lowerCased(description)));
 }
 
 }  // namespace DeduplicationService
