@@ -27,6 +27,10 @@ _varnholt_query() {
             COMPREPLY=($(compgen -W "1m 2m 5m 10m 15m 30m 1h" -- "$cur"))
             return 0
             ;;
+        --format)
+            COMPREPLY=($(compgen -W "json html" -- "$cur"))
+            return 0
+            ;;
         --limit | --from | --to | --app | --max-chars)
             return 0
             ;;
@@ -65,7 +69,7 @@ _varnholt_query() {
         search) flags="--app --since --from --to --latest --limit --compact --full --images --collapse --all-words" ;;
         entities) flags="--since --kind --limit --json" ;;
         # summary refuses flags it does not know.
-        summary) flags="--since --from --to --idle --kind --limit --max-chars --json" ;;
+        summary) flags="--since --from --to --idle --kind --limit --max-chars --format --json" ;;
         status | support-context | top) flags="--json" ;;
         *) flags="" ;;
     esac

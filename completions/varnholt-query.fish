@@ -33,6 +33,7 @@ complete -c varnholt-query -n "$no_command; or __fish_seen_subcommand_from $time
 complete -c varnholt-query -n "__fish_seen_subcommand_from summary; and not __fish_seen_subcommand_from $timeline_commands" -a "$timeline_commands" -d "Period"
 complete -c varnholt-query -n "__fish_seen_subcommand_from summary" -l idle -x -a "1m 2m 5m 10m 15m 30m 1h" -d "Idle gap that ends a session"
 complete -c varnholt-query -n "__fish_seen_subcommand_from summary" -l max-chars -x -d "Longest answer in characters"
+complete -c varnholt-query -n "__fish_seen_subcommand_from summary" -l format -x -a "json html" -d "JSON, or a page for a browser"
 complete -c varnholt-query -n "__fish_seen_subcommand_from search" -l compact -d "Omit descriptions"
 complete -c varnholt-query -n "__fish_seen_subcommand_from search" -l full -d "Include descriptions"
 complete -c varnholt-query -n "__fish_seen_subcommand_from recent search entities summary" -l since -x -a "30m 1h 2h 4h 1d 2d 1w" -d "Time window"

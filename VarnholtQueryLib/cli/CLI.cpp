@@ -18,6 +18,7 @@
 #include "platform/LocalCalendar.h"
 #include "platform/SystemPlatform.h"
 #include "platform/UserHomeDirectory.h"
+#include "view/TimeViewPage.h"
 #include "UTF8Text.h"
 
 namespace VarnholtQueryLib {
@@ -33,9 +34,25 @@ void writeAnswer(const JSON& answer) {
     std::exit(1);
 }
 
+// Writes the time view with `answer` in it, for a person to open in a
+// browser; a page that cannot be written fails the run as an answer does.
+void writePage(const JSON& answer) {
+    const auto page = timeViewPage(answer);
+    if (page) {
+        std::cout << *page;
+        std::cout.flush();
+        if (std::cout) return;
+    } else {
+        std::cerr << "Failed to serialize JSON\n";
+    }
+    confirmOutputWritten();
+    std::exit(1);
+}
+
 // The commands and what they need: help, version and the monitor answer
 // without the database; every other command's answer is a JSON document,
-// except the status report for a person at a terminal.
+// except the status report for a person at a terminal and the summary's
+// page when it is asked for.
 void dispatch(const Command& command, const CommandEnvironment& environment) {
     std::visit(
         Overloaded{
@@ -62,6 +79,16 @@ void dispatch(const Command& command, const CommandEnvironment& environment) {
                 statusData.dbPath = VarnholtText::repairedUTF8(statusData.dbPath);
                 printHumanStatus(statusData, std::cout);
                 std::cout.flush();
+            },
+            [&](const Command::Summary& summary) {
+                // A failure never reaches this point: it is the JSON
+                // envelope and exit status 1, whatever the format.
+                const JSON answer = answerFromDatabase(command, environment);
+                if (summary.format == AnswerFormat::html) {
+                    writePage(answer);
+                } else {
+                    writeAnswer(answer);
+                }
             },
             [&](const auto&) { writeAnswer(answerFromDatabase(command, environment)); },
         },

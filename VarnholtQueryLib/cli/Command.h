@@ -7,6 +7,11 @@
 
 namespace VarnholtQueryLib {
 
+// How an answer is printed: the JSON document, which every command prints
+// and agents read, or the time view with the document in it, for a person
+// to open in a browser. The document is the same value either way.
+enum class AnswerFormat { json, html };
+
 // The one thing an invocation asks for, as the parser understands it. Time
 // arguments of `search` are already instants (seconds since 1970 UTC); those
 // of the timeline family travel as text and are converted at dispatch.
@@ -58,6 +63,7 @@ struct Command {
         std::optional<std::string> kind;    // entities of this kind only
         std::int64_t limit = 10;            // entries of the application and entity lists
         std::optional<std::int64_t> maxChars;  // the budget of the printed answer
+        AnswerFormat format = AnswerFormat::json;
 
         bool operator==(const Summary&) const = default;
     };

@@ -105,6 +105,16 @@ void SummaryCommandBuilder::maxChars(const std::string& text) {
 
 void SummaryCommandBuilder::maxChars(std::int64_t maxChars) { this->maxChars(std::to_string(maxChars)); }
 
+void SummaryCommandBuilder::format(const std::string& word) {
+    if (word == "json") {
+        summary_.format = AnswerFormat::json;
+    } else if (word == "html") {
+        summary_.format = AnswerFormat::html;
+    } else {
+        throw CLIError::invalidTimeRange("--format must be json or html, not '" + word + "'.");
+    }
+}
+
 Command::Summary SummaryCommandBuilder::build() const {
     const int periods = int(summary_.preset.has_value()) + int(since_.has_value()) +
                         int(from_.has_value() || to_.has_value());

@@ -73,6 +73,9 @@ public:
     // above 0, not '<value>'.".
     void maxChars(const std::string& text);
     void maxChars(std::int64_t maxChars);
+    // How the answer is printed: "json" or "html". Throws "--format must be
+    // json or html, not '<word>'.".
+    void format(const std::string& word);
 
     // The summary: today unless a period, a duration or both range ends were
     // given. Throws invalidTimeRange when more than one of those was given,

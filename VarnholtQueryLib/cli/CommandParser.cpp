@@ -81,7 +81,7 @@ Command parseSearch(const std::vector<std::string>& args, bool compact,
 
 bool summaryFlagTakesValue(const std::string& flag) {
     return flag == "--since" || flag == "--from" || flag == "--to" || flag == "--idle" ||
-           flag == "--kind" || flag == "--limit" || flag == "--max-chars";
+           flag == "--kind" || flag == "--limit" || flag == "--max-chars" || flag == "--format";
 }
 
 // A summary takes its words in order, before and after "summary": at most
@@ -104,7 +104,7 @@ Command parseSummary(const std::vector<std::string>& args) {
                     "Unexpected argument '" + argument +
                     "'. Usage: summary [today|yesterday|this-week|last-active-day] [--since <duration>] "
                     "[--from <date> --to <date>] [--idle <duration>] [--kind <kind>] [--limit N] "
-                    "[--max-chars N]");
+                    "[--max-chars N] [--format json|html]");
             }
             summary.preset(argument);
             presetGiven = true;
@@ -128,8 +128,10 @@ Command parseSummary(const std::vector<std::string>& args) {
             summary.kind(value);
         } else if (argument == "--limit") {
             summary.limit(value);
-        } else {  // --max-chars
+        } else if (argument == "--max-chars") {
             summary.maxChars(value);
+        } else {  // --format
+            summary.format(value);
         }
     }
     return {summary.build()};

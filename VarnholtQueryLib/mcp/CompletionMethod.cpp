@@ -48,7 +48,7 @@ std::variant<bool, MethodOutcome> takesDate(const JSON& reference, const std::st
 }  // namespace
 
 MethodOutcome completeMethod(const ServerServices& services, const JSON& params,
-                             ProtocolRevision) {
+                             const RequestTerms&) {
     const auto argument = params.find("argument");
     if (argument == params.end() || !argument->is_object() || !argument->contains("name") ||
         !(*argument)["name"].is_string() || !argument->contains("value") ||

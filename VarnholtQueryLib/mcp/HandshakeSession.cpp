@@ -2,6 +2,7 @@
 
 #include "mcp/MethodTable.h"
 #include "mcp/ServerIdentity.h"
+#include "mcp/TimeViewApp.h"
 
 namespace VarnholtQueryLib::MCP {
 
@@ -31,7 +32,7 @@ Reply HandshakeSession::serve(const IncomingMessage& request, bool inBatch) {
     if (method == "ping") return resultReply(id, JSON::object());
     if (method == "initialize") return initialize(id, params, inBatch);
     if (!revision_) return invalidRequest(id, "the session is not initialized; send initialize first");
-    return replyFor(id, runMethod(*entry, services_, params, *revision_));
+    return replyFor(id, runMethod(*entry, services_, params, RequestTerms(*revision_, appsExtension_)));
 }
 
 Reply HandshakeSession::initialize(const RequestId& id, const JSON& params, bool inBatch) {
@@ -47,9 +48,12 @@ Reply HandshakeSession::initialize(const RequestId& id, const JSON& params, bool
         return invalidParams(id, "clientInfo must be an object with a name and a version");
     }
     revision_ = negotiateRevision(params["protocolVersion"].get<std::string>());
+    appsExtension_ = announcesApps(params["capabilities"]);
+    JSON capabilities = serverCapabilities(*revision_);
+    if (appsExtension_) capabilities = withAppsExtension(std::move(capabilities));
     return resultReply(id, {
                                {"protocolVersion", revisionName(*revision_)},
-                               {"capabilities", serverCapabilities(*revision_)},
+                               {"capabilities", std::move(capabilities)},
                                {"serverInfo", serverInfo(*revision_)},
                                {"instructions", serverInstructions()},
                            });

@@ -12,7 +12,8 @@ namespace VarnholtQueryLib::MCP {
 // sends initialize, and every later request without an envelope is served
 // on the revision agreed there.
 //
-// Answers initialize (agreeing on a revision), ping, and the methods the
+// Answers initialize (agreeing on a revision and taking note of the MCP
+// Apps extension when the client announces it), ping, and the methods the
 // method table gives the handshake era. Errors, and the session goes on:
 //  - a method we do not answer in this era: methodNotFound;
 //  - params that are not an object: invalidParams;
@@ -37,6 +38,9 @@ private:
 
     const ServerServices& services_;
     std::optional<ProtocolRevision> revision_;
+    // Whether initialize announced the MCP Apps extension; it holds for the
+    // whole line, as the revision does.
+    bool appsExtension_ = false;
 };
 
 }  // namespace VarnholtQueryLib::MCP

@@ -4,6 +4,7 @@
 #include <exception>
 
 #include "mcp/ServerIdentity.h"
+#include "mcp/TimeViewApp.h"
 
 namespace VarnholtQueryLib::MCP {
 
@@ -55,9 +56,9 @@ const MethodEntry* findMethod(const std::string& method) {
 }
 
 MethodOutcome runMethod(const MethodEntry& entry, const ServerServices& services,
-                        const JSON& params, ProtocolRevision revision) {
+                        const JSON& params, const RequestTerms& terms) {
     try {
-        return entry.handler(services, params, revision);
+        return entry.handler(services, params, terms);
     } catch (const std::exception& error) {
         return MethodOutcome::failure(ErrorCode::internalError,
                                       std::string("Internal error: ") + error.what());
@@ -75,10 +76,12 @@ std::optional<MethodOutcome> refuseForeignCursor(const JSON& params) {
     return MethodOutcome::invalidParams("unknown cursor");
 }
 
-MethodOutcome discoverServer(const ServerServices&, const JSON&, ProtocolRevision revision) {
+MethodOutcome discoverServer(const ServerServices&, const JSON&, const RequestTerms& terms) {
+    JSON capabilities = serverCapabilities(terms.revision);
+    if (terms.appsExtension) capabilities = withAppsExtension(std::move(capabilities));
     return MethodOutcome::success({
         {"supportedVersions", servedRevisionNames()},
-        {"capabilities", serverCapabilities(revision)},
+        {"capabilities", std::move(capabilities)},
         {"instructions", serverInstructions()},
     });
 }

@@ -23,12 +23,24 @@ struct MethodOutcome {
     static MethodOutcome invalidParams(const std::string& why);
 };
 
+// What a request is served on: the revision agreed by handshake or named by
+// its envelope, which decides the shape of what it answers, and whether the
+// client announced the MCP Apps extension (in initialize, or in this
+// request's envelope), which adds the time view. A revision alone means no
+// extension.
+struct RequestTerms {
+    // Implicit, so that a revision alone reads as terms without extensions.
+    RequestTerms(ProtocolRevision revision, bool appsExtension = false)
+        : revision(revision), appsExtension(appsExtension) {}
+
+    ProtocolRevision revision;
+    bool appsExtension;
+};
+
 // Answers one request of a method. `params` is an object (absent params
-// arrive as an empty one); `revision` is the one the request is served in,
-// agreed by handshake or named by its envelope, and decides the shape of
-// what it answers. Never throws for anything a client can send.
+// arrive as an empty one). Never throws for anything a client can send.
 using MethodHandler = MethodOutcome (*)(const ServerServices& services, const JSON& params,
-                                        ProtocolRevision revision);
+                                        const RequestTerms& terms);
 
 // How long a client may keep a stateless result, and whether it may share it
 // with other users of the same server.
@@ -54,21 +66,21 @@ const MethodEntry* findMethod(const std::string& method);
 // Runs `entry`'s handler; an exception escaping it (which no client input
 // should cause) becomes an internal error.
 MethodOutcome runMethod(const MethodEntry& entry, const ServerServices& services,
-                        const JSON& params, ProtocolRevision revision);
+                        const JSON& params, const RequestTerms& terms);
 // The reply carrying `outcome` to the request `id`.
 Reply replyFor(const RequestId& id, MethodOutcome outcome);
 
 // The handlers, each in the source of its subject.
-MethodOutcome discoverServer(const ServerServices&, const JSON& params, ProtocolRevision);
-MethodOutcome listToolsMethod(const ServerServices&, const JSON& params, ProtocolRevision);
-MethodOutcome callToolMethod(const ServerServices&, const JSON& params, ProtocolRevision);
-MethodOutcome listResourcesMethod(const ServerServices&, const JSON& params, ProtocolRevision);
+MethodOutcome discoverServer(const ServerServices&, const JSON& params, const RequestTerms&);
+MethodOutcome listToolsMethod(const ServerServices&, const JSON& params, const RequestTerms&);
+MethodOutcome callToolMethod(const ServerServices&, const JSON& params, const RequestTerms&);
+MethodOutcome listResourcesMethod(const ServerServices&, const JSON& params, const RequestTerms&);
 MethodOutcome listResourceTemplatesMethod(const ServerServices&, const JSON& params,
-                                          ProtocolRevision);
-MethodOutcome readResourceMethod(const ServerServices&, const JSON& params, ProtocolRevision);
-MethodOutcome listPromptsMethod(const ServerServices&, const JSON& params, ProtocolRevision);
-MethodOutcome getPromptMethod(const ServerServices&, const JSON& params, ProtocolRevision);
-MethodOutcome completeMethod(const ServerServices&, const JSON& params, ProtocolRevision);
+                                          const RequestTerms&);
+MethodOutcome readResourceMethod(const ServerServices&, const JSON& params, const RequestTerms&);
+MethodOutcome listPromptsMethod(const ServerServices&, const JSON& params, const RequestTerms&);
+MethodOutcome getPromptMethod(const ServerServices&, const JSON& params, const RequestTerms&);
+MethodOutcome completeMethod(const ServerServices&, const JSON& params, const RequestTerms&);
 
 // For the list methods: none of our lists has a second page, so only the
 // first page may be asked for (no cursor, or a null one); absent when that

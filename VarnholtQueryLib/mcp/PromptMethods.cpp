@@ -37,15 +37,15 @@ std::variant<PromptArguments, std::string> checkedArguments(const PromptDefiniti
 }  // namespace
 
 MethodOutcome listPromptsMethod(const ServerServices&, const JSON& params,
-                                ProtocolRevision revision) {
+                                const RequestTerms& terms) {
     if (auto refused = refuseForeignCursor(params)) return *refused;
     JSON prompts = JSON::array();
-    for (const auto& prompt : promptCatalog()) prompts.push_back(describePrompt(prompt, revision));
+    for (const auto& prompt : promptCatalog()) prompts.push_back(describePrompt(prompt, terms.revision));
     return MethodOutcome::success({{"prompts", std::move(prompts)}});
 }
 
 MethodOutcome getPromptMethod(const ServerServices& services, const JSON& params,
-                              ProtocolRevision) {
+                              const RequestTerms&) {
     if (!params.contains("name") || !params["name"].is_string()) {
         return MethodOutcome::invalidParams("name must be a string");
     }

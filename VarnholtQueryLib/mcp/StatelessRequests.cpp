@@ -3,6 +3,7 @@
 #include "mcp/MethodTable.h"
 #include "mcp/RequestEnvelope.h"
 #include "mcp/ServerIdentity.h"
+#include "mcp/TimeViewApp.h"
 
 namespace VarnholtQueryLib::MCP {
 
@@ -12,14 +13,17 @@ StatelessReply serveStatelessRequest(const ServerServices& services,
     if (const auto* problem = std::get_if<EnvelopeProblem>(&envelope)) {
         return {errorReply(request.id, problem->code, problem->message, problem->data), false};
     }
-    const ProtocolRevision revision = std::get<RequestEnvelope>(envelope).revision;
+    const RequestEnvelope& client = std::get<RequestEnvelope>(envelope);
+    const ProtocolRevision revision = client.revision;
+    // Each request says anew what its client can do; nothing of it is kept.
+    const RequestTerms terms(revision, announcesApps(client.clientCapabilities));
     const MethodEntry* method = findMethod(request.method);
     if (method == nullptr || !method->statelessEra) {
         return {errorReply(request.id, ErrorCode::methodNotFound, "Method not found: " + request.method),
                 true};
     }
 
-    MethodOutcome outcome = runMethod(*method, services, *request.params, revision);
+    MethodOutcome outcome = runMethod(*method, services, *request.params, terms);
     if (!outcome.result) return {replyFor(request.id, std::move(outcome)), true};
 
     JSON& result = *outcome.result;

@@ -23,7 +23,8 @@ struct StatelessReply {
 //    "_meta" and, for the lists, discover and reads, "ttlMs" and
 //    "cacheScope".
 // The server needs no client capability for anything, so no request is ever
-// refused for one the envelope lacks.
+// refused for one the envelope lacks; an envelope announcing the MCP Apps
+// extension adds the time view to what that one request answers.
 StatelessReply serveStatelessRequest(const ServerServices& services,
                                      const IncomingMessage& request);
 

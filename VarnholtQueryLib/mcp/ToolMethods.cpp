@@ -1,20 +1,28 @@
 // tools/list and tools/call, the same in both eras but for the shape each
-// revision gives a tool and its result.
+// revision gives a tool and its result, and the link to the time view for a
+// client that shows MCP Apps.
 
 #include "mcp/DocumentContent.h"
 #include "mcp/MethodTable.h"
+#include "mcp/TimeViewApp.h"
 #include "mcp/ToolCatalog.h"
 
 namespace VarnholtQueryLib::MCP {
 
 MethodOutcome listToolsMethod(const ServerServices&, const JSON& params,
-                              ProtocolRevision revision) {
+                              const RequestTerms& terms) {
     if (auto refused = refuseForeignCursor(params)) return *refused;
-    return MethodOutcome::success({{"tools", listTools(revision)}});
+    JSON tools = listTools(terms.revision);
+    if (terms.appsExtension) {
+        for (JSON& tool : tools) {
+            if (drawnByTimeView(tool["name"].get<std::string>())) linkToTimeView(tool);
+        }
+    }
+    return MethodOutcome::success({{"tools", std::move(tools)}});
 }
 
 MethodOutcome callToolMethod(const ServerServices& services, const JSON& params,
-                             ProtocolRevision revision) {
+                             const RequestTerms& terms) {
     if (!params.contains("name") || !params["name"].is_string()) {
         return MethodOutcome::invalidParams("name must be a string");
     }
@@ -27,7 +35,7 @@ MethodOutcome callToolMethod(const ServerServices& services, const JSON& params,
 
     // A tool that fails is not a protocol error: its error envelope is the
     // result, with isError true.
-    auto result = toolCallResult(services.tools.call(name, arguments), revision);
+    auto result = toolCallResult(services.tools.call(name, arguments), terms.revision);
     if (!result) {
         return MethodOutcome::failure(ErrorCode::internalError,
                                       "Internal error: Failed to serialize JSON");

@@ -84,9 +84,10 @@ for shell in "${shells[@]}"; do
   expect "$shell" "varnholt-query entities --" "--help --json --kind --limit --since --version"
   expect "$shell" "varnholt-query status --" "--help --json --version"
   expect "$shell" "varnholt-query summary --" \
-    "--from --help --idle --json --kind --limit --max-chars --since --to --version"
+    "--format --from --help --idle --json --kind --limit --max-chars --since --to --version"
   expect "$shell" "varnholt-query summary this-week --" \
-    "--from --help --idle --json --kind --limit --max-chars --since --to --version"
+    "--format --from --help --idle --json --kind --limit --max-chars --since --to --version"
+  expect "$shell" "varnholt-query summary --format " "html json"
   expect "$shell" "varnholt-query summary " "last-active-day this-week today yesterday"
   expect "$shell" "varnholt-query summary --idle " "10m 15m 1h 1m 2m 30m 5m"
   expect "$shell" "varnholt-query recent --since " "1d 1h 1w 2d 2h 30m 4h"

@@ -43,6 +43,7 @@ const std::string kHelpText =
     "  --kind <entity_kind>  Filter entities by kind (e.g., programming_language, app)\n"
     "  --idle <duration>     Idle gap that ends a session (summary; 1m to 1h, default 5m)\n"
     "  --max-chars N         Longest answer in characters; summary drops detail to fit\n"
+    "  --format json|html    summary as JSON (default), or as a page for a browser\n"
     "  --compact             Omit description and topics fields\n"
     "  --full                Include description and topics fields\n"
     "  --collapse            Deduplicate search results by description\n"
@@ -66,7 +67,7 @@ const std::string kCommandList = R"({
     {"name": "range", "args": ["--from", "--to"], "flags": ["--from", "--to", "--json", "--compact", "--full", "--limit"]},
     {"name": "search", "args": ["keyword"], "flags": ["--since", "--app", "--from", "--to", "--latest", "--limit", "--compact", "--images", "--collapse", "--all-words"]},
     {"name": "entities", "args": [], "flags": ["--since", "--kind", "--limit"]},
-    {"name": "summary", "args": [], "flags": ["--since", "--from", "--to", "--idle", "--kind", "--limit", "--max-chars", "--json"]},
+    {"name": "summary", "args": [], "flags": ["--since", "--from", "--to", "--idle", "--kind", "--limit", "--max-chars", "--format", "--json"]},
     {"name": "status", "args": [], "flags": ["--json"]},
     {"name": "top", "args": [], "flags": []}
   ]

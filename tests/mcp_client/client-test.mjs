@@ -9,7 +9,9 @@
 // structured content that document once written by varnholt-query's own
 // writer (varnholt-rewrite-json, with --compact for the one-line form); a
 // resource's text is the standard output itself. The SDKs themselves check
-// each structured answer against the tool's output schema.
+// each structured answer against the tool's output schema. Each client
+// connects again announcing the MCP Apps extension, and only then sees the
+// time view and the summary tool's link to it.
 //
 // Usage: node client-test.mjs <varnholt-mcp> <varnholt-query> <varnholt-sample-db> <varnholt-rewrite-json>
 // Everything happens in temporary homes (nss_wrapper), under a frozen clock
@@ -117,27 +119,33 @@ function furnish({ home, env }) {
   }));
 }
 
-// The three clients, each connected to its own server process.
+// The three clients, each connected to its own server process; `capabilities`
+// are the client's own (none unless a check gives some).
 const kClients = [
   { name: 'v1 SDK, handshake', stateless: false, connect: connectV1 },
-  { name: 'v2 client, auto', stateless: true, connect: (env) => connectV2(env, 'auto') },
-  { name: 'v2 client, pinned to 2026-07-28', stateless: true, connect: (env) => connectV2(env, { pin: '2026-07-28' }) },
+  { name: 'v2 client, auto', stateless: true, connect: (env, capabilities) => connectV2(env, 'auto', capabilities) },
+  { name: 'v2 client, pinned to 2026-07-28', stateless: true,
+    connect: (env, capabilities) => connectV2(env, { pin: '2026-07-28' }, capabilities) },
 ];
 
-async function connectV1(env) {
+// What a host that shows MCP Apps announces.
+const kAppsCapabilities = { extensions: { 'io.modelcontextprotocol/ui': { mimeTypes: ['text/html;profile=mcp-app'] } } };
+
+async function connectV1(env, capabilities) {
   const transport = new StdioClientTransport({ command: mcpBinary, args: [], env, stderr: 'pipe' });
   let serverErrors = '';
   transport.stderr?.on('data', (chunk) => { serverErrors += chunk; });
-  const client = new Client({ name: 'varnholt-mcp-client-test', version: '1.0.0' });
+  const client = new Client({ name: 'varnholt-mcp-client-test', version: '1.0.0' }, capabilities ? { capabilities } : undefined);
   await client.connect(transport);
   return { client, errors: () => serverErrors };
 }
 
-async function connectV2(env, mode) {
+async function connectV2(env, mode, capabilities) {
   const transport = new StdioClientTransportV2({ command: mcpBinary, args: [], env, stderr: 'pipe' });
   let serverErrors = '';
   transport.stderr?.on('data', (chunk) => { serverErrors += chunk; });
-  const client = new ClientV2({ name: 'varnholt-mcp-client-test', version: '2.0.0' }, { versionNegotiation: { mode } });
+  const client = new ClientV2({ name: 'varnholt-mcp-client-test', version: '2.0.0' },
+    { versionNegotiation: { mode }, ...(capabilities ? { capabilities } : {}) });
   await client.connect(transport);
   return { client, errors: () => serverErrors };
 }
@@ -374,6 +382,8 @@ async function exerciseClient(clientKind, recorder, empty, expectedDays) {
   for (const [tool, args, commandLine] of kCalls) {
     await compareWithCommandLine(client, recorder.env, tool, args, commandLine);
   }
+  // A client that does not show MCP Apps sees nothing of the time view.
+  check(tools.every((tool) => tool._meta === undefined), 'no tool links to a view without the extension');
   // Every call above that the command line answers is also valid input by
   // the tool's schema, except the limits beyond the schema's maximum that
   // both front ends clamp.
@@ -476,6 +486,62 @@ async function exerciseClient(clientKind, recorder, empty, expectedDays) {
   await second.close();
 }
 
+// A client that announces the MCP Apps extension: the time view is listed
+// and read, the summary tool links to it, the server names the extension
+// back, and every answer is what the client without it got.
+async function exerciseAppsExtension(clientKind, recorder) {
+  currentClient = `${clientKind.name}, showing MCP Apps`;
+  const { client, errors } = await clientKind.connect(recorder.env, kAppsCapabilities);
+  check(JSON.stringify(client.getServerCapabilities()?.extensions) === '{"io.modelcontextprotocol/ui":{}}',
+    `capabilities ${JSON.stringify(client.getServerCapabilities())}`);
+
+  const { resources } = await client.listResources();
+  const view = resources.at(-1);
+  check(JSON.stringify(resources.slice(0, -1).map((r) => r.uri)) === JSON.stringify(kResources.map(([uri]) => uri)),
+    `resources ${resources.map((r) => r.uri)}`);
+  check(/^ui:\/\/varnholt\/time-view-[0-9a-f]{16}\.html$/.test(view?.uri ?? '') && view.mimeType === 'text/html;profile=mcp-app' &&
+    view._meta?.ui?.prefersBorder === true, `the view's entry ${JSON.stringify(view)}`);
+
+  const { tools } = await client.listTools();
+  for (const tool of tools) {
+    if (tool.name === 'summary' || tool.name === 'timesheet') {
+      check(tool._meta?.ui?.resourceUri === view?.uri && tool._meta?.['ui/resourceUri'] === view?.uri,
+        `${tool.name} links to the view: ${JSON.stringify(tool._meta)}`);
+    } else {
+      check(tool._meta === undefined, `${tool.name} links to nothing: ${JSON.stringify(tool._meta)}`);
+    }
+  }
+
+  const read = await client.readResource({ uri: view.uri });
+  const [content] = read.contents;
+  check(read.contents.length === 1 && content.mimeType === 'text/html;profile=mcp-app' && content._meta?.ui?.prefersBorder === true,
+    `the view's contents ${JSON.stringify({ ...content, text: undefined })}`);
+  // The view is the page of --format html without an answer in it.
+  const page = run(queryBinary, ['summary', '--format', 'html'], recorder.env).stdout;
+  const element = '<script type="application/json" id="varnholt-answer">';
+  const inside = page.indexOf(element) + element.length;
+  check(page.slice(0, inside) + page.slice(page.indexOf('</script>', inside)) === content.text,
+    'the served view is the command line\'s page without its answer');
+
+  // The answers are the same as for every client.
+  for (const [tool, args, commandLine] of kCalls.filter(([name]) => name === 'summary').slice(0, 3)) {
+    await compareWithCommandLine(client, recorder.env, tool, args, commandLine);
+  }
+  await compareResource(client, recorder.env, 'varnholt://summary/today', ['summary', '--max-chars', '24000']);
+  await client.close();
+  check(errors() === '', `the server wrote to standard error: ${errors()}`);
+
+  // Without it, on the same server binary, the view is not there to read.
+  currentClient = clientKind.name;
+  const { client: plain } = await clientKind.connect(recorder.env);
+  await expectProtocolError(plain.readResource({ uri: view.uri }), clientKind.stateless ? -32602 : -32002,
+    'the view without the extension');
+  const plainTools = (await plain.listTools()).tools;
+  check(JSON.stringify(plainTools) === JSON.stringify(tools.map(({ _meta, ...rest }) => rest)),
+    'the tools are the same but for the links');
+  await plain.close();
+}
+
 async function main() {
   const recorder = makeHome('recorder');
   const empty = makeHome('empty');
@@ -486,6 +552,7 @@ async function main() {
     for (const clientKind of kClients) {
       try {
         await exerciseClient(clientKind, recorder, empty, expectedDays);
+        await exerciseAppsExtension(clientKind, recorder);
       } catch (error) {
         check(false, `stopped: ${error.stack ?? error}`);
       }

@@ -6,23 +6,20 @@ namespace VarnholtTestSupport {
 
 using nlohmann::json;
 
-namespace {
-
-json envelope() {
-    return {{"io.modelcontextprotocol/protocolVersion", "2026-07-28"},
-            {"io.modelcontextprotocol/clientCapabilities", json::object()}};
-}
-
-}  // namespace
-
 const char* nameOf(MCPEra era) { return era == MCPEra::handshake ? "handshake" : "stateless"; }
 
+json MCPClientSession::envelope() const {
+    return {{"io.modelcontextprotocol/protocolVersion", "2026-07-28"},
+            {"io.modelcontextprotocol/clientCapabilities", capabilities_}};
+}
+
 MCPClientSession::MCPClientSession(const TemporaryHome& home, const InvocationOptions& options,
-                                   MCPEra era)
-    : process_(VARNHOLT_MCP_BINARY, {}, home.environment(options)), era_(era) {
+                                   MCPEra era, json capabilities)
+    : process_(VARNHOLT_MCP_BINARY, {}, home.environment(options)), era_(era),
+      capabilities_(std::move(capabilities)) {
     if (era_ == MCPEra::stateless) return;
     const json reply = request("initialize", {{"protocolVersion", "2025-06-18"},
-                                              {"capabilities", json::object()},
+                                              {"capabilities", capabilities_},
                                               {"clientInfo", {{"name", "tests"}, {"version", "1"}}}});
     EXPECT_EQ(reply["result"]["protocolVersion"], "2025-06-18") << reply.dump();
     process_.writeLine(R"({"jsonrpc":"2.0","method":"notifications/initialized"})");

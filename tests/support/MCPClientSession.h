@@ -20,8 +20,11 @@ const char* nameOf(MCPEra era);
 // request at a time. Ends the server when it goes away.
 class MCPClientSession {
 public:
+    // `capabilities` are the client's, sent in initialize or in every
+    // request's envelope.
     MCPClientSession(const TemporaryHome& home, const InvocationOptions& options,
-                     MCPEra era = MCPEra::handshake);
+                     MCPEra era = MCPEra::handshake,
+                     nlohmann::json capabilities = nlohmann::json::object());
 
     // The whole reply to one request; {"no reply": true} when none came
     // within the line process's timeout.
@@ -41,8 +44,11 @@ public:
     LineProcess& process() { return process_; }
 
 private:
+    nlohmann::json envelope() const;
+
     LineProcess process_;
     MCPEra era_;
+    nlohmann::json capabilities_;
     int lastId_ = 0;
 };
 

@@ -238,10 +238,25 @@ TEST_F(CommandParserTest, SummaryRefusesWhatItDoesNotKnow) {
     EXPECT_EQ(failure({"summary", "today", "yesterday"}),
               "INVALID_TIME_RANGE: Unexpected argument 'yesterday'. Usage: summary "
               "[today|yesterday|this-week|last-active-day] [--since <duration>] [--from <date> --to <date>] "
-              "[--idle <duration>] [--kind <kind>] [--limit N] [--max-chars N]");
+              "[--idle <duration>] [--kind <kind>] [--limit N] [--max-chars N] [--format json|html]");
     EXPECT_EQ(failure({"summary", "today", "--since", "2h"}),
               "INVALID_TIME_RANGE: Use only one of a preset, --since, or --from and --to.");
     EXPECT_EQ(failure({"summary", "--limit", "abc"}),
               "INVALID_TIME_RANGE: --limit must be a whole number from 1 to 100, not 'abc'.");
     EXPECT_EQ(failure({"summary", "--idle", "2h"}), "INVALID_TIME_RANGE: --idle must be between 1m and 1h, not '2h'.");
+    EXPECT_EQ(failure({"summary", "--format", "csv"}), "INVALID_TIME_RANGE: --format must be json or html, not 'csv'.");
+    EXPECT_EQ(failure({"summary", "--format", "HTML"}), "INVALID_TIME_RANGE: --format must be json or html, not 'HTML'.");
+    EXPECT_EQ(failure({"summary", "--format"}), "UNKNOWN_ERROR: Missing value for --format.");
+}
+
+TEST_F(CommandParserTest, SummaryPrintsJSONUnlessAPageIsAskedFor) {
+    EXPECT_EQ(parseAs<Command::Summary>({"summary"}).format, AnswerFormat::json);
+    EXPECT_EQ(parseAs<Command::Summary>({"summary", "--format", "html"}).format, AnswerFormat::html);
+    // The last word counts, as for every flag of summary.
+    EXPECT_EQ(parseAs<Command::Summary>({"summary", "--format", "html", "--format", "json"}).format,
+              AnswerFormat::json);
+    // The format is not part of the question.
+    auto page = parseAs<Command::Summary>({"summary", "this-week", "--format", "html"});
+    page.format = AnswerFormat::json;
+    EXPECT_EQ(page, parseAs<Command::Summary>({"summary", "this-week"}));
 }

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "FakeDocumentSource.h"
+#include "mcp/ServerIdentity.h"
+#include "mcp/TimeViewApp.h"
 #include "RecordingToolExecutor.h"
 
 using namespace VarnholtQueryLib;
@@ -21,11 +23,13 @@ protected:
         return JSON::parse(encodeReply(session_.serve(request, inBatch)));
     }
 
-    void initialize(const std::string& revision) {
-        ASSERT_TRUE(serve("initialize", JSON{{"protocolVersion", revision},
-                                             {"capabilities", JSON::object()},
-                                             {"clientInfo", {{"name", "t"}, {"version", "1"}}}})
-                        .contains("result"));
+    // The result of initialize on `revision` with `capabilities`.
+    JSON initialize(const std::string& revision, const JSON& capabilities = JSON::object()) {
+        const JSON reply = serve("initialize", JSON{{"protocolVersion", revision},
+                                                    {"capabilities", capabilities},
+                                                    {"clientInfo", {{"name", "t"}, {"version", "1"}}}});
+        EXPECT_TRUE(reply.contains("result")) << reply.dump();
+        return reply["result"];
     }
 
     RecordingToolExecutor tools_;
@@ -62,4 +66,26 @@ TEST_F(HandshakeSessionTest, DiscoveryIsNoMethodOfThisEra) {
 TEST_F(HandshakeSessionTest, ParamsMustBeAnObject) {
     initialize("2025-11-25");
     EXPECT_EQ(serve("resources/list", JSON::array())["error"]["message"], "Invalid params: params must be an object");
+}
+
+TEST_F(HandshakeSessionTest, TheAppsExtensionAnnouncedInInitializeHoldsForTheLine) {
+    const JSON result = initialize("2025-06-18", JSON::parse(R"({"extensions":
+        {"io.modelcontextprotocol/ui": {"mimeTypes": ["text/html;profile=mcp-app"]}}})"));
+    EXPECT_EQ(result["capabilities"], withAppsExtension(serverCapabilities(ProtocolRevision::r2025_06_18)));
+    EXPECT_EQ(serve("resources/list")["result"]["resources"].back()["uri"], timeViewURI());
+    EXPECT_EQ(serve("resources/read", JSON{{"uri", timeViewURI()}})["result"]["contents"][0]["mimeType"], kAppMimeType);
+    bool linked = false;
+    const JSON tools = serve("tools/list")["result"]["tools"];
+    for (const JSON& tool : tools) {
+        if (tool["name"] == "summary") linked = tool["_meta"]["ui"]["resourceUri"] == timeViewURI();
+    }
+    EXPECT_TRUE(linked);
+}
+
+TEST_F(HandshakeSessionTest, WithoutTheExtensionTheLineIsAsBefore) {
+    const JSON result = initialize("2025-06-18", JSON::parse(R"({"extensions": {"other/x": {}}})"));
+    EXPECT_EQ(result["capabilities"], serverCapabilities(ProtocolRevision::r2025_06_18));
+    EXPECT_EQ(serve("resources/read", JSON{{"uri", timeViewURI()}})["error"]["code"], -32002);
+    const JSON tools = serve("tools/list")["result"]["tools"];
+    for (const JSON& tool : tools) EXPECT_FALSE(tool.contains("_meta")) << tool["name"];
 }

@@ -4,6 +4,9 @@
 
 #include "FakeDocumentSource.h"
 #include "mcp/PromptCatalog.h"
+#include "mcp/TimeViewApp.h"
+#include "mcp/ToolCatalog.h"
+#include "view/TimeView.h"
 #include "RecordingToolExecutor.h"
 
 using namespace VarnholtQueryLib;
@@ -15,8 +18,8 @@ class MethodTableTest : public ::testing::Test {
 protected:
     // The result of `method`, or "code message" of its error.
     JSON call(const std::string& method, const char* params,
-              ProtocolRevision revision = ProtocolRevision::r2025_11_25) {
-        const MethodOutcome outcome = findMethod(method)->handler(services_, JSON::parse(params), revision);
+              const RequestTerms& terms = ProtocolRevision::r2025_11_25) {
+        const MethodOutcome outcome = findMethod(method)->handler(services_, JSON::parse(params), terms);
         if (outcome.result) return *outcome.result;
         return std::to_string(static_cast<int>(outcome.code)) + " " + outcome.message +
                (outcome.data ? " " + outcome.data->dump() : "");
@@ -138,4 +141,50 @@ TEST_F(MethodTableTest, ACompletionForSomethingUnknownIsInvalid) {
               "-32602 Invalid params: ref must be an object with a type");
     EXPECT_EQ(call("completion/complete", R"({"ref":{"type":"ref/prompt","name":"x"},"argument":{"name":"date"}})"),
               "-32602 Invalid params: argument must be an object with a name and a value");
+}
+
+// A client that shows MCP Apps gets the time view as a resource, and the
+// tools whose answers it draws link to it; every other client gets exactly
+// what it got before.
+TEST_F(MethodTableTest, TheTimeViewIsThereForAClientThatShowsIt) {
+    const RequestTerms apps(ProtocolRevision::r2025_11_25, true);
+    const JSON resources = call("resources/list", "{}", apps)["resources"];
+    EXPECT_EQ(resources.size(), call("resources/list", "{}")["resources"].size() + 1);
+    EXPECT_EQ(resources.back(), timeViewResource(ProtocolRevision::r2025_11_25));
+    const std::string read = R"({"uri":")" + timeViewURI() + R"("})";
+    EXPECT_EQ(call("resources/read", read.c_str(), apps), (JSON{{"contents", JSON::array({timeViewContents()})}}));
+    EXPECT_EQ(call("resources/read", read.c_str(), apps)["contents"][0]["text"], std::string(timeViewHTML()));
+
+    const JSON tools = call("tools/list", "{}", apps)["tools"];
+    for (const JSON& tool : tools) {
+        if (tool["name"] == "summary" || tool["name"] == "timesheet") {
+            const JSON link = {{"ui", {{"resourceUri", timeViewURI()}}}, {"ui/resourceUri", timeViewURI()}};
+            EXPECT_EQ(tool["_meta"], link) << tool["name"];
+        } else {
+            EXPECT_FALSE(tool.contains("_meta")) << tool["name"];
+        }
+    }
+    EXPECT_EQ(call("server/discover", "{}", apps)["capabilities"]["extensions"],
+              JSON::parse(R"({"io.modelcontextprotocol/ui": {}})"));
+    // The documents and templates are the same either way.
+    EXPECT_EQ(call("resources/templates/list", "{}", apps), call("resources/templates/list", "{}"));
+    EXPECT_EQ(call("resources/read", R"({"uri":"varnholt://status"})", apps),
+              call("resources/read", R"({"uri":"varnholt://status"})"));
+    EXPECT_EQ(call("tools/call", R"({"name":"summary"})", apps), call("tools/call", R"({"name":"summary"})"));
+}
+
+TEST_F(MethodTableTest, WithoutTheExtensionNothingChanges) {
+    const std::string read = R"({"uri":")" + timeViewURI() + R"("})";
+    const std::string notFound = "-32002 Resource not found " + JSON{{"uri", timeViewURI()}}.dump();
+    EXPECT_EQ(call("resources/read", read.c_str()), notFound);
+    const JSON resources = call("resources/list", "{}")["resources"];
+    for (const JSON& resource : resources) {
+        EXPECT_NE(resource["mimeType"], kAppMimeType);
+    }
+    EXPECT_EQ(call("tools/list", "{}")["tools"], listTools(ProtocolRevision::r2025_11_25));
+    EXPECT_FALSE(call("server/discover", "{}", ProtocolRevision::r2026_07_28)["capabilities"].contains("extensions"));
+    // An older view's URI is unknown, with the extension too.
+    EXPECT_EQ(call("resources/read", R"({"uri":"ui://varnholt/time-view-0000000000000000.html"})",
+                   RequestTerms(ProtocolRevision::r2025_11_25, true)),
+              R"(-32002 Resource not found {"uri":"ui://varnholt/time-view-0000000000000000.html"})");
 }

@@ -5,6 +5,7 @@
 #include "cli/BuildMetadata.h"
 #include "FakeDocumentSource.h"
 #include "mcp/ServerIdentity.h"
+#include "mcp/TimeViewApp.h"
 #include "mcp/ToolCatalog.h"
 #include "RecordingToolExecutor.h"
 
@@ -141,4 +142,28 @@ TEST_F(StatelessRequestsTest, NoClientCapabilityIsEverRequired) {
         EXPECT_TRUE(serve(method).contains("result")) << method;
     }
     EXPECT_TRUE(serve("tools/call", {{"name", "status"}}).contains("result"));
+}
+
+// Each request says for itself whether its client shows MCP Apps.
+TEST_F(StatelessRequestsTest, TheAppsExtensionCountsForTheRequestThatAnnouncesIt) {
+    JSON withApps = kMeta;
+    withApps["io.modelcontextprotocol/clientCapabilities"] =
+        JSON::parse(R"({"extensions": {"io.modelcontextprotocol/ui": {"mimeTypes": ["text/html;profile=mcp-app"]}}})");
+    const auto serveWithApps = [&](const std::string& method, JSON params = JSON::object()) {
+        params["_meta"] = withApps;
+        return serveWithout(method, params);
+    };
+    const JSON resources = serveWithApps("resources/list")["result"]["resources"];
+    EXPECT_EQ(resources.back(), timeViewResource(ProtocolRevision::r2026_07_28));
+    const JSON read = serveWithApps("resources/read", {{"uri", timeViewURI()}})["result"];
+    EXPECT_EQ(read["contents"], JSON::array({timeViewContents()}));
+    EXPECT_EQ(read["resultType"], "complete");
+    EXPECT_EQ(serveWithApps("server/discover")["result"]["capabilities"]["extensions"],
+              JSON::parse(R"({"io.modelcontextprotocol/ui": {}})"));
+
+    // The next request without it is answered as before: nothing was kept.
+    EXPECT_EQ(serve("resources/list")["result"]["resources"].size(), resources.size() - 1);
+    EXPECT_EQ(serve("resources/read", {{"uri", timeViewURI()}})["error"]["code"], -32602);
+    EXPECT_EQ(serve("tools/list")["result"]["tools"], listTools(ProtocolRevision::r2026_07_28));
+    EXPECT_NE(serveWithApps("tools/list")["result"]["tools"], listTools(ProtocolRevision::r2026_07_28));
 }

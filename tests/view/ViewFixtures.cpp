@@ -1,0 +1,343 @@
+// Makes what the time view's browser test draws: real answers of the built
+// programs on small recorder databases made for the purpose, under a frozen
+// clock, and the timesheets of fixtures/ as the view receives them.
+//
+// Usage: varnholt-view-fixtures OUT_DIR FIXTURES_DIR
+//
+// Writes into OUT_DIR:
+//   pages/NAME.html     the page `--format html` printed (timesheets: the
+//                       page the library builds for the fixture's answer)
+//   answers/NAME.json   the JSON answer of the same question
+//   mcp/view.json       the view as varnholt-mcp serves it from
+//                       resources/read, for a client that shows MCP Apps
+//   mcp/NAME.json       the tools/call result for the same question
+//   fixtures.json       what each page must show beyond its answer's values
+// Exits 1 with the reason on standard error when a program does not answer
+// as a fixture needs.
+
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "FixtureDatabase.h"
+#include "LineProcess.h"
+#include "TemporaryHome.h"
+#include "mcp/DocumentContent.h"
+#include "mcp/TimeViewApp.h"
+#include "view/TimeViewPage.h"
+
+using namespace VarnholtTestSupport;
+using JSON = nlohmann::json;
+
+namespace {
+
+// Seconds since 1970 of a UTC time "YYYY-MM-DD hh:mm".
+double utc(const std::string& text) {
+    std::tm fields{};
+    if (strptime(text.c_str(), "%Y-%m-%d %H:%M", &fields) == nullptr) throw std::runtime_error("bad time " + text);
+    return static_cast<double>(timegm(&fields));
+}
+
+std::string quoted(const std::string& text) {
+    std::string sql = "'";
+    for (const char c : text) sql += c == '\'' ? std::string("''") : std::string(1, c);
+    return sql + "'";
+}
+
+// A stretch of work as the recorder stores it: a frame and an observation
+// every minute from `start` (UTC) for `minutes`, all with one description
+// and one list of applications, and optionally an entity on each.
+std::string work(const std::string& id, const std::string& start, int minutes, const std::string& description,
+                 const std::string& apps, const std::string& entityKind = "", const std::string& entityValue = "") {
+    const std::string begin = std::to_string(static_cast<long long>(utc(start)));
+    const std::string count = std::to_string(minutes - 1);
+    std::string sql =
+        "WITH RECURSIVE m(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM m WHERE i < " + count + ")\n"
+        "INSERT INTO frames (id, display_id, captured_at, timestamp, image_path, analyzed)\n"
+        "SELECT 'F-" + id + "-' || i, 'main', 'x', " + begin + " + 60 * i, '/f.png', 1 FROM m;\n"
+        "WITH RECURSIVE m(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM m WHERE i < " + count + ")\n"
+        "INSERT INTO observations (id, recording_id, frame_id, type, timestamp, vlm_description, apps, created_at)\n"
+        "SELECT 'O-" + id + "-' || i, NULL, 'F-" + id + "-' || i, 'visual', " + begin + " + 60 * i, " +
+        quoted(description) + ", " + quoted(apps) + ", 'x' FROM m;\n";
+    if (!entityKind.empty()) {
+        sql += "WITH RECURSIVE m(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM m WHERE i < " + count + ")\n"
+               "INSERT INTO observation_entities (entity_id, observation_id, entity_kind, entity_value, confidence, "
+               "created_at) SELECT 'E-" + id + "-' || i, 'O-" + id + "-' || i, " + quoted(entityKind) + ", " +
+               quoted(entityValue) + ", 0.9, 0 FROM m;\n";
+    }
+    return sql;
+}
+
+// A week in Berlin, Monday 23 to Sunday 29 March 2026, the last day 23
+// hours long: work on five days, none on Wednesday, a morning with a gap of
+// half an hour without frames, and a session that runs past midnight.
+std::string weekRows() {
+    return work("mon1", "2026-03-23 08:00", 90, "Writing the invoice exporter's CSV header", R"(["VS Code","Terminal"])",
+                "project", "invoice exporter") +
+           work("mon2", "2026-03-23 10:00", 60, "Reviewing pull requests of the web dashboard", R"(["Safari"])") +
+           work("mon3", "2026-03-23 12:30", 90, "Sprint planning call in Zoom", R"(["Zoom","Notes"])", "app", "Zoom") +
+           work("tue1", "2026-03-24 07:30", 150, "Fixing the sync bug in the iOS app", R"(["Xcode","Simulator"])",
+                "programming_language", "Swift") +
+           work("tue2", "2026-03-24 12:40", 75, "Answering e-mail about the release", R"(["Mail"])") +
+           work("thu1", "2026-03-26 08:00", 120, "Writing the invoice exporter's tests", R"(["VS Code","Terminal"])",
+                "project", "invoice exporter") +
+           work("thu2", "2026-03-26 22:40", 40, "Reading about time zones late at night", R"(["Safari"])") +
+           work("fri1", "2026-03-27 09:00", 120, "Pairing on the web dashboard's charts", R"(["Zoom","VS Code"])",
+                "app", "Zoom") +
+           work("sat1", "2026-03-28 10:00", 25, "Sorting photos", R"(["Photos"])") +
+           work("sun1", "2026-03-29 09:00", 30, "Planning the week in the calendar", R"(["Calendar"])");
+}
+
+// Wednesday 1 April 2026 until 10:00 UTC (noon in Berlin): a morning of
+// three sessions.
+std::string dayRows() {
+    return work("d1", "2026-04-01 06:30", 70, "Writing the invoice exporter's CSV header", R"(["VS Code","Terminal"])",
+                "project", "invoice exporter") +
+           work("d2", "2026-04-01 07:50", 40, "Standup and planning in Zoom", R"(["Zoom"])", "app", "Zoom") +
+           work("d3", "2026-04-01 08:45", 60, "Reviewing the dashboard's pull request", R"(["Safari","Slack"])");
+}
+
+// Descriptions and names that would be markup or code if anything read them
+// as such, and text written right to left.
+std::string hostileRows() {
+    return work("h1", "2026-04-01 06:30", 30, "Reading </script><script>alert(1)</script> in a diff",
+                R"(["VS Code"])") +
+           work("h2", "2026-04-01 07:10", 30, "Styling <b>bold</b> & <i>italic</i> text <!-- not a comment -->",
+                R"(["<img src=x onerror=alert(2)>"])") +
+           work("h3", "2026-04-01 07:50", 30, "\xd7\xa7\xd7\x95\xd7\xa8\xd7\x90 \xd7\x90\xd7\xaa \xd7\x94\xd7\x93\xd7\x95\xd7\x97 "
+                "\xd7\xa2\xd7\x9c \xd7\x94\xd7\xaa\xd7\xa7\xd7\xa6\xd7\x99\xd7\x91 (budget 2026)",
+                R"(["Safari"])") +
+           work("h4", "2026-04-01 08:30", 20, "\xd9\x85\xd8\xb1\xd8\xa7\xd8\xac\xd8\xb9\xd8\xa9 \xd8\xa7\xd9\x84\xd8\xaa\xd9\x82\xd8\xb1\xd9\x8a\xd8\xb1 \xd8\xa7\xd9\x84\xd8\xb4\xd9\x87\xd8\xb1\xd9\x8a",
+                R"(["Pages"])");
+}
+
+// Frames of a morning that the model has not analysed yet: no observation.
+std::string unanalysedRows() {
+    return "WITH RECURSIVE m(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM m WHERE i < 59)\n"
+           "INSERT INTO frames (id, display_id, captured_at, timestamp, image_path, analyzed)\n"
+           "SELECT 'F-u-' || i, 'main', 'x', " + std::to_string(static_cast<long long>(utc("2026-04-01 07:00"))) +
+           " + 60 * i, '/f.png', 0 FROM m;\n";
+}
+
+std::string readFile(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    if (!file) throw std::runtime_error("cannot read " + path);
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+void writeFile(const std::filesystem::path& path, const std::string& content) {
+    std::filesystem::create_directories(path.parent_path());
+    std::ofstream file(path, std::ios::binary | std::ios::trunc);
+    file << content;
+    if (!file) throw std::runtime_error("cannot write " + path.string());
+}
+
+InvocationOptions frozenAt(const std::string& utcTime) {
+    InvocationOptions options;
+    options.timeZone = "Europe/Berlin";
+    options.language = "en_US.UTF-8";
+    options.frozenTime = utcTime;
+    return options;
+}
+
+// One summary fixture: a database, a question and what its page must show.
+struct SummaryFixture {
+    std::string name;
+    std::string rows;
+    std::vector<std::string> question;  // the summary's arguments after "summary"
+    JSON toolArguments;                 // the same question to the summary tool
+    std::string now;                    // the frozen clock, UTC
+    JSON expect;
+};
+
+class FixtureWriter {
+public:
+    FixtureWriter(std::filesystem::path out, std::string fixtures) : out_(std::move(out)), fixtures_(std::move(fixtures)) {}
+
+    void summary(const SummaryFixture& fixture) {
+        TemporaryHome home;
+        home.varnholtDirectory();
+        createFixtureDatabase(home.databasePath(), fixture.rows);
+        const InvocationOptions options = frozenAt(fixture.now);
+        std::vector<std::string> arguments = {"summary"};
+        arguments.insert(arguments.end(), fixture.question.begin(), fixture.question.end());
+        const ProcessResult answer = home.run(arguments, options);
+        arguments.insert(arguments.end(), {"--format", "html"});
+        const ProcessResult page = home.run(arguments, options);
+        if (answer.exitStatus != 0 || page.exitStatus != 0 || !page.standardError.empty()) {
+            throw std::runtime_error(fixture.name + ": varnholt-query failed: " + answer.standardOutput +
+                                     page.standardError);
+        }
+        writeFile(out_ / "answers" / (fixture.name + ".json"), answer.standardOutput);
+        writeFile(out_ / "pages" / (fixture.name + ".html"), page.standardOutput);
+        if (!fixture.toolArguments.is_null()) toolResult(home, options, fixture.name, fixture.toolArguments);
+        add(fixture.name, "summary", "varnholt-query summary", fixture.expect);
+    }
+
+    // `fixture` with the largest budget, in steps of 100 characters, at which
+    // the summary leaves out sessions but keeps every day.
+    SummaryFixture withBudgetForSessions(SummaryFixture fixture) {
+        TemporaryHome home;
+        home.varnholtDirectory();
+        createFixtureDatabase(home.databasePath(), fixture.rows);
+        std::vector<std::string> arguments = {"summary"};
+        arguments.insert(arguments.end(), fixture.question.begin(), fixture.question.end());
+        for (int budget = 20000; budget > 500; budget -= 100) {
+            std::vector<std::string> budgeted = arguments;
+            budgeted.insert(budgeted.end(), {"--max-chars", std::to_string(budget)});
+            const ProcessResult result = home.run(budgeted, frozenAt(fixture.now));
+            const JSON omitted = JSON::parse(result.standardOutput)["meta"]["omitted"];
+            if (omitted.value("days", 0) > 0) break;
+            if (omitted.value("sessions", 0) >= 3) {
+                fixture.question.insert(fixture.question.end(), {"--max-chars", std::to_string(budget)});
+                return fixture;
+            }
+        }
+        throw std::runtime_error(fixture.name + ": no budget leaves out sessions but no day");
+    }
+
+    // A timesheet answer written by hand; `edit` may change it first.
+    void timesheet(const std::string& name, const std::string& file, JSON expect,
+                   void (*edit)(JSON& answer) = nullptr) {
+        JSON answer = JSON::parse(readFile(fixtures_ + "/" + file));
+        if (edit) edit(answer);
+        const auto page = VarnholtQueryLib::timeViewPage(answer);
+        const auto text = VarnholtQueryLib::serializeJSON(answer);
+        if (!page || !text) throw std::runtime_error(name + ": cannot be written");
+        writeFile(out_ / "answers" / (name + ".json"), *text + "\n");
+        writeFile(out_ / "pages" / (name + ".html"), *page);
+        // As the server would return it: the same function builds both.
+        const auto result = VarnholtQueryLib::MCP::toolCallResult({answer, false},
+                                                                  VarnholtQueryLib::MCP::ProtocolRevision::r2025_06_18);
+        if (!result) throw std::runtime_error(name + ": no tool result");
+        writeFile(out_ / "mcp" / (name + ".json"), result->dump(2) + "\n");
+        add(name, "timesheet", "fixtures/" + file, std::move(expect));
+    }
+
+    // The view as varnholt-mcp serves it to a client that shows MCP Apps,
+    // in both eras; both must be the same.
+    void view() {
+        TemporaryHome home;
+        const JSON handshake = readView(home, false);
+        const JSON stateless = readView(home, true);
+        if (handshake != stateless) throw std::runtime_error("the eras serve different views");
+        writeFile(out_ / "mcp" / "view.json", handshake.dump(2) + "\n");
+        // A call that fails: its error envelope is what the view receives.
+        toolResult(home, frozenAt("2026-04-01 10:00:00"), "summary-error", {{"idle", "2h"}});
+    }
+
+    void finish() { writeFile(out_ / "fixtures.json", manifest_.dump(2) + "\n"); }
+
+private:
+    static JSON appsCapabilities() {
+        return {{"extensions", {{VarnholtQueryLib::MCP::kAppsExtension, {{"mimeTypes", {VarnholtQueryLib::MCP::kAppMimeType}}}}}}};
+    }
+
+    // The reply to one request on `server`.
+    static JSON ask(LineProcess& server, int id, const std::string& method, const JSON& params) {
+        server.writeLine(JSON{{"jsonrpc", "2.0"}, {"id", id}, {"method", method}, {"params", params}}.dump());
+        const auto line = server.readLine();
+        if (!line) throw std::runtime_error("varnholt-mcp did not answer " + method + ": " + server.standardError());
+        return JSON::parse(*line);
+    }
+
+    static void initialize(LineProcess& server) {
+        const JSON reply = ask(server, 1, "initialize",
+                               {{"protocolVersion", "2025-06-18"}, {"capabilities", appsCapabilities()},
+                                {"clientInfo", {{"name", "view-fixtures"}, {"version", "1"}}}});
+        if (!reply.contains("result")) throw std::runtime_error("initialize failed: " + reply.dump());
+        server.writeLine(R"({"jsonrpc":"2.0","method":"notifications/initialized"})");
+    }
+
+    static JSON readView(const TemporaryHome& home, bool stateless) {
+        LineProcess server(VARNHOLT_MCP_BINARY, {}, home.environment(frozenAt("2026-04-01 10:00:00")));
+        JSON params = {{"uri", VarnholtQueryLib::MCP::timeViewURI()}};
+        if (stateless) {
+            params["_meta"] = {{"io.modelcontextprotocol/protocolVersion", "2026-07-28"},
+                               {"io.modelcontextprotocol/clientCapabilities", appsCapabilities()}};
+        } else {
+            initialize(server);
+        }
+        const JSON reply = ask(server, 2, "resources/read", params);
+        if (!reply.contains("result") || reply["result"]["contents"].size() != 1) {
+            throw std::runtime_error("resources/read of the view failed: " + reply.dump());
+        }
+        return reply["result"]["contents"][0];
+    }
+
+    void toolResult(const TemporaryHome& home, const InvocationOptions& options, const std::string& name,
+                    const JSON& arguments) {
+        LineProcess server(VARNHOLT_MCP_BINARY, {}, home.environment(options));
+        initialize(server);
+        const JSON reply = ask(server, 2, "tools/call", {{"name", "summary"}, {"arguments", arguments}});
+        if (!reply.contains("result")) throw std::runtime_error(name + ": tools/call failed: " + reply.dump());
+        writeFile(out_ / "mcp" / (name + ".json"), reply["result"].dump(2) + "\n");
+    }
+
+    void add(const std::string& name, const std::string& kind, const std::string& source, JSON expect) {
+        manifest_.push_back({{"name", name}, {"kind", kind}, {"source", source}, {"expect", std::move(expect)}});
+    }
+
+    std::filesystem::path out_;
+    std::string fixtures_;
+    JSON manifest_ = JSON::array();
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 3) {
+        std::cerr << "usage: varnholt-view-fixtures OUT_DIR FIXTURES_DIR\n";
+        return 2;
+    }
+    try {
+        FixtureWriter writer(argv[1], argv[2]);
+        const std::vector<std::string> week = {"2026-03-23", "2026-03-24", "2026-03-25", "2026-03-26",
+                                               "2026-03-27", "2026-03-28", "2026-03-29"};
+        writer.summary({"summary-day", dayRows(), {}, JSON::object(), "2026-04-01 10:00:00",
+                        {{"days", {"2026-04-01"}}, {"emptyDays", JSON::array()}}});
+        writer.summary({"summary-week", weekRows(), {"--from", "2026-03-23", "--to", "2026-03-29"},
+                        {{"from", "2026-03-23"}, {"to", "2026-03-29"}}, "2026-04-01 10:00:00",
+                        {{"days", week}, {"emptyDays", {"2026-03-25"}}, {"crossesMidnight", true}}});
+        writer.summary({"summary-verdict", unanalysedRows(), {}, JSON(), "2026-04-01 10:00:00",
+                        {{"days", {"2026-04-01"}}, {"emptyDays", {"2026-04-01"}}}});
+        writer.summary({"summary-hostile", hostileRows(), {}, JSON(), "2026-04-01 10:00:00",
+                        {{"days", {"2026-04-01"}}, {"emptyDays", JSON::array()}, {"hostile", true}}});
+        writer.summary(writer.withBudgetForSessions(
+            {"summary-week-budget", weekRows(), {"--from", "2026-03-23", "--to", "2026-03-29"}, JSON(),
+             "2026-04-01 10:00:00", {{"days", week}, {"emptyDays", {"2026-03-25"}}, {"truncated", true}}}));
+        writer.timesheet("timesheet-three-categories", "timesheet-three-categories.json",
+                         {{"days", {"2026-03-30", "2026-03-31", "2026-04-01"}}, {"emptyDays", {"2026-03-31"}}});
+        writer.timesheet("timesheet-spans-dropped", "timesheet-three-categories.json",
+                         {{"days", {"2026-03-30", "2026-03-31", "2026-04-01"}}, {"emptyDays", {"2026-03-31"}},
+                          {"truncated", true}},
+                         [](JSON& answer) {
+                             // What a budget leaves: the spans go first, the days table never.
+                             int spans = 0;
+                             for (JSON& category : answer["data"]["categories"]) {
+                                 spans += static_cast<int>(category["spans"].size());
+                                 category["spans"] = JSON::array();
+                             }
+                             spans += static_cast<int>(answer["data"]["uncategorized"]["spans"].size());
+                             answer["data"]["uncategorized"]["spans"] = JSON::array();
+                             answer["meta"]["truncated"] = true;
+                             answer["meta"]["omitted"]["spans"] = spans;
+                             answer["meta"]["query"]["max_chars"] = 2500;
+                         });
+        writer.view();
+        writer.finish();
+    } catch (const std::exception& error) {
+        std::cerr << "varnholt-view-fixtures: " << error.what() << "\n";
+        return 1;
+    }
+    return 0;
+}
