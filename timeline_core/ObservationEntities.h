@@ -14,9 +14,9 @@ using EntityKey = std::pair<std::string, std::string>;
 // The (kind, value) pairs of one observation's entity text (a JSON array of
 // {"kind", "value"} objects, as the database builds it), in order, repeats
 // kept. The one reader of that text: the timeline, summary and search read
-// their rows' entities through it. Tolerant: absent or unreadable text gives nothing, and an element
-// without a text "kind" and a text "value" is skipped on its own; text that
-// is not an array of objects gives nothing.
+// their rows' entities through it. Tolerant: absent or unreadable text
+// gives nothing, and an element without a text "kind" and a text "value" is
+// skipped on its own; text that is not an array of objects gives nothing.
 std::vector<EntityKey> parseEntities(const std::optional<std::string>& text);
 
 }  // namespace RecentWorkTimelineCore

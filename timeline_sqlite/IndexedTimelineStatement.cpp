@@ -2,13 +2,11 @@
 
 #include "EffectiveTimeWindow.h"
 #include "ObservationEntitiesJSON.h"
+#include "TimelineRowConditions.h"
 
 namespace RecentWorkTimelineSQLite {
 
 using namespace VarnholtSQLiteSupport;
-
-const char* const kUsableDescription = "o.vlm_description IS NOT NULL AND length(trim(o.vlm_description)) > 0";
-const char* const kNoSeparateRecording = "(o.recording_id IS NULL OR o.recording_id = '')";
 
 const char* const kFrameAtPositionStatement =
     "SELECT timestamp FROM frames\n"

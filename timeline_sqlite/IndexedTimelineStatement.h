@@ -28,12 +28,6 @@ namespace RecentWorkTimelineSQLite {
 // the self-dated parts from walking far into history.
 std::string indexedTimelineStatement(const std::vector<VarnholtSQLiteSupport::OrderTerm>& tieOrder);
 
-// The timeline's conditions on the observation itself, as its literal
-// statement writes them, for every statement that selects the timeline's
-// rows: a description that is not blank, and no separate recording.
-extern const char* const kUsableDescription;
-extern const char* const kNoSeparateRecording;
-
 // The time of the frame at position :offset (0 = newest) among the frames of
 // [:from, :to], newest first; no row when there are fewer. Walks
 // frames(timestamp) only. A guess for the raised lower bound above.

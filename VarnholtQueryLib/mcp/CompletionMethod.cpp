@@ -25,9 +25,7 @@ std::variant<bool, MethodOutcome> takesDate(const JSON& reference, const std::st
         }
         const std::string uri = reference["uri"].get<std::string>();
         if (findResourceTemplate(uri)) return name == "date";
-        for (const auto& resource : resourceCatalog()) {
-            if (resource.uri == uri) return false;
-        }
+        if (findResource(uri)) return false;
         return MethodOutcome::invalidParams("Unknown resource template: " + uri);
     }
     if (type == "ref/prompt") {

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "mcp/ProtocolRevision.h"
-#include "mcp/ToolExecutor.h"
+#include "mcp/DocumentSource.h"
 
 namespace VarnholtQueryLib::MCP {
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "cli/Command.h"
-#include "mcp/ToolExecutor.h"
+#include "output/JSONWriter.h"
 
 namespace VarnholtQueryLib {
 class LocalCalendar;
@@ -19,6 +19,13 @@ namespace VarnholtQueryLib::MCP {
 // CLIError for what the command line would refuse.
 using CommandRecipe = std::function<Command(const LocalCalendar& calendar, double now)>;
 
+// What a command came to: the document varnholt-query prints for it, either
+// its answer or its error envelope.
+struct ToolAnswer {
+    JSON document;
+    bool isError = false;  // `document` is an error envelope
+};
+
 // The user's days as the server sees them at the moment of asking, as local
 // dates ("yyyy-MM-dd").
 struct LocalDays {
@@ -27,8 +34,9 @@ struct LocalDays {
     std::string weekStart;  // the first day of this week, the locale's first weekday
 };
 
-// Where resources, prompts and completions get their documents: the same
-// answers the tools give and varnholt-query prints, one database state each.
+// Where tools, resources, prompts and completions get their documents: the
+// answers varnholt-query prints for the same commands, one database state
+// each. A tool call is a recipe like any other (ToolMethods.cpp).
 class DocumentSource {
 public:
     virtual ~DocumentSource() = default;
@@ -48,10 +56,9 @@ protected:
     DocumentSource& operator=(const DocumentSource&) = delete;
 };
 
-// What the handlers of the protocol's methods answer from. Both are borrowed
-// and must outlive every use.
+// What the handlers of the protocol's methods answer from. Borrowed; it must
+// outlive every use.
 struct ServerServices {
-    const ToolExecutor& tools;
     const DocumentSource& documents;
 };
 

@@ -12,10 +12,6 @@ Reply invalidRequest(const RequestId& id, const std::string& why) {
     return errorReply(id, ErrorCode::invalidRequest, "Invalid Request: " + why);
 }
 
-Reply invalidParams(const RequestId& id, const std::string& why) {
-    return errorReply(id, ErrorCode::invalidParams, "Invalid params: " + why);
-}
-
 }  // namespace
 
 Reply HandshakeSession::serve(const IncomingMessage& request, bool inBatch) {
@@ -27,7 +23,9 @@ Reply HandshakeSession::serve(const IncomingMessage& request, bool inBatch) {
     // An absent params member means "no params", which every method here
     // accepts as an empty object.
     const JSON params = request.params ? *request.params : JSON::object();
-    if (!params.is_object()) return invalidParams(id, "params must be an object");
+    if (!params.is_object()) {
+        return errorReply(id, RPCError::invalidParams("params must be an object"));
+    }
 
     if (method == "ping") return resultReply(id, JSON::object());
     if (method == "initialize") return initialize(id, params, inBatch);
@@ -39,13 +37,14 @@ Reply HandshakeSession::initialize(const RequestId& id, const JSON& params, bool
     if (inBatch) return invalidRequest(id, "initialize must not be part of a batch");
     if (revision_) return invalidRequest(id, "the session is already initialized");
     if (!params.contains("protocolVersion") || !params["protocolVersion"].is_string()) {
-        return invalidParams(id, "protocolVersion must be a string");
+        return errorReply(id, RPCError::invalidParams("protocolVersion must be a string"));
     }
     if (!params.contains("capabilities") || !params["capabilities"].is_object()) {
-        return invalidParams(id, "capabilities must be an object");
+        return errorReply(id, RPCError::invalidParams("capabilities must be an object"));
     }
     if (!params.contains("clientInfo") || !isImplementation(params["clientInfo"])) {
-        return invalidParams(id, "clientInfo must be an object with a name and a version");
+        return errorReply(
+            id, RPCError::invalidParams("clientInfo must be an object with a name and a version"));
     }
     revision_ = negotiateRevision(params["protocolVersion"].get<std::string>());
     appsExtension_ = announcesApps(params["capabilities"]);

@@ -98,11 +98,19 @@ Reply resultReply(RequestId id, JSON result) {
     return Reply{std::move(id), std::move(result), nullptr};
 }
 
+RPCError RPCError::invalidParams(const std::string& why, std::optional<JSON> data) {
+    return {ErrorCode::invalidParams, "Invalid params: " + why, std::move(data)};
+}
+
 Reply errorReply(RequestId id, ErrorCode code, const std::string& message,
                  std::optional<JSON> data) {
     JSON error = {{"code", static_cast<int>(code)}, {"message", message}};
     if (data) error["data"] = std::move(*data);
     return Reply{std::move(id), std::nullopt, std::move(error)};
+}
+
+Reply errorReply(RequestId id, RPCError error) {
+    return errorReply(std::move(id), error.code, error.message, std::move(error.data));
 }
 
 std::string encodeReply(const Reply& reply) {

@@ -91,10 +91,24 @@ struct Reply {
     JSON error;
 };
 
+// An error to answer a request with, whatever id it goes to: the code, the
+// whole message and, when given, the data.
+struct RPCError {
+    ErrorCode code = ErrorCode::internalError;
+    std::string message;
+    std::optional<JSON> data;
+
+    // "Invalid params: <why>": the request's params cannot be used, for the
+    // reason `why` gives (and `data` details). Every refusal of params says
+    // so through this one constructor.
+    static RPCError invalidParams(const std::string& why, std::optional<JSON> data = std::nullopt);
+};
+
 Reply resultReply(RequestId id, JSON result);
 // An error with `message`, and `data` when given.
 Reply errorReply(RequestId id, ErrorCode code, const std::string& message,
                  std::optional<JSON> data = std::nullopt);
+Reply errorReply(RequestId id, RPCError error);
 
 // The one-line wire form of a reply: compact JSON with its keys in ascending
 // order ("error" or "result", "id", "jsonrpc"), UTF-8 as it is, no newline

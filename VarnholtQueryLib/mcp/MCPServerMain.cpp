@@ -4,7 +4,6 @@
 
 #include "cli/BuildMetadata.h"
 #include "mcp/DatabaseDocuments.h"
-#include "mcp/DatabaseToolExecutor.h"
 #include "mcp/MCPSession.h"
 #include "mcp/StdioServer.h"
 #include "platform/StandardStreams.h"
@@ -52,8 +51,7 @@ int runMCPServer(const std::vector<std::string>& arguments) {
     // fail with an error we can report, not end the process with SIGPIPE.
     ignoreBrokenPipeSignal();
     const DatabaseDocuments documents;
-    const DatabaseToolExecutor tools(documents);
-    MCPSession session(tools, documents);
+    MCPSession session(documents);
     return serveStdio(std::cin, std::cout, std::cerr, session);
 }
 

@@ -60,8 +60,8 @@ bool hasNumberIdToKeep(const JSON& value) {
 
 }  // namespace
 
-MCPSession::MCPSession(const ToolExecutor& tools, const DocumentSource& documents)
-    : services_{tools, documents}, handshake_(services_) {}
+MCPSession::MCPSession(const DocumentSource& documents)
+    : services_{documents}, handshake_(services_) {}
 
 std::optional<std::string> MCPSession::replyTo(std::string_view line) {
     if (isBlank(line)) return std::nullopt;

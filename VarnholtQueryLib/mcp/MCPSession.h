@@ -34,7 +34,7 @@ namespace VarnholtQueryLib::MCP {
 //    replies passed kMaxBatchReplyBytes: internal error each, unserved.
 // Ids are echoed as the client wrote them (see RequestId).
 //
-// Borrows `tools` and `documents`, which must outlive the session.
+// Borrows `documents`, which must outlive the session.
 // Single-threaded.
 class MCPSession {
 public:
@@ -49,7 +49,7 @@ public:
     static constexpr std::size_t kMaxBatchMessages = 64;
     static constexpr std::size_t kMaxBatchReplyBytes = 16 * 1024 * 1024;
 
-    MCPSession(const ToolExecutor& tools, const DocumentSource& documents);
+    explicit MCPSession(const DocumentSource& documents);
 
     // The reply to one line (without its line ending) in wire form, or absent
     // when the line needs none: a notification, a response, a blank line, or

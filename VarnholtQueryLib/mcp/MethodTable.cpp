@@ -3,6 +3,7 @@
 #include <array>
 #include <exception>
 
+#include "mcp/CatalogLookup.h"
 #include "mcp/ServerIdentity.h"
 #include "mcp/TimeViewApp.h"
 
@@ -44,15 +45,16 @@ MethodOutcome MethodOutcome::failure(ErrorCode code, std::string message,
     return outcome;
 }
 
-MethodOutcome MethodOutcome::invalidParams(const std::string& why) {
-    return failure(ErrorCode::invalidParams, "Invalid params: " + why);
+MethodOutcome MethodOutcome::failure(RPCError error) {
+    return failure(error.code, std::move(error.message), std::move(error.data));
+}
+
+MethodOutcome MethodOutcome::invalidParams(const std::string& why, std::optional<JSON> data) {
+    return failure(RPCError::invalidParams(why, std::move(data)));
 }
 
 const MethodEntry* findMethod(const std::string& method) {
-    for (const MethodEntry& entry : kMethods) {
-        if (method == entry.name) return &entry;
-    }
-    return nullptr;
+    return findInCatalog(kMethods, &MethodEntry::name, method);
 }
 
 MethodOutcome runMethod(const MethodEntry& entry, const ServerServices& services,

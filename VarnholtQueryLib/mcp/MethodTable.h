@@ -20,7 +20,10 @@ struct MethodOutcome {
     // `message` in full, e.g. "Invalid params: unknown cursor".
     static MethodOutcome failure(ErrorCode code, std::string message,
                                  std::optional<JSON> data = std::nullopt);
-    static MethodOutcome invalidParams(const std::string& why);
+    static MethodOutcome failure(RPCError error);
+    // RPCError::invalidParams as an outcome.
+    static MethodOutcome invalidParams(const std::string& why,
+                                       std::optional<JSON> data = std::nullopt);
 };
 
 // What a request is served on: the revision agreed by handshake or named by

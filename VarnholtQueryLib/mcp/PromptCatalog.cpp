@@ -3,6 +3,7 @@
 #include "cli/CLIError.h"
 #include "cli/CommandBuilders.h"
 #include "mcp/CalendarDate.h"
+#include "mcp/CatalogLookup.h"
 #include "mcp/DocumentContent.h"
 #include "mcp/ResourceCatalog.h"
 #include "period/TimePresets.h"
@@ -176,10 +177,7 @@ const std::vector<PromptDefinition>& promptCatalog() {
 }
 
 const PromptDefinition* findPrompt(const std::string& name) {
-    for (const auto& prompt : promptCatalog()) {
-        if (prompt.name == name) return &prompt;
-    }
-    return nullptr;
+    return findInCatalog(promptCatalog(), &PromptDefinition::name, name);
 }
 
 JSON describePrompt(const PromptDefinition& prompt, ProtocolRevision revision) {

@@ -12,10 +12,6 @@ namespace {
 constexpr std::array<const char*, 8> kLogLevels = {
     "debug", "info", "notice", "warning", "error", "critical", "alert", "emergency"};
 
-EnvelopeProblem malformed(const std::string& why) {
-    return {ErrorCode::invalidParams, "Invalid params: " + why, std::nullopt};
-}
-
 const JSON* metaOf(const std::optional<JSON>& params) {
     if (!params || !params->is_object()) return nullptr;
     const auto meta = params->find("_meta");
@@ -32,16 +28,18 @@ bool carriesEnvelope(const std::optional<JSON>& params) {
 }
 
 std::variant<RequestEnvelope, EnvelopeProblem> readEnvelope(const std::optional<JSON>& params) {
-    if (!params) return malformed("params with _meta are required");
-    if (!params->is_object()) return malformed("params must be an object");
+    if (!params) return RPCError::invalidParams("params with _meta are required");
+    if (!params->is_object()) return RPCError::invalidParams("params must be an object");
     const JSON* meta = metaOf(params);
-    if (meta == nullptr) return malformed("_meta must be an object");
+    if (meta == nullptr) return RPCError::invalidParams("_meta must be an object");
 
     const auto version = meta->find(kProtocolVersionKey);
     if (version == meta->end()) {
-        return malformed(std::string("_meta lacks ") + kProtocolVersionKey);
+        return RPCError::invalidParams(std::string("_meta lacks ") + kProtocolVersionKey);
     }
-    if (!version->is_string()) return malformed(std::string(kProtocolVersionKey) + " must be a string");
+    if (!version->is_string()) {
+        return RPCError::invalidParams(std::string(kProtocolVersionKey) + " must be a string");
+    }
     const std::string requested = version->get<std::string>();
     const auto revision = revisionNamed(requested);
     if (!revision || !isStateless(*revision)) {
@@ -53,16 +51,16 @@ std::variant<RequestEnvelope, EnvelopeProblem> readEnvelope(const std::optional<
     envelope.revision = *revision;
     const auto capabilities = meta->find(kClientCapabilitiesKey);
     if (capabilities == meta->end()) {
-        return malformed(std::string("_meta lacks ") + kClientCapabilitiesKey);
+        return RPCError::invalidParams(std::string("_meta lacks ") + kClientCapabilitiesKey);
     }
     if (!capabilities->is_object()) {
-        return malformed(std::string(kClientCapabilitiesKey) + " must be an object");
+        return RPCError::invalidParams(std::string(kClientCapabilitiesKey) + " must be an object");
     }
     envelope.clientCapabilities = *capabilities;
     if (const auto info = meta->find(kClientInfoKey); info != meta->end()) {
         if (!isImplementation(*info)) {
-            return malformed(std::string(kClientInfoKey) +
-                             " must be an object with a name and a version");
+            return RPCError::invalidParams(std::string(kClientInfoKey) +
+                                           " must be an object with a name and a version");
         }
         envelope.clientInfo = *info;
     }
@@ -70,11 +68,13 @@ std::variant<RequestEnvelope, EnvelopeProblem> readEnvelope(const std::optional<
         const bool known = level->is_string() &&
                            std::find(kLogLevels.begin(), kLogLevels.end(),
                                      level->get<std::string>()) != kLogLevels.end();
-        if (!known) return malformed(std::string(kLogLevelKey) + " must be a logging level");
+        if (!known) {
+            return RPCError::invalidParams(std::string(kLogLevelKey) + " must be a logging level");
+        }
     }
     if (const auto token = meta->find("progressToken"); token != meta->end()) {
         if (!token->is_string() && !token->is_number()) {
-            return malformed("progressToken must be a string or a number");
+            return RPCError::invalidParams("progressToken must be a string or a number");
         }
     }
     return envelope;

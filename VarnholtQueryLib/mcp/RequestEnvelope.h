@@ -19,11 +19,7 @@ struct RequestEnvelope {
 };
 
 // Why an envelope cannot be served, as the error to answer with.
-struct EnvelopeProblem {
-    ErrorCode code;
-    std::string message;
-    std::optional<JSON> data;
-};
+using EnvelopeProblem = RPCError;
 
 // The keys of the envelope inside `params._meta`.
 inline constexpr const char* kProtocolVersionKey = "io.modelcontextprotocol/protocolVersion";

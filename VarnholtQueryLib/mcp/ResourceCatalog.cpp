@@ -1,6 +1,7 @@
 #include "mcp/ResourceCatalog.h"
 
 #include "cli/CommandBuilders.h"
+#include "mcp/CatalogLookup.h"
 #include "mcp/ToolCommands.h"
 
 namespace VarnholtQueryLib::MCP {
@@ -85,17 +86,17 @@ const std::vector<ResourceTemplateDefinition>& resourceTemplateCatalog() {
     return catalog;
 }
 
+const ResourceDefinition* findResource(const std::string& uri) {
+    return findInCatalog(resourceCatalog(), &ResourceDefinition::uri, uri);
+}
+
 const ResourceTemplateDefinition* findResourceTemplate(const std::string& uriTemplate) {
-    for (const auto& definition : resourceTemplateCatalog()) {
-        if (definition.uriTemplate == uriTemplate) return &definition;
-    }
-    return nullptr;
+    return findInCatalog(resourceTemplateCatalog(), &ResourceTemplateDefinition::uriTemplate,
+                         uriTemplate);
 }
 
 ResourceTarget resolveResource(const std::string& uri) {
-    for (const auto& resource : resourceCatalog()) {
-        if (resource.uri == uri) return resource.recipe();
-    }
+    if (const ResourceDefinition* resource = findResource(uri)) return resource->recipe();
     for (const auto& definition : resourceTemplateCatalog()) {
         const std::string prefix = prefixOf(definition);
         if (uri.size() < prefix.size() || uri.compare(0, prefix.size(), prefix) != 0) continue;

@@ -49,6 +49,8 @@ struct ResourceTemplateDefinition {
 const std::vector<ResourceDefinition>& resourceCatalog();
 const std::vector<ResourceTemplateDefinition>& resourceTemplateCatalog();
 
+// The resource whose uri is `uri`, or null.
+const ResourceDefinition* findResource(const std::string& uri);
 // The template whose uriTemplate is `uriTemplate`, or null.
 const ResourceTemplateDefinition* findResourceTemplate(const std::string& uriTemplate);
 

@@ -63,8 +63,7 @@ MethodOutcome readResourceMethod(const ServerServices& services, const JSON& par
                                       JSON{{"uri", uri}});
     }
     if (const auto* malformed = std::get_if<MalformedResourceDate>(&target)) {
-        return MethodOutcome::failure(ErrorCode::invalidParams,
-                                      "Invalid params: " + malformed->message, JSON{{"uri", uri}});
+        return MethodOutcome::invalidParams(malformed->message, JSON{{"uri", uri}});
     }
     // A document that cannot be read (no database, a locked one) is still
     // what varnholt-query prints: its error envelope is the content.

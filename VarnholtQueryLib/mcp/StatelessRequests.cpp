@@ -11,7 +11,7 @@ StatelessReply serveStatelessRequest(const ServerServices& services,
                                      const IncomingMessage& request) {
     const auto envelope = readEnvelope(request.params);
     if (const auto* problem = std::get_if<EnvelopeProblem>(&envelope)) {
-        return {errorReply(request.id, problem->code, problem->message, problem->data), false};
+        return {errorReply(request.id, *problem), false};
     }
     const RequestEnvelope& client = std::get<RequestEnvelope>(envelope);
     const ProtocolRevision revision = client.revision;

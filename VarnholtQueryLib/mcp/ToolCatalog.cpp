@@ -1,5 +1,6 @@
 #include "mcp/ToolCatalog.h"
 
+#include "mcp/CatalogLookup.h"
 #include "mcp/JSONSchema.h"
 #include "mcp/ToolCommands.h"
 #include "mcp/ToolOutputSchemas.h"
@@ -152,10 +153,7 @@ const std::vector<ToolDefinition>& toolCatalog() {
 }
 
 const ToolDefinition* findTool(const std::string& name) {
-    for (const ToolDefinition& tool : toolCatalog()) {
-        if (tool.name == name) return &tool;
-    }
-    return nullptr;
+    return findInCatalog(toolCatalog(), &ToolDefinition::name, name);
 }
 
 JSON listTools(ProtocolRevision revision) {

@@ -6,6 +6,7 @@
 #include "mcp/MethodTable.h"
 #include "mcp/TimeViewApp.h"
 #include "mcp/ToolCatalog.h"
+#include "mcp/ToolCommands.h"
 
 namespace VarnholtQueryLib::MCP {
 
@@ -27,15 +28,22 @@ MethodOutcome callToolMethod(const ServerServices& services, const JSON& params,
         return MethodOutcome::invalidParams("name must be a string");
     }
     const std::string name = params["name"].get<std::string>();
-    if (!findTool(name)) return MethodOutcome::invalidParams("Unknown tool: " + name);
+    const ToolDefinition* tool = findTool(name);
+    if (!tool) return MethodOutcome::invalidParams("Unknown tool: " + name);
     const JSON arguments = params.contains("arguments") && !params["arguments"].is_null()
                                ? params["arguments"]
                                : JSON::object();
     if (!arguments.is_object()) return MethodOutcome::invalidParams("arguments must be an object");
 
-    // A tool that fails is not a protocol error: its error envelope is the
-    // result, with isError true.
-    auto result = toolCallResult(services.tools.call(name, arguments), terms.revision);
+    // The call is a command like any other, checked and built when it is
+    // answered; a bad argument is the error envelope the command line would
+    // print for it. A tool that fails is not a protocol error: its error
+    // envelope is the result, with isError true.
+    const ToolAnswer answer =
+        services.documents.answer([&](const LocalCalendar& calendar, double now) {
+            return commandForTool(name, ToolArguments(arguments, tool->inputSchema), calendar, now);
+        });
+    auto result = toolCallResult(answer, terms.revision);
     if (!result) {
         return MethodOutcome::failure(ErrorCode::internalError,
                                       "Internal error: Failed to serialize JSON");

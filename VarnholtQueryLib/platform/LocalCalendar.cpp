@@ -31,37 +31,7 @@ std::string utf8(const icu::UnicodeString& text) {
     return out;
 }
 
-// Days since 1970-01-01 of a proleptic Gregorian date (Howard Hinnant's
-// days_from_civil).
-long long daysFromCivil(long long year, unsigned month, unsigned day) {
-    year -= month <= 2;
-    const long long era = (year >= 0 ? year : year - 399) / 400;
-    const unsigned yearOfEra = static_cast<unsigned>(year - era * 400);
-    const unsigned dayOfYear = (153 * (month + (month > 2 ? -3 : 9)) + 2) / 5 + day - 1;
-    const unsigned dayOfEra = yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear;
-    return era * 146097 + static_cast<long long>(dayOfEra) - 719468;
-}
-
-void civilFromDays(long long days, long long& year, unsigned& month, unsigned& day) {
-    days += 719468;
-    const long long era = (days >= 0 ? days : days - 146096) / 146097;
-    const unsigned dayOfEra = static_cast<unsigned>(days - era * 146097);
-    const unsigned yearOfEra =
-        (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
-    year = static_cast<long long>(yearOfEra) + era * 400;
-    const unsigned dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
-    const unsigned monthIndex = (5 * dayOfYear + 2) / 153;
-    day = dayOfYear - (153 * monthIndex + 2) / 5 + 1;
-    month = monthIndex < 10 ? monthIndex + 3 : monthIndex - 9;
-    year += month <= 2;
-}
-
 bool isLeapYear(long long year) { return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0; }
-
-unsigned daysInMonth(long long year, unsigned month) {
-    static constexpr unsigned kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
-    return month == 2 && isLeapYear(year) ? 29 : kDays[month - 1];
-}
 
 // Reads exactly `width` ASCII digits at `position`.
 std::optional<int> digits(std::string_view text, size_t position, size_t width) {
@@ -105,12 +75,11 @@ std::string formatDateTime(double instant, int offsetSeconds, const std::string&
         secondOfDay += 86400;
         days -= 1;
     }
-    long long year = 0;
-    unsigned month = 0, day = 0;
-    civilFromDays(days, year, month, day);
+    const CivilDate date = civilFromDays(days);
     char buffer[64];
-    std::snprintf(buffer, sizeof buffer, "%04lld-%02u-%02uT%02lld:%02lld:%02lld", year, month, day,
-                  secondOfDay / 3600, secondOfDay / 60 % 60, secondOfDay % 60);
+    std::snprintf(buffer, sizeof buffer, "%04lld-%02u-%02uT%02lld:%02lld:%02lld", date.year,
+                  date.month, date.day, secondOfDay / 3600, secondOfDay / 60 % 60,
+                  secondOfDay % 60);
     return buffer + zoneSuffix;
 }
 
@@ -169,6 +138,39 @@ std::optional<double> parseWallClock(std::string_view text, const char* pattern)
 }
 
 }  // namespace
+
+unsigned daysInMonth(long long year, unsigned month) {
+    static constexpr unsigned kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    return month == 2 && isLeapYear(year) ? 29 : kDays[month - 1];
+}
+
+// Howard Hinnant's days_from_civil and civil_from_days: whole 400-year eras
+// of 146,097 days, and within an era years that begin on 1 March, so that a
+// leap day is the last day of its year.
+long long daysFromCivil(const CivilDate& date) {
+    const long long year = date.year - (date.month <= 2 ? 1 : 0);
+    const long long era = (year >= 0 ? year : year - 399) / 400;
+    const unsigned yearOfEra = static_cast<unsigned>(year - era * 400);
+    const unsigned dayOfYear =
+        (153 * (date.month > 2 ? date.month - 3 : date.month + 9) + 2) / 5 + date.day - 1;
+    const unsigned dayOfEra = yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear;
+    return era * 146097 + static_cast<long long>(dayOfEra) - 719468;
+}
+
+CivilDate civilFromDays(long long days) {
+    days += 719468;
+    const long long era = (days >= 0 ? days : days - 146096) / 146097;
+    const unsigned dayOfEra = static_cast<unsigned>(days - era * 146097);
+    const unsigned yearOfEra =
+        (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
+    const unsigned dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
+    const unsigned monthIndex = (5 * dayOfYear + 2) / 153;
+    CivilDate date;
+    date.day = dayOfYear - (153 * monthIndex + 2) / 5 + 1;
+    date.month = monthIndex < 10 ? monthIndex + 3 : monthIndex - 9;
+    date.year = static_cast<long long>(yearOfEra) + era * 400 + (date.month <= 2 ? 1 : 0);
+    return date;
+}
 
 double clampToCalendarRange(double instant) {
     if (std::isnan(instant)) return kEarliestCalendarInstant;
@@ -251,11 +253,9 @@ std::optional<double> LocalCalendar::parseLocalPattern(std::string_view text,
                                                        const char* pattern) const {
     const std::optional<double> wallClock = parseWallClock(text, pattern);
     if (!wallClock) return std::nullopt;
-    long long year = 0;
-    unsigned month = 0, day = 0;
     const auto seconds = static_cast<long long>(*wallClock);
     const long long secondOfDay = ((seconds % 86400) + 86400) % 86400;
-    civilFromDays((seconds - secondOfDay) / 86400, year, month, day);
+    const CivilDate date = civilFromDays((seconds - secondOfDay) / 86400);
 
     // Gregorian whatever the locale's own calendar: the fields are Gregorian.
     UErrorCode status = U_ZERO_ERROR;
@@ -263,9 +263,9 @@ std::optional<double> LocalCalendar::parseLocalPattern(std::string_view text,
     check(status, "Cannot create a calendar");
     configure(*calendar);
     calendar->clear();
-    calendar->set(UCAL_EXTENDED_YEAR, static_cast<int32_t>(year));
-    calendar->set(UCAL_MONTH, static_cast<int32_t>(month) - 1);
-    calendar->set(UCAL_DATE, static_cast<int32_t>(day));
+    calendar->set(UCAL_EXTENDED_YEAR, static_cast<int32_t>(date.year));
+    calendar->set(UCAL_MONTH, static_cast<int32_t>(date.month) - 1);
+    calendar->set(UCAL_DATE, static_cast<int32_t>(date.day));
     calendar->set(UCAL_HOUR_OF_DAY, static_cast<int32_t>(secondOfDay / 3600));
     calendar->set(UCAL_MINUTE, static_cast<int32_t>(secondOfDay / 60 % 60));
     calendar->set(UCAL_SECOND, static_cast<int32_t>(secondOfDay % 60));
@@ -338,7 +338,7 @@ std::optional<double> parseInternetDateTime(std::string_view text) {
         offsetSeconds = (*offsetHours * 3600LL + *offsetMinutes * 60LL) * (sign == '-' ? -1 : 1);
     }
     const long long days =
-        daysFromCivil(*year, static_cast<unsigned>(*month), static_cast<unsigned>(*day));
+        daysFromCivil({*year, static_cast<unsigned>(*month), static_cast<unsigned>(*day)});
     return static_cast<double>(days * 86400 + *hour * 3600LL + *minute * 60LL + *second -
                                offsetSeconds);
 }

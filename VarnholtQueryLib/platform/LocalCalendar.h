@@ -36,6 +36,26 @@ inline constexpr double kLatestCalendarInstant = 183882168921600.0;     // ICU's
 // `instant` moved into the calendar's range as described above.
 double clampToCalendarRange(double instant);
 
+// A day of the proleptic Gregorian calendar, with no zone: a date as a text
+// names it. The arithmetic on such days is exact for any year and needs no
+// calendar object; the date texts below and the MCP server's dates use it.
+struct CivilDate {
+    long long year = 1970;  // astronomical: 0 is 1 BC
+    unsigned month = 1;     // 1..12
+    unsigned day = 1;       // 1..daysInMonth(year, month)
+
+    bool operator==(const CivilDate&) const = default;
+};
+
+// The days of `month` (1..12) in `year`: 29 in February of a leap year.
+unsigned daysInMonth(long long year, unsigned month);
+// Days from 1970-01-01 to `date` (negative before it).
+// REQUIRES: `date` is a real date and its year within +-2^54.
+long long daysFromCivil(const CivilDate& date);
+// The date `days` days after 1970-01-01 (before it when negative).
+// REQUIRES: |days| < 2^62.
+CivilDate civilFromDays(long long days);
+
 // The user's calendar: a time zone and a locale, with the calendar arithmetic
 // and the local date texts the tool needs.
 //

@@ -6,9 +6,11 @@
 namespace VarnholtQueryLib {
 
 // Log tails by running the system's /usr/bin/tail through the process port.
-// The child's standard error is inherited, so for a missing file tail's own
-// complaint reaches the user's terminal and the text is empty. Holds only a
-// reference to the process port, which must outlive it.
+// Where the child's standard error goes is the process port's choice
+// (ChildErrors): the command line lets it through, so for a missing file
+// tail's own complaint reaches the user's terminal; the MCP server discards
+// it. Either way the text is then empty. Holds only a reference to the
+// process port, which must outlive it.
 class FSTailTailLogPort final : public TailLogPort {
 public:
     explicit FSTailTailLogPort(const ProcessPort& processes);

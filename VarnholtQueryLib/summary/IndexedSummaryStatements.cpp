@@ -1,17 +1,14 @@
 #include "summary/IndexedSummaryStatements.h"
 
 #include "EffectiveTimeWindow.h"
-#include "IndexedTimelineStatement.h"
 #include "ObservationEntitiesJSON.h"
+#include "TimelineRowConditions.h"
 
 namespace VarnholtQueryLib {
 
 using namespace VarnholtSQLiteSupport;
 
 namespace {
-
-using RecentWorkTimelineSQLite::kNoSeparateRecording;
-using RecentWorkTimelineSQLite::kUsableDescription;
 
 // Each part in time order: the order its index walks it in, so nothing is
 // sorted and nothing is held.

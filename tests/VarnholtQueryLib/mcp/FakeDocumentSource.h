@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,8 +13,10 @@ namespace VarnholtQueryLib::MCP {
 
 // Answers every recipe in Berlin at a fixed instant without a database: the
 // document is {"command": <what the recipe built>}, so a test sees which
-// command a resource or prompt stands for, unless `answers` holds an answer
-// for that command (by its describe() text). Remembers what it was asked.
+// command a tool call, resource or prompt stands for, unless `fixedAnswer`
+// is set or `answers` holds an answer for that command (by its describe()
+// text); a recipe that throws CLIError is answered with {"error": <its
+// message>} as a failure. Remembers what it was asked.
 class FakeDocumentSource final : public DocumentSource {
 public:
     // Wednesday 1 April 2026, 12:00 in Berlin.
@@ -24,6 +27,7 @@ public:
         try {
             const Command command = recipe(calendar, kNow);
             commands.push_back(command);
+            if (fixedAnswer) return *fixedAnswer;
             const auto given = answers.find(describe(command));
             if (given != answers.end()) return given->second;
             return {JSON{{"command", describe(command)}}, false};
@@ -44,6 +48,9 @@ public:
     // A readable form of the commands the resources and prompts build.
     static std::string describe(const Command& command) {
         if (std::holds_alternative<Command::Status>(command.value)) return "status";
+        if (std::holds_alternative<Command::SupportContext>(command.value)) return "support_context";
+        if (std::holds_alternative<Command::Entities>(command.value)) return "entities";
+        if (const auto* search = std::get_if<Command::Search>(&command.value)) return "search " + search->keyword;
         if (const auto* recent = std::get_if<Command::Recent>(&command.value)) {
             if (recent->preset && *recent->preset != "range") return *recent->preset;
             return "range " + recent->rangeFrom.value_or("-") + " " + recent->rangeTo.value_or("-");
@@ -58,8 +65,18 @@ public:
         return "other";
     }
 
-    std::map<std::string, ToolAnswer> answers;
+    // The commands the recipes built, described.
+    std::vector<std::string> described() const {
+        std::vector<std::string> descriptions;
+        for (const Command& command : commands) descriptions.push_back(describe(command));
+        return descriptions;
+    }
+
     std::vector<std::string> active = {"2026-04-01", "2026-03-31", "2026-03-27"};
+    // When set, the answer to every recipe that builds its command.
+    std::optional<ToolAnswer> fixedAnswer;
+    // Answers to particular commands, by their describe() text.
+    std::map<std::string, ToolAnswer> answers;
     mutable std::vector<Command> commands;
     mutable std::vector<std::size_t> askedDays;
 };

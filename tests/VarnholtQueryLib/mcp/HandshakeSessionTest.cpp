@@ -5,7 +5,6 @@
 #include "FakeDocumentSource.h"
 #include "mcp/ServerIdentity.h"
 #include "mcp/TimeViewApp.h"
-#include "RecordingToolExecutor.h"
 
 using namespace VarnholtQueryLib;
 using namespace VarnholtQueryLib::MCP;
@@ -32,9 +31,8 @@ protected:
         return reply["result"];
     }
 
-    RecordingToolExecutor tools_;
     FakeDocumentSource documents_;
-    ServerServices services_{tools_, documents_};
+    ServerServices services_{documents_};
     HandshakeSession session_{services_};
 };
 

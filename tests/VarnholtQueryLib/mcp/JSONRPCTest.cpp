@@ -117,6 +117,14 @@ TEST(JSONRPCTest, RepliesOnTheWire) {
     EXPECT_EQ(static_cast<int>(ErrorCode::missingRequiredClientCapability), -32021);
 }
 
+TEST(JSONRPCTest, InvalidParamsSayWhyInOneForm) {
+    EXPECT_EQ(encodeReply(errorReply(RequestId(JSON(3)), RPCError::invalidParams("uri must be a string"))),
+              R"({"error":{"code":-32602,"message":"Invalid params: uri must be a string"},"id":3,"jsonrpc":"2.0"})");
+    EXPECT_EQ(encodeReply(errorReply(RequestId(JSON("r")),
+                                     RPCError::invalidParams("bad date", JSON{{"uri", "varnholt://x"}}))),
+              R"({"error":{"code":-32602,"data":{"uri":"varnholt://x"},"message":"Invalid params: bad date"},"id":"r","jsonrpc":"2.0"})");
+}
+
 TEST(JSONRPCTest, RepliesReadAsAJSONObjectOfOursWould) {
     // The hand-written form must equal what the JSON library writes for the
     // same object, so that replies are the bytes they were before ids were kept.

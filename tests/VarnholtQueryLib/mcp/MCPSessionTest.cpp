@@ -8,7 +8,6 @@
 
 #include "cli/BuildMetadata.h"
 #include "FakeDocumentSource.h"
-#include "RecordingToolExecutor.h"
 #include "mcp/ServerIdentity.h"
 #include "mcp/ToolCatalog.h"
 
@@ -49,9 +48,8 @@ protected:
                     arguments + "}}");
     }
 
-    RecordingToolExecutor tools_;
     FakeDocumentSource documents_;
-    MCPSession session_{tools_, documents_};
+    MCPSession session_{documents_};
 };
 
 }  // namespace
@@ -97,7 +95,7 @@ TEST_F(MCPSessionTest, OnlyPingBeforeInitialize) {
         EXPECT_EQ(errorOf(reply), "-32600 Invalid Request: the session is not initialized; send initialize first");
         EXPECT_EQ(reply["id"], 2);
     }
-    EXPECT_TRUE(tools_.calls.empty());
+    EXPECT_TRUE(documents_.commands.empty());
 }
 
 TEST_F(MCPSessionTest, InitializeOnlyOnce) {
@@ -126,12 +124,13 @@ TEST_F(MCPSessionTest, TheOldestRevisionHasNoCompletionsCapability) {
 
 TEST_F(MCPSessionTest, AToolCallAnswersWithTheDocumentTwice) {
     initialize("2025-06-18");
+    documents_.fixedAnswer = ToolAnswer{JSON{{"ok", true}, {"path", "/a/b"}, {"n", 1.5}}, false};
     const JSON reply = call(R"({"keyword":"x"})");
-    EXPECT_EQ(tools_.calls, std::vector<std::string>{R"(search {"keyword":"x"})"});
+    EXPECT_EQ(documents_.described(), std::vector<std::string>{"search x"});
     EXPECT_EQ(reply["id"], 9);
     const JSON& result = reply["result"];
     EXPECT_EQ(result["isError"], false);
-    EXPECT_EQ(result["structuredContent"], tools_.answer.document);
+    EXPECT_EQ(result["structuredContent"], documents_.fixedAnswer->document);
     ASSERT_EQ(result["content"].size(), 1u);
     EXPECT_EQ(result["content"][0]["type"], "text");
     // The same value on one line, as the structured content is written.
@@ -140,10 +139,12 @@ TEST_F(MCPSessionTest, AToolCallAnswersWithTheDocumentTwice) {
 
 TEST_F(MCPSessionTest, AFailedToolIsAResultNotAProtocolError) {
     initialize("2025-11-25");
-    tools_.answer = {JSON{{"ok", false}}, true};
+    // A search without a keyword, refused as the command line refuses it.
     const JSON result = call("{}")["result"];
     EXPECT_EQ(result["isError"], true);
-    EXPECT_EQ(result["structuredContent"], tools_.answer.document);
+    EXPECT_EQ(result["structuredContent"]["error"].get<std::string>().rfind("Missing keyword. Usage: ", 0), 0u)
+        << result.dump();
+    EXPECT_TRUE(documents_.commands.empty());
 }
 
 TEST_F(MCPSessionTest, OlderRevisionsGetTextOnly) {
@@ -161,11 +162,11 @@ TEST_F(MCPSessionTest, ToolCallParamsAreChecked) {
               "-32602 Invalid params: name must be a string");
     EXPECT_EQ(errorOf(send(R"({"jsonrpc":"2.0","id":4,"method":"tools/call","params":{"name":"status","arguments":[]}})")),
               "-32602 Invalid params: arguments must be an object");
-    EXPECT_TRUE(tools_.calls.empty());
+    EXPECT_TRUE(documents_.commands.empty());
     // No arguments, or null, is an empty object.
     send(R"({"jsonrpc":"2.0","id":4,"method":"tools/call","params":{"name":"status"}})");
     send(R"({"jsonrpc":"2.0","id":4,"method":"tools/call","params":{"name":"status","arguments":null}})");
-    EXPECT_EQ(tools_.calls, (std::vector<std::string>{"status {}", "status {}"}));
+    EXPECT_EQ(documents_.described(), (std::vector<std::string>{"status", "status"}));
 }
 
 TEST_F(MCPSessionTest, UnknownMethodsAreNotFound) {
@@ -186,7 +187,7 @@ TEST_F(MCPSessionTest, NotificationsAndResponsesAreNeverAnswered) {
                              R"({"jsonrpc":"2.0","id":1,"result":{}})", "", "   \r"}) {
         EXPECT_TRUE(send(line).is_null()) << line;
     }
-    EXPECT_TRUE(tools_.calls.empty());
+    EXPECT_TRUE(documents_.commands.empty());
 }
 
 TEST_F(MCPSessionTest, ParseErrorsAnswerWithNullId) {
@@ -258,8 +259,8 @@ TEST_F(MCPSessionTest, OversizedLinesGetAnErrorWithNullId) {
 
 TEST_F(MCPSessionTest, AnUnwritableDocumentIsAnInternalError) {
     initialize();
-    tools_.answer = {JSON{{"text", "\xff"}}, false};
-    EXPECT_EQ(errorOf(call("{}")), "-32603 Internal error: Failed to serialize JSON");
+    documents_.fixedAnswer = ToolAnswer{JSON{{"text", "\xff"}}, false};
+    EXPECT_EQ(errorOf(call(R"({"keyword":"x"})")), "-32603 Internal error: Failed to serialize JSON");
 }
 
 TEST_F(MCPSessionTest, ABatchIsBounded) {
@@ -272,14 +273,14 @@ TEST_F(MCPSessionTest, ABatchIsBounded) {
     const JSON refused = send(batch + "]");
     EXPECT_EQ(errorOf(refused), "-32600 Invalid Request: a batch may hold at most 64 messages");
     EXPECT_TRUE(refused["id"].is_null());
-    EXPECT_TRUE(tools_.calls.empty());
+    EXPECT_TRUE(documents_.commands.empty());
 }
 
 TEST_F(MCPSessionTest, ABatchStopsServingOnceItsRepliesAreTooLarge) {
     initialize("2025-03-26");
     // Each answer takes 9 MiB (as text only in this revision), so the first
     // two pass the bound and the rest are refused unserved.
-    tools_.answer = {JSON{{"pad", std::string(9 * 1024 * 1024, 'x')}}, false};
+    documents_.fixedAnswer = ToolAnswer{JSON{{"pad", std::string(9 * 1024 * 1024, 'x')}}, false};
     std::string batch = "[";
     for (int i = 0; i < 5; ++i) {
         batch += (i ? "," : "") + std::string(R"({"jsonrpc":"2.0","id":)") + std::to_string(i) +
@@ -287,7 +288,7 @@ TEST_F(MCPSessionTest, ABatchStopsServingOnceItsRepliesAreTooLarge) {
     }
     const JSON replies = send(batch + R"(,{"jsonrpc":"2.0","method":"notifications/x"}])");
     ASSERT_EQ(replies.size(), 5u);
-    EXPECT_EQ(tools_.calls.size(), 2u);
+    EXPECT_EQ(documents_.commands.size(), 2u);
     EXPECT_TRUE(replies[1].contains("result"));
     for (int i = 2; i < 5; ++i) {
         EXPECT_EQ(replies[i]["id"], i);
@@ -325,9 +326,9 @@ std::string statelessLine(const std::string& id, const std::string& method, cons
 
 TEST_F(MCPSessionTest, AStatelessRequestNeedsNoInitialize) {
     const JSON reply = send(statelessLine("1", "tools/call", R"("name":"search","arguments":{"keyword":"x"})"));
-    EXPECT_EQ(reply["result"]["structuredContent"], tools_.answer.document);
+    EXPECT_EQ(reply["result"]["structuredContent"], (JSON{{"command", "search x"}}));
     EXPECT_EQ(reply["result"]["resultType"], "complete");
-    EXPECT_EQ(tools_.calls, std::vector<std::string>{R"(search {"keyword":"x"})"});
+    EXPECT_EQ(documents_.described(), std::vector<std::string>{"search x"});
     EXPECT_FALSE(session_.revision().has_value());
 }
 
@@ -371,7 +372,7 @@ TEST_F(MCPSessionTest, BothErasOnOneLine) {
     EXPECT_FALSE(old.contains("resultType"));
     // A stateless request beside it is served on its own revision.
     const JSON modern = send(statelessLine("\"m\"", "tools/call", R"("name":"status")"))["result"];
-    EXPECT_EQ(modern["structuredContent"], tools_.answer.document);
+    EXPECT_EQ(modern["structuredContent"], (JSON{{"command", "status"}}));
     EXPECT_EQ(modern["resultType"], "complete");
     EXPECT_EQ(modern["_meta"]["io.modelcontextprotocol/serverInfo"], serverInfo(ProtocolRevision::r2026_07_28));
     // And the handshake session is none the wiser.
@@ -390,7 +391,7 @@ TEST_F(MCPSessionTest, StatelessRequestsHoldNoState) {
     send(statelessLine("3", "tools/call", R"("name":"status")"));
     send(R"({"jsonrpc":"2.0","method":"notifications/initialized"})");
     EXPECT_EQ(session_.replyTo(read), first);
-    MCPSession fresh(tools_, documents_);
+    MCPSession fresh(documents_);
     EXPECT_EQ(fresh.replyTo(read), first);
 }
 
@@ -402,7 +403,7 @@ TEST_F(MCPSessionTest, AStatelessRequestCannotBeBatched) {
     EXPECT_EQ(replies[0]["id"], 1);
     EXPECT_EQ(replies[1]["result"], JSON::object());
     // Outside a 2025-03-26 session no batch at all, envelope or not.
-    MCPSession fresh(tools_, documents_);
+    MCPSession fresh(documents_);
     EXPECT_EQ(JSON::parse(*fresh.replyTo("[" + statelessLine("1", "tools/list") + "]"))["error"]["message"],
               "Invalid Request: batches are not part of this protocol revision");
 }
@@ -439,7 +440,7 @@ TEST_F(MCPSessionTest, AStatelessRequestThatFailsStillCommitsTheLine) {
     EXPECT_EQ(errorOf(send(statelessLine("2", "tools/call", R"("name":"frobnicate")"))),
               "-32602 Invalid params: Unknown tool: frobnicate");
     EXPECT_EQ(errorOf(send(initializeLine("2025-06-18"))), "-32022 Unsupported protocol version");
-    EXPECT_TRUE(tools_.calls.empty());
+    EXPECT_TRUE(documents_.commands.empty());
 }
 
 // Every session reads the whole tool list before its first question. The
@@ -455,7 +456,7 @@ TEST_F(MCPSessionTest, TheToolListFitsTwelveThousandCharacters) {
             text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
     };
     const std::string stateless = session_.replyTo(statelessLine("1", "tools/list")).value_or("");
-    MCPSession handshake(tools_, documents_);
+    MCPSession handshake(documents_);
     handshake.replyTo(initializeLine("2025-11-25"));
     const std::string listed =
         handshake.replyTo(R"({"jsonrpc":"2.0","id":2,"method":"tools/list"})").value_or("");

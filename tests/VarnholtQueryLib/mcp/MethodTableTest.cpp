@@ -7,7 +7,6 @@
 #include "mcp/TimeViewApp.h"
 #include "mcp/ToolCatalog.h"
 #include "view/TimeView.h"
-#include "RecordingToolExecutor.h"
 
 using namespace VarnholtQueryLib;
 using namespace VarnholtQueryLib::MCP;
@@ -25,9 +24,8 @@ protected:
                (outcome.data ? " " + outcome.data->dump() : "");
     }
 
-    RecordingToolExecutor tools_;
     FakeDocumentSource documents_;
-    ServerServices services_{tools_, documents_};
+    ServerServices services_{documents_};
 };
 
 }  // namespace

@@ -7,7 +7,6 @@
 #include "mcp/ServerIdentity.h"
 #include "mcp/TimeViewApp.h"
 #include "mcp/ToolCatalog.h"
-#include "RecordingToolExecutor.h"
 
 using namespace VarnholtQueryLib;
 using namespace VarnholtQueryLib::MCP;
@@ -43,9 +42,8 @@ protected:
                  {{"name", "varnholt-mcp"}, {"title", "Varnholt work memory"}, {"version", BuildMetadata::version}}}};
     }
 
-    RecordingToolExecutor tools_;
     FakeDocumentSource documents_;
-    ServerServices services_{tools_, documents_};
+    ServerServices services_{documents_};
     bool lastServed_ = false;
 };
 
@@ -90,7 +88,7 @@ TEST_F(StatelessRequestsTest, AReadIsTheUsersAndNotToBeKept) {
 
 TEST_F(StatelessRequestsTest, CallsGetPromptsAndCompletionsAreNotCached) {
     const JSON call = serve("tools/call", {{"name", "status"}})["result"];
-    EXPECT_EQ(call["structuredContent"], tools_.answer.document);
+    EXPECT_EQ(call["structuredContent"], (JSON{{"command", "status"}}));
     EXPECT_EQ(call["resultType"], "complete");
     EXPECT_EQ(call["_meta"], identity());
     const JSON prompt = serve("prompts/get", {{"name", "what-was-i-doing"}, {"arguments", {{"time", "2026-04-01T09:00:00"}}}})["result"];

@@ -13,12 +13,6 @@ using namespace VarnholtQueryLib::MCP;
 
 namespace {
 
-// Echoes each call's arguments as its document.
-class EchoToolExecutor final : public ToolExecutor {
-public:
-    ToolAnswer call(const std::string&, const JSON& arguments) const override { return {arguments, false}; }
-};
-
 // An output that refuses every byte, like a pipe whose reader has gone.
 class ClosedOutput final : public std::streambuf {
 protected:
@@ -37,7 +31,7 @@ protected:
     std::vector<std::string> serve(const std::string& input) {
         std::istringstream in(input);
         std::ostringstream out;
-        MCPSession session(tools_, documents_);
+        MCPSession session(documents_);
         status_ = serveStdio(in, out, diagnostics_, session);
         std::vector<std::string> lines;
         std::istringstream written(out.str());
@@ -46,7 +40,6 @@ protected:
         return lines;
     }
 
-    EchoToolExecutor tools_;
     FakeDocumentSource documents_;
     std::ostringstream diagnostics_;
     int status_ = -1;
@@ -113,14 +106,14 @@ TEST_F(StdioServerTest, AToolAnswerStaysOnOneLine) {
         R"({"jsonrpc":"2.0","id":5,"method":"tools/call","params":{"name":"search","arguments":{"keyword":"a\nb"}}})";
     const auto lines = serve(kInitialize + "\n" + call + "\n");
     ASSERT_EQ(lines.size(), 2u);
-    EXPECT_EQ(JSON::parse(lines[1])["result"]["structuredContent"]["keyword"], "a\nb");
+    EXPECT_EQ(JSON::parse(lines[1])["result"]["structuredContent"]["command"], "search a\nb");
 }
 
 TEST_F(StdioServerTest, AClosedOutputStopsTheServer) {
     std::istringstream in(kPing + "\n" + kPing + "\n");
     ClosedOutput closed;
     std::ostream out(&closed);
-    MCPSession session(tools_, documents_);
+    MCPSession session(documents_);
     EXPECT_EQ(serveStdio(in, out, diagnostics_, session), 1);
     EXPECT_EQ(diagnostics_.str(), "varnholt-mcp: cannot write to standard output; stopping.\n");
 }

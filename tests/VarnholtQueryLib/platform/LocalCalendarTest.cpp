@@ -228,3 +228,40 @@ TEST(LocalCalendarTest, ASkippedWallClockTimeIsReadAsTheEndOfTheJump) {
     const LocalCalendar santiago("America/Santiago", "es_CL");
     EXPECT_EQ(santiago.parseLocalPattern("2022-09-11", "yyyy-MM-dd"), 1662868800);
 }
+
+TEST(LocalCalendarTest, CivilDatesCountDaysFrom1970) {
+    EXPECT_EQ(daysFromCivil({1970, 1, 1}), 0);
+    EXPECT_EQ(daysFromCivil({2026, 4, 1}), 20544);
+    EXPECT_EQ(daysFromCivil({2000, 3, 1}), 11017);
+    EXPECT_EQ(daysFromCivil({1969, 12, 31}), -1);
+    EXPECT_EQ(daysFromCivil({1, 1, 1}), -719162);
+    EXPECT_EQ(daysFromCivil({0, 12, 31}), -719163);
+    EXPECT_EQ(civilFromDays(-719163), (CivilDate{0, 12, 31}));
+    EXPECT_EQ(civilFromDays(20544), (CivilDate{2026, 4, 1}));
+    // Every day of four centuries either side of 1970, there and back, one
+    // day after the other.
+    CivilDate previous = civilFromDays(-146097 - 1);
+    for (long long days = -146097; days <= 146097; ++days) {
+        const CivilDate date = civilFromDays(days);
+        ASSERT_EQ(daysFromCivil(date), days);
+        const bool nextDay = date.year == previous.year && date.month == previous.month &&
+                             date.day == previous.day + 1;
+        const bool nextMonth = date.day == 1 && previous.day == daysInMonth(previous.year, previous.month) &&
+                               (date.month == previous.month + 1 ||
+                                (date.month == 1 && previous.month == 12 && date.year == previous.year + 1));
+        ASSERT_TRUE(nextDay || nextMonth) << days;
+        previous = date;
+    }
+}
+
+TEST(LocalCalendarTest, MonthLengthsFollowTheGregorianLeapYears) {
+    EXPECT_EQ(daysInMonth(2026, 1), 31u);
+    EXPECT_EQ(daysInMonth(2026, 4), 30u);
+    EXPECT_EQ(daysInMonth(2026, 2), 28u);
+    EXPECT_EQ(daysInMonth(2024, 2), 29u);
+    EXPECT_EQ(daysInMonth(1900, 2), 28u);
+    EXPECT_EQ(daysInMonth(2000, 2), 29u);
+    EXPECT_EQ(daysInMonth(0, 2), 29u);
+    EXPECT_EQ(daysInMonth(-4, 2), 29u);
+    EXPECT_EQ(daysInMonth(-100, 2), 28u);
+}

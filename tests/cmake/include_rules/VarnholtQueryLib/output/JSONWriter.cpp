@@ -1,0 +1,2 @@
+#include "output/JSONWriter.h"
+#include "output/Missing.h"  // names no header
