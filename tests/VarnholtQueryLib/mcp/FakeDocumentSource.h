@@ -43,7 +43,14 @@ public:
         }
         return days;
     }
-    LocalDays localDays() const override { return {"2026-04-01", "2026-03-31", "2026-03-30"}; }
+    std::vector<std::string> activeDaysBefore(const std::string& day, std::size_t count) const override {
+        std::vector<std::string> days;
+        for (const std::string& candidate : active) {
+            if (candidate < day && days.size() < count) days.push_back(candidate);
+        }
+        return days;
+    }
+        LocalDays localDays() const override { return {"2026-04-01", "2026-03-31", "2026-03-30"}; }
 
     // A readable form of the commands the resources and prompts build.
     static std::string describe(const Command& command) {

@@ -56,15 +56,60 @@ TEST(PromptCatalogTest, WhatWasIDoingSaysWhenNoMomentWasRecordedOrTheTimelineFai
               R"({"error":{"code":"DB_LOCKED"},"ok":false})");
 }
 
-TEST(PromptCatalogTest, AStandUpEmbedsYesterdaysAndTodaysSummaries) {
+// The fake's days with activity are 1 April (today), 31 March and 27 March.
+TEST(PromptCatalogTest, AStandUpTakesTheLastEarlierActiveDayAndTodaySoFar) {
     const FakeDocumentSource documents;
     const JSON messages = messagesOf("stand-up", {}, documents);
     ASSERT_EQ(messages.size(), 3u);
-    EXPECT_NE(messages[0]["content"]["text"].get<std::string>().find("yesterday (2026-03-31)"), std::string::npos);
-    EXPECT_EQ(messages[1]["content"], JSON::parse(R"({"type":"resource","resource":{"uri":"varnholt://summary/day/2026-03-31",
-        "mimeType":"application/json","text":"{\n  \"command\" : \"summary 2026-03-31 2026-03-31 max 24000\"\n}\n"}})"));
-    EXPECT_EQ(messages[2]["content"]["resource"]["uri"], "varnholt://summary/today");
-    EXPECT_EQ(messages[2]["content"]["resource"]["text"], "{\n  \"command\" : \"summary today max 24000\"\n}\n");
+    EXPECT_NE(messages[0]["content"]["text"].get<std::string>().find(
+                  "what I did on 2026-03-31, my last day with activity before 2026-04-01, and what I have "
+                  "done today (2026-04-01) so far"),
+              std::string::npos)
+        << messages[0];
+    // Each day compact, as a tool result's text, with short lists.
+    EXPECT_EQ(messages[1]["content"],
+              (JSON{{"type", "text"}, {"text", R"({"command":"summary 2026-03-31 2026-03-31 max 11000"})"}}));
+    EXPECT_EQ(messages[2]["content"]["text"], R"({"command":"summary today max 11000"})");
+    for (const Command& command : documents.commands) {
+        EXPECT_EQ(std::get<Command::Summary>(command.value).limit, 5);
+    }
+}
+
+TEST(PromptCatalogTest, AStandUpOfAnEarlierDaySkipsTheDaysWithoutActivity) {
+    const FakeDocumentSource documents;
+    // Monday 30 March had nothing: the day before it with activity is 27 March.
+    const JSON messages = messagesOf("stand-up", {{"date", "2026-03-30"}}, documents);
+    ASSERT_EQ(messages.size(), 3u);
+    EXPECT_NE(messages[0]["content"]["text"].get<std::string>().find(
+                  "what I did on 2026-03-27, my last day with activity before 2026-03-30, and what I have "
+                  "done on 2026-03-30,"),
+              std::string::npos)
+        << messages[0];
+    EXPECT_EQ(messages[1]["content"]["text"], R"({"command":"summary 2026-03-27 2026-03-27 max 11000"})");
+    EXPECT_EQ(messages[2]["content"]["text"], R"({"command":"summary 2026-03-30 2026-03-30 max 11000"})");
+}
+
+TEST(PromptCatalogTest, AStandUpWithoutAnEarlierActiveDaySaysSo) {
+    FakeDocumentSource documents;
+    documents.active = {"2026-04-01"};
+    const JSON messages = messagesOf("stand-up", {}, documents);
+    ASSERT_EQ(messages.size(), 2u);
+    EXPECT_NE(messages[0]["content"]["text"].get<std::string>().find(
+                  "Nothing was recorded in the two months before 2026-04-01."),
+              std::string::npos)
+        << messages[0];
+    EXPECT_EQ(messages[1]["content"]["text"], R"({"command":"summary today max 11000"})");
+}
+
+TEST(PromptCatalogTest, AStandUpRefusesADateItCannotUse) {
+    const FakeDocumentSource documents;
+    EXPECT_EQ(messagesOf("stand-up", {{"date", "31.03.2026"}}, documents),
+              "date must be a local date of the form yyyy-MM-dd");
+    EXPECT_EQ(messagesOf("stand-up", {{"date", "2026-04-02"}}, documents),
+              "date must not be after today (2026-04-01)");
+    EXPECT_TRUE(documents.commands.empty());
+    EXPECT_TRUE(findPrompt("stand-up")->arguments.at(0).completesWithActiveDays);
+    EXPECT_FALSE(findPrompt("stand-up")->arguments.at(0).required);
 }
 
 TEST(PromptCatalogTest, ATimesheetCoversSevenDaysFromItsStart) {
@@ -72,10 +117,11 @@ TEST(PromptCatalogTest, ATimesheetCoversSevenDaysFromItsStart) {
     const JSON given = messagesOf("timesheet", {{"week_start", "2026-03-23"}}, documents);
     ASSERT_EQ(given.size(), 2u);
     EXPECT_NE(given[0]["content"]["text"].get<std::string>().find("from 2026-03-23 to 2026-03-29"), std::string::npos);
-    EXPECT_EQ(given[1]["content"]["resource"]["uri"], "varnholt://summary/week/2026-03-23");
-    EXPECT_EQ(given[1]["content"]["resource"]["text"], "{\n  \"command\" : \"summary 2026-03-23 2026-03-29 max 24000\"\n}\n");
+    EXPECT_EQ(given[1]["content"],
+              (JSON{{"type", "text"}, {"text", R"({"command":"summary 2026-03-23 2026-03-29 max 24000"})"}}));
     // Without a start, this week's first day.
-    EXPECT_EQ(messagesOf("timesheet", {}, documents)[1]["content"]["resource"]["uri"], "varnholt://summary/week/2026-03-30");
+    EXPECT_EQ(messagesOf("timesheet", {}, documents)[1]["content"]["text"],
+              R"({"command":"summary 2026-03-30 2026-04-05 max 24000"})");
     EXPECT_EQ(messagesOf("timesheet", {{"week_start", "30.03.2026"}}, documents),
               "week_start must be a local date of the form yyyy-MM-dd");
     EXPECT_TRUE(findPrompt("timesheet")->arguments.at(0).completesWithActiveDays);
