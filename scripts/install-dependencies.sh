@@ -7,7 +7,7 @@ set -euo pipefail
 if [ "$(uname -s)" = Darwin ]; then
   # Apple's command-line tools bring Clang, libc++, git, ruby and sqlite3.
   command -v brew >/dev/null || { echo "Installing the dependencies on macOS needs Homebrew." >&2; exit 1; }
-  formulae=(cmake ninja icu4c sqlite nlohmann-json googletest)
+  formulae=(cmake ninja ccache icu4c sqlite nlohmann-json googletest)
   missing=()
   for formula in "${formulae[@]}"; do
     brew list --versions "$formula" >/dev/null 2>&1 || missing+=("$formula")
@@ -20,6 +20,9 @@ fi
 
 packages=(
   cmake ninja-build g++ git
+  # A compiler cache, which configure uses when it is installed: a build
+  # after the first compiles only what changed.
+  ccache
   libsqlite3-dev libicu-dev nlohmann-json3-dev
   libgtest-dev libnss-wrapper faketime sqlite3 tzdata coreutils
   # The second build of the tests: Clang with LLVM's C++ library, as on
@@ -28,6 +31,9 @@ packages=(
   # The manual pages, the shell completions and the Debian package, and
   # their tests; Ruby for the test of the Homebrew formula.
   groff-base man-db bash-completion zsh fish dpkg-dev file lintian ruby
+  # The sources of the locales, from which the tests generate one with a
+  # decimal comma in the build tree.
+  locales
   # The time view's test draws it in a real browser, Debian's own: the test
   # never downloads one.
   chromium fonts-dejavu-core

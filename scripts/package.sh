@@ -5,8 +5,9 @@
 #
 # Usage: scripts/package.sh [BUILD_DIR]
 #   Without BUILD_DIR: a release build in build-package with Debian's
-#   hardening flags. With BUILD_DIR: the package of that existing build
-#   (scripts/test.sh passes its test build, so nothing is compiled twice).
+#   hardening flags. With BUILD_DIR: the package of that existing build.
+# The test command checks the package of its GCC build the same way
+# (DebianPackageTest, label packaging).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -26,18 +27,4 @@ else
   cmake -S . -B "$build" -DCMAKE_INSTALL_PREFIX=/usr >/dev/null
 fi
 cmake --build "$build" -j2 --target varnholt-query varnholt-mcp VarnholtManualPages VarnholtDebianChangelog
-rm -f "$build"/varnholt-query_*.deb
-(cd "$build" && cpack -G DEB >/dev/null 2>&1)
-package="$(ls "$build"/varnholt-query_*.deb)"
-echo "Built $package"
-
-tests/packaging/check-package.sh "$package" "$PWD"
-
-echo "lintian $(dpkg-query -W -f='${Version}' lintian) on $(basename "$package"):"
-status=0
-findings="$(lintian --display-info --pedantic --show-overrides --fail-on error "$package" 2>&1)" || status=$?
-grep -v '^running with root privileges' <<<"$findings" || true
-if [ "$status" -ne 0 ]; then
-  echo "lintian found errors" >&2
-  exit 1
-fi
+tests/packaging/check-debian-package.sh "$build" "$build" "$PWD"

@@ -1,57 +1,128 @@
 #!/usr/bin/env bash
-# Builds varnholt-query with its tests and runs every unit and end-to-end test.
-# Tests only ever use temporary directories as the user's home.
+# Builds varnholt-query with its tests and runs them. Tests only ever use
+# temporary directories as the user's home.
+#
+# Usage: scripts/test.sh
+#          Every test in every configuration, as CI runs it: the GCC build,
+#          the Clang and libc++ build with AddressSanitizer and
+#          UndefinedBehaviorSanitizer, and the byte comparison of the two.
+#        scripts/test.sh --quick [CTEST_ARGUMENTS...]
+#          The inner loop: the GCC build in build-tests, then its unit and
+#          end-to-end tests; further arguments go to ctest (-L '^search$'
+#          runs the search subsystem's tests, -R a test name pattern).
+#
+# With ccache installed (the dependency script installs it), configure uses
+# it, so that a build after the first compiles only what changed, also in
+# another checkout.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
+quick=false
+if [ "${1:-}" = --quick ]; then
+  quick=true
+  shift
+elif [ $# -gt 0 ]; then
+  sed -n '4,12s/^# \{0,1\}//p' "$0" >&2
+  exit 2
+fi
+
 scripts/install-dependencies.sh
+
+jobs="$(getconf _NPROCESSORS_ONLN)"
+started=$SECONDS
+timings=()
+
+# Runs a command and notes how long it took, and whether it failed, for the
+# summary at the end; a failure still ends the run.
+timed() {
+  local what="$1" start=$SECONDS status=0
+  shift
+  "$@" || status=$?
+  [ $status -eq 0 ] || what="$what (failed, exit status $status)"
+  timings+=("$(printf '%5d s  %s' $((SECONDS - start)) "$what")")
+  return $status
+}
+
+summary() {
+  [ ${#timings[@]} -gt 0 ] || return 0
+  echo
+  echo "Time per step:"
+  printf '  %s\n' "${timings[@]}"
+  echo "  $((SECONDS - started)) s in all"
+}
+trap summary EXIT
+
+# Configures, builds and tests one configuration: build directory, a name
+# for the summary, ctest's arguments, then `--` and configure's arguments.
+# The quick loop configures only a new build directory; the build itself
+# configures again when a CMakeLists.txt changed.
+build_and_test() {
+  local build="$1" name="$2" ctest_arguments=()
+  shift 2
+  while [ "$1" != -- ]; do
+    ctest_arguments+=("$1")
+    shift
+  done
+  shift
+  if ! $quick || [ ! -f "$build/CMakeCache.txt" ]; then
+    timed "$name: configure" cmake -S . -B "$build" -G Ninja -DVARNHOLT_BUILD_TESTS=ON "$@" >/dev/null
+  fi
+  timed "$name: build" cmake --build "$build" -j "$jobs"
+  timed "$name: tests" ctest --test-dir "$build" -j "$jobs" --output-on-failure "${ctest_arguments[@]}"
+}
+
+# GCC and its C++ library, Debian's own toolchain, with debug information: the
+# build that developers test in, and whose Debian package is checked (it
+# installs below /usr).
+gcc_configuration() {
+  build_and_test build-tests GCC "$@" -- -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_INSTALL_PREFIX=/usr
+}
 
 if [ "$(uname -s)" = Darwin ]; then
   # macOS: Apple's Clang and libc++, ICU and SQLite from Homebrew (configure
   # asks Homebrew where they are). The end-to-end tests are not built here:
   # they need nss_wrapper, libfaketime and setpriv, which exist for Linux
-  # only. There is no Debian package and no separate sanitized build.
-  cmake -S . -B build-tests -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVARNHOLT_BUILD_TESTS=ON \
-    -DCMAKE_COMPILE_WARNING_AS_ERROR=ON
-  cmake --build build-tests
-  (cd build-tests && ctest -j2 --output-on-failure)
+  # only. There is no Debian package and no sanitized build.
+  $quick && set -- -L '^(unit|e2e)$' "$@"
+  build_and_test build-tests Clang "$@" -- -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_COMPILE_WARNING_AS_ERROR=ON
   exit 0
 fi
 
-# GCC and its C++ library, Debian's own toolchain.
-cmake -S . -B build-tests -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVARNHOLT_BUILD_TESTS=ON
-cmake --build build-tests -j2
-(cd build-tests && ctest -j2 --output-on-failure)
-
-# The Debian package of the build just tested: built, checked as installed
-# files, and checked by lintian.
-scripts/package.sh build-tests
+if $quick; then
+  gcc_configuration -L '^(unit|e2e)$' "$@"
+  exit 0
+fi
 
 # Clang and LLVM's C++ library, the toolchain of macOS, where most recorder
-# databases are: every target (the benchmarks' too, which are only built),
-# warnings as errors, GoogleTest compiled from Debian's sources for that
-# library. ICU and SQLite stay Debian's, linked shared (their archives are
-# built for GCC's C++ library). -O1 without debug information because it is
-# quickest from scratch: building and testing took 197 s and 127 s, against
-# 492 s and 169 s at -O2 -g and 273 s and 260 s at -O0 (one run each, two
-# cores, no compiler cache).
-cmake -S . -B build-clang -G Ninja -DCMAKE_BUILD_TYPE=None -DVARNHOLT_BUILD_TESTS=ON \
-  -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_CXX_FLAGS="-stdlib=libc++ -O1" \
-  -DVARNHOLT_GOOGLETEST_SOURCE=/usr/src/googletest -DCMAKE_COMPILE_WARNING_AS_ERROR=ON \
-  -DVARNHOLT_BUILD_BENCHMARKS=ON
-cmake --build build-clang -j2
-(cd build-clang && ctest -j2 --output-on-failure)
+# databases are, with AddressSanitizer and UndefinedBehaviorSanitizer: a leak,
+# a bad memory access or undefined behaviour, in a test or in a program an
+# end-to-end test runs, fails the run. Every target (the benchmarks' too,
+# which are only built), warnings as errors, GoogleTest compiled from
+# Debian's sources for that library. ICU and SQLite stay Debian's, linked
+# shared (their archives are built for GCC's C++ library). -O1, as the
+# sanitizers advise, with line tables for their reports.
+clang_sanitized_configuration() {
+  build_and_test build-clang "Clang, libc++, sanitizers" -- -DCMAKE_BUILD_TYPE=None \
+    -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \
+    -DCMAKE_CXX_FLAGS="-stdlib=libc++ -O1 -gline-tables-only" \
+    -DVARNHOLT_GOOGLETEST_SOURCE=/usr/src/googletest -DCMAKE_COMPILE_WARNING_AS_ERROR=ON \
+    -DVARNHOLT_BUILD_BENCHMARKS=ON -DVARNHOLT_SANITIZE=ON
+}
+
 # Both builds print the same bytes and exit alike for every command, on
 # random recorder databases full of awkward rows and on two weeks of sample
-# activity.
-bench/compare-outputs.sh build-tests/app/varnholt-query build-clang/app/varnholt-query \
-  --random 1 40 --random-db build-clang/tools/random_db/varnholt-random-db \
-  --sample 14 3 --sample-db build-clang/tools/sample_db/varnholt-sample-db
+# activity (the databases made by the GCC build's generators).
+compare_builds() {
+  timed "compare both builds' outputs" bench/compare-outputs.sh \
+    build-tests/app/varnholt-query build-clang/app/varnholt-query \
+    --random 1 40 --random-db build-tests/tools/random_db/varnholt-random-db \
+    --sample 14 3 --sample-db build-tests/tools/sample_db/varnholt-sample-db
+}
 
-# The same tests built with AddressSanitizer and UndefinedBehaviorSanitizer:
-# a leak, a bad memory access or undefined behaviour, in a test or in the
-# binary an end-to-end test runs, fails the run.
-cmake -S . -B build-sanitize -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVARNHOLT_BUILD_TESTS=ON \
-  -DVARNHOLT_SANITIZE=ON
-cmake --build build-sanitize -j2
-(cd build-sanitize && ctest -j2 --output-on-failure)
+# The whole run. A further configuration (a small set of tests under another
+# sanitizer, a browser test) is a function like the ones above and a line
+# here; the whole must stay within 20 minutes on two cores from nothing
+# (the summary below shows where the time goes).
+gcc_configuration
+clang_sanitized_configuration
+compare_builds

@@ -337,7 +337,7 @@ std::vector<std::string> returnedValues(const ProcessResult& result) {
 
 std::vector<std::string> valuesUpTo(int count) {
     std::vector<std::string> values;
-    char text[8];
+    char text[16];  // room for any int
     for (int i = 0; i < count; ++i) {
         std::snprintf(text, sizeof text, "v%03d", i);
         values.push_back(text);

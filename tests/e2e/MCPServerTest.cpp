@@ -18,6 +18,7 @@
 #include "MCPClientSession.h"
 #include "SampleDatabase.h"
 #include "TemporaryHome.h"
+#include "TestPrograms.h"
 #include "output/JSONWriter.h"
 
 using namespace VarnholtTestSupport;
@@ -237,15 +238,15 @@ TEST(MCPServerTest, AClosedOutputEndsTheServerWithStatusOne) {
 
 TEST(MCPServerTest, HelpVersionAndUnknownArguments) {
     TemporaryHome home;
-    const ProcessResult version = home.runProgram(VARNHOLT_MCP_BINARY, {"--version"});
+    const ProcessResult version = home.runProgram(kMCPBinary, {"--version"});
     EXPECT_EQ(version.exitStatus, 0);
     EXPECT_EQ(version.standardOutput.rfind("varnholt-mcp 0.6.6-beta (", 0), 0u) << version.standardOutput;
-    EXPECT_EQ(home.runProgram(VARNHOLT_MCP_BINARY, {"-v"}).standardOutput, version.standardOutput);
-    const ProcessResult help = home.runProgram(VARNHOLT_MCP_BINARY, {"--help"});
+    EXPECT_EQ(home.runProgram(kMCPBinary, {"-v"}).standardOutput, version.standardOutput);
+    const ProcessResult help = home.runProgram(kMCPBinary, {"--help"});
     EXPECT_EQ(help.exitStatus, 0);
     EXPECT_NE(help.standardOutput.find("{\"mcpServers\": {\"varnholt\": {\"command\": \"varnholt-mcp\"}}}"),
               std::string::npos);
-    const ProcessResult unknown = home.runProgram(VARNHOLT_MCP_BINARY, {"--stdio"});
+    const ProcessResult unknown = home.runProgram(kMCPBinary, {"--stdio"});
     EXPECT_EQ(unknown.exitStatus, 2);
     EXPECT_EQ(unknown.standardOutput, "");
     EXPECT_EQ(unknown.standardError.rfind("varnholt-mcp: unexpected argument '--stdio'\n", 0), 0u);
@@ -349,7 +350,7 @@ TEST(MCPServerTest, TheLineLimitLeavesOutTheCarriageReturnInBothEras) {
 TEST(MCPServerTest, BatchesAreBounded) {
     TemporaryHome home;
     writeDatabase(home);
-    LineProcess process(VARNHOLT_MCP_BINARY, {}, home.environment(frozen()));
+    LineProcess process(kMCPBinary, {}, home.environment(frozen()));
     process.writeLine(R"({"jsonrpc":"2.0","id":0,"method":"initialize","params":{"protocolVersion":"2025-03-26","capabilities":{},"clientInfo":{"name":"e2e","version":"1"}}})");
     ASSERT_TRUE(process.readLine().has_value());
     const auto batchOf = [](int count) {

@@ -26,6 +26,7 @@
 #include "FixtureDatabase.h"
 #include "MCPClientSession.h"
 #include "TemporaryHome.h"
+#include "TestPrograms.h"
 
 using namespace VarnholtTestSupport;
 using nlohmann::json;
@@ -133,8 +134,8 @@ TEST(OneStatePerAnswerTest, AnswersBesideAWriterEachReadOneCommittedState) {
     TemporaryHome home;
     home.varnholtDirectory();
     createFixtureDatabase(home.databasePath(), kFixture);
-    ReadyChildProcess writer(VARNHOLT_TRANSACTION_LOOP_BINARY,
-                             {VARNHOLT_TRANSACTION_LOOP_BINARY, home.databasePath(), "60", kStep}, "", "ready");
+    ReadyChildProcess writer(kTransactionLoopBinary,
+                             {kTransactionLoopBinary, home.databasePath(), "60", kStep}, "", "ready");
 
     // The first mismatch of each kind of answer, and how many there were.
     std::map<std::string, std::pair<int, std::string>> mismatches;

@@ -1,5 +1,7 @@
 #include "MCPClientSession.h"
 
+#include "TestPrograms.h"
+
 #include <gtest/gtest.h>
 
 namespace VarnholtTestSupport {
@@ -15,7 +17,7 @@ json MCPClientSession::envelope() const {
 
 MCPClientSession::MCPClientSession(const TemporaryHome& home, const InvocationOptions& options,
                                    MCPEra era, json capabilities)
-    : process_(VARNHOLT_MCP_BINARY, {}, home.environment(options)), era_(era),
+    : process_(kMCPBinary, {}, home.environment(options)), era_(era),
       capabilities_(std::move(capabilities)) {
     if (era_ == MCPEra::stateless) return;
     const json reply = request("initialize", {{"protocolVersion", "2025-06-18"},

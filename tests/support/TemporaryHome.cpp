@@ -1,6 +1,7 @@
 #include "TemporaryHome.h"
 
 #include "ChildProcess.h"
+#include "TestPrograms.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -115,7 +116,7 @@ std::vector<std::string> TemporaryHome::environment(const InvocationOptions& opt
 
 ProcessResult TemporaryHome::run(const std::vector<std::string>& arguments,
                                  const InvocationOptions& options) const {
-    return runProgram(VARNHOLT_QUERY_BINARY, arguments, options);
+    return runProgram(kQueryBinary, arguments, options);
 }
 
 namespace {
@@ -263,7 +264,7 @@ ProcessResult TemporaryHome::runProgram(const std::string& program,
 PseudoTerminalProcess::PseudoTerminalProcess(const TemporaryHome& home,
                                              const std::vector<std::string>& arguments,
                                              const InvocationOptions& options) {
-    std::vector<std::string> argv = {VARNHOLT_QUERY_BINARY};
+    std::vector<std::string> argv = {kQueryBinary};
     argv.insert(argv.end(), arguments.begin(), arguments.end());
     std::vector<std::string> envp = home.environment(options);
     envp.push_back("TERM=xterm");
@@ -278,7 +279,7 @@ PseudoTerminalProcess::PseudoTerminalProcess(const TemporaryHome& home,
     if (pid == 0) {
         // The default disposition of SIGINT, whatever the test runner set.
         signal(SIGINT, SIG_DFL);
-        execve(VARNHOLT_QUERY_BINARY, argvPointers.data(), envPointers.data());
+        execve(kQueryBinary, argvPointers.data(), envPointers.data());
         _exit(127);
     }
     childPid_ = pid;

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "TemporaryHome.h"
+#include "TestPrograms.h"
 
 using namespace VarnholtTestSupport;
 
@@ -18,7 +19,7 @@ const std::string kEnd = "1775059200";
 constexpr const char* kUsagePrefix = "Usage: varnholt-sample-db [--days N]";
 
 ProcessResult runGenerator(const TemporaryHome& home, const std::vector<std::string>& arguments) {
-    return home.runProgram(VARNHOLT_SAMPLE_DB_BINARY, arguments);
+    return home.runProgram(kSampleDbBinary, arguments);
 }
 
 std::string readFile(const std::string& path) {
@@ -68,7 +69,7 @@ TEST(VarnholtSampleDbCommandTest, WorkingHoursFollowTheTimeZone) {
     InvocationOptions brisbane;
     brisbane.timeZone = "Australia/Brisbane";  // UTC+10 all year
     const std::string path = home.path() + "/brisbane.db";
-    ASSERT_EQ(home.runProgram(VARNHOLT_SAMPLE_DB_BINARY, {"--days", "3", "--end", kEnd, path}, brisbane).exitStatus,
+    ASSERT_EQ(home.runProgram(kSampleDbBinary, {"--days", "3", "--end", kEnd, path}, brisbane).exitStatus,
               0);
     // The end is 02:00 in Brisbane; before the session that runs until it,
     // all work falls between 08:00 and 19:00 there, which is the UTC night.

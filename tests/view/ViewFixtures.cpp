@@ -28,6 +28,7 @@
 
 #include "FixtureDatabase.h"
 #include "LineProcess.h"
+#include "TestPrograms.h"
 #include "TemporaryHome.h"
 #include "mcp/DocumentContent.h"
 #include "mcp/TimeViewApp.h"
@@ -259,7 +260,7 @@ private:
     }
 
     static JSON readView(const TemporaryHome& home, bool stateless) {
-        LineProcess server(VARNHOLT_MCP_BINARY, {}, home.environment(frozenAt("2026-04-01 10:00:00")));
+        LineProcess server(kMCPBinary, {}, home.environment(frozenAt("2026-04-01 10:00:00")));
         JSON params = {{"uri", VarnholtQueryLib::MCP::timeViewURI()}};
         if (stateless) {
             params["_meta"] = {{"io.modelcontextprotocol/protocolVersion", "2026-07-28"},
@@ -276,7 +277,7 @@ private:
 
     void toolResult(const TemporaryHome& home, const InvocationOptions& options, const std::string& name,
                     const JSON& arguments) {
-        LineProcess server(VARNHOLT_MCP_BINARY, {}, home.environment(options));
+        LineProcess server(kMCPBinary, {}, home.environment(options));
         initialize(server);
         const JSON reply = ask(server, 2, "tools/call", {{"name", "summary"}, {"arguments", arguments}});
         if (!reply.contains("result")) throw std::runtime_error(name + ": tools/call failed: " + reply.dump());

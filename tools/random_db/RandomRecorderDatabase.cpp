@@ -107,9 +107,11 @@ public:
         // a blank one, another recording, no time), so a large database
         // has 8000 or more.
         // Every 16th seed is large too, so that any 16 seeds in a row hold
-        // one. (A database missing a chosen index stays small: see
-        // createIndexes.)
-        const bool drawnLarge = random_.chance(0.12) || shape_.seed % 16 == 0;
+        // one; a caller may take those only. The draw is made either way, so
+        // that every other seed writes the same database. (A database
+        // missing a chosen index stays small: see createIndexes.)
+        const bool drawn = random_.chance(0.12) && options_.large == LargeDatabases::drawnAndEvery16th;
+        const bool drawnLarge = drawn || shape_.seed % 16 == 0;
         large_ = drawnLarge && options_.missingIndex.empty();
         const bool large = large_;
         observationCount_ = large ? random_.integer(8000, 11000) : random_.integer(0, 1200);
