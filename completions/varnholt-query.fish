@@ -54,6 +54,7 @@ complete -c varnholt-query -n "__fish_seen_subcommand_from range search summary 
 complete -c varnholt-query -n "__fish_seen_subcommand_from search summary" -l app -x -d "Only this application"
 complete -c varnholt-query -n "__fish_seen_subcommand_from search" -l latest -d "Newest match only"
 complete -c varnholt-query -n "__fish_seen_subcommand_from search" -l collapse -d "Deduplicate by description"
+complete -c varnholt-query -n "__fish_seen_subcommand_from search" -l all-words -d "Every word and phrase must occur"
 complete -c varnholt-query -n "__fish_seen_subcommand_from entities summary" -l kind -x -a "app person company project website programming_language software_tool framework" -d "Entity kind"
 complete -c varnholt-query -s h -l help -d "Show help"
 complete -c varnholt-query -s v -l version -d "Show version"
