@@ -37,18 +37,22 @@ JSON searchOutputSchema() { return envelope(objectRequiringAll({{"results", list
 JSON entitiesOutputSchema() { return envelope(objectRequiringAll({{"entities", list()}})); }
 
 JSON summaryOutputSchema() {
-    return envelope(objectRequiringAll({
-        {"active_seconds", integer()},
-        {"observation_count", integer()},
-        {"session_count", integer()},
-        {"first_activity_iso", nullable(text())},
-        {"last_activity_iso", nullable(text())},
-        {"sessions", list()},
-        {"applications", list()},
-        {"entities", list()},
-        {"days", list()},
-        {"coverage", record()},
-    }));
+    // The totals always; each section only when it was asked for (all of
+    // them without only).
+    return envelope(object(
+        {
+            {"active_seconds", integer()},
+            {"observation_count", integer()},
+            {"session_count", integer()},
+            {"first_activity_iso", nullable(text())},
+            {"last_activity_iso", nullable(text())},
+            {"sessions", list()},
+            {"applications", list()},
+            {"entities", list()},
+            {"days", list()},
+            {"coverage", record()},
+        },
+        {"active_seconds", "observation_count", "first_activity_iso", "last_activity_iso"}));
 }
 
 JSON timesheetOutputSchema() {
