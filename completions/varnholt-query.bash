@@ -66,7 +66,7 @@ _varnholt_query() {
         recent) flags="--since --images --compact --full --limit --json" ;;
         range) flags="--from --to --compact --full --limit --json" ;;
         # search refuses flags it does not know, --json among them.
-        search) flags="--app --since --from --to --latest --limit --compact --full --images --collapse" ;;
+        search) flags="--app --since --from --to --latest --limit --compact --full --images --collapse --all-words" ;;
         entities) flags="--since --kind --limit --json" ;;
         # summary refuses flags it does not know.
         summary) flags="--since --from --to --idle --kind --limit --max-chars --format --json" ;;

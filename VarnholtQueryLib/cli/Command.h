@@ -26,6 +26,7 @@ struct Command {
         bool compact = false;
         bool images = false;
         bool collapse = false;
+        bool allWords = false;  // every word and phrase of the keyword must occur
 
         bool operator==(const Search&) const = default;
     };

@@ -125,6 +125,7 @@ public:
     void latest() { search_.latestOnly = true; }
     void images() { search_.images = true; }
     void collapse() { search_.collapse = true; }
+    void allWords() { search_.allWords = true; }
     void compact(bool compact) { search_.compact = compact; }
 
     // The search, its limit settled: the given one or 50, within 1 to 200, and

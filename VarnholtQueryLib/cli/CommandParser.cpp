@@ -29,7 +29,7 @@ bool searchFlagTakesValue(const std::string& flag) {
 
 bool isSearchSwitch(const std::string& flag) {
     return flag == "--latest" || flag == "--compact" || flag == "--full" || flag == "--images" ||
-           flag == "--collapse";
+           flag == "--collapse" || flag == "--all-words";
 }
 
 Command parseSearch(const std::vector<std::string>& args, bool compact,
@@ -52,6 +52,7 @@ Command parseSearch(const std::vector<std::string>& args, bool compact,
             if (argument == "--latest") search.latest();
             if (argument == "--images") search.images();
             if (argument == "--collapse") search.collapse();
+            if (argument == "--all-words") search.allWords();
             continue;  // --compact and --full already decided `compact`
         }
         if (!searchFlagTakesValue(argument)) {

@@ -26,6 +26,7 @@ ObservationSearchParams paramsFor(const Command::Search& command) {
     params.limit = std::max<std::int64_t>(std::min(command.limit, kMaximumLimit), 1);
     if (command.latestOnly) params.limit = 1;
     params.collapse = command.collapse;
+    params.allWords = command.allWords;
     return params;
 }
 

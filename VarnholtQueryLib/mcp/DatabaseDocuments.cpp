@@ -53,10 +53,8 @@ ToolAnswer DatabaseDocuments::answer(const CommandRecipe& recipe) const {
 }
 
 std::vector<std::string> DatabaseDocuments::activeDays(const std::string& prefix, std::size_t count) const {
-    // Day by day, newest first: one range over all of them would keep only
-    // the newest observations of a busy fortnight. Days without
-    // observations cost an index look-up each; days the client has ruled
-    // out by what it typed cost nothing, and do not use up `count`.
+    // Days the client has ruled out by what it typed cost nothing, and do
+    // not use up `count`.
     const auto today = CalendarDate::parse(localDays().today);
     if (!today) return {};
     std::vector<std::string> candidates;
@@ -64,6 +62,22 @@ std::vector<std::string> DatabaseDocuments::activeDays(const std::string& prefix
         std::string day = today->plusDays(-back).text();
         if (day.compare(0, prefix.size(), prefix) == 0) candidates.push_back(std::move(day));
     }
+    return withActivity(candidates, count);
+}
+
+std::vector<std::string> DatabaseDocuments::activeDaysBefore(const std::string& day, std::size_t count) const {
+    const auto first = CalendarDate::parse(day);
+    if (!first) return {};
+    std::vector<std::string> candidates;
+    for (int back = 1; back <= kActiveDaysLookBack; ++back) candidates.push_back(first->plusDays(-back).text());
+    return withActivity(candidates, count);
+}
+
+std::vector<std::string> DatabaseDocuments::withActivity(const std::vector<std::string>& candidates,
+                                                         std::size_t count) const {
+    // Day by day, newest first: one range over all of them would keep only
+    // the newest observations of a busy fortnight. Days without
+    // observations cost an index look-up each.
     const SystemClock clock;
     try {
         return withCommandEnvironment(clock, [&](const CommandEnvironment& environment) {

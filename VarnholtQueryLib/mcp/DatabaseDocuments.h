@@ -19,7 +19,13 @@ public:
     DatabaseDocuments() = default;
     ToolAnswer answer(const CommandRecipe& recipe) const override;
     std::vector<std::string> activeDays(const std::string& prefix, std::size_t count) const override;
+    std::vector<std::string> activeDaysBefore(const std::string& day, std::size_t count) const override;
     LocalDays localDays() const override;
+
+private:
+    // Which of `candidates` have activity, in their order, at most `count`;
+    // none when the database cannot be read.
+    std::vector<std::string> withActivity(const std::vector<std::string>& candidates, std::size_t count) const;
 };
 
 }  // namespace VarnholtQueryLib::MCP

@@ -9,7 +9,8 @@ std::optional<std::string> printedDocument(const JSON& document) {
 }
 
 std::optional<JSON> toolCallResult(const ToolAnswer& answer, ProtocolRevision revision) {
-    const auto text = printedDocument(answer.document);
+    // Hosts that read only text get the whole value, not a digest of it.
+    const auto text = serializeCompactJSON(answer.document);
     if (!text) return std::nullopt;
     JSON result = {
         {"content", JSON::array({{{"type", "text"}, {"text", *text}}})},

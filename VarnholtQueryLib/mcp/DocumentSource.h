@@ -47,6 +47,11 @@ public:
     // (observations), the newest first, looking back two months from today;
     // empty when there is none or the database cannot be read.
     virtual std::vector<std::string> activeDays(const std::string& prefix, std::size_t count) const = 0;
+    // Up to `count` local dates before `day` (a local "yyyy-MM-dd") that have
+    // activity, the newest first, looking back two months from it; empty
+    // when there is none, `day` is not such a date, or the database cannot
+    // be read.
+    virtual std::vector<std::string> activeDaysBefore(const std::string& day, std::size_t count) const = 0;
     // Today, yesterday and this week's first day, now.
     virtual LocalDays localDays() const = 0;
 

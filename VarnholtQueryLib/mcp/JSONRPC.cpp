@@ -6,10 +6,14 @@ namespace VarnholtQueryLib::MCP {
 
 namespace {
 
-// Everything we send was parsed from valid UTF-8 or built from repaired
-// text; replacing is only a guard against a broken line on the wire.
+// One writer for every number we send: written by nlohmann's own dump, a
+// document's whole double (an idle gap of 300 seconds) would read "300.0" in
+// structuredContent and "300" in the text beside it. Everything we send was
+// parsed from valid UTF-8 or built from repaired text; repairing here is
+// only a guard against a broken line on the wire.
 std::string compact(const JSON& value) {
-    return value.dump(-1, ' ', false, JSON::error_handler_t::replace);
+    if (auto text = serializeCompactJSON(value)) return std::move(*text);
+    return serializeCompactJSON(withRepairedText(value)).value_or("null");
 }
 
 IncomingMessage invalid(RequestId id, std::string problem) {

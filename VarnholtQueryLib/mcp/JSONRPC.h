@@ -112,7 +112,8 @@ Reply errorReply(RequestId id, RPCError error);
 
 // The one-line wire form of a reply: compact JSON with its keys in ascending
 // order ("error" or "result", "id", "jsonrpc"), UTF-8 as it is, no newline
-// inside (newlines in strings are escaped) and none at the end.
+// inside (newlines in strings are escaped) and none at the end; written by
+// serializeCompactJSON, so its numbers are those of the printed documents.
 std::string encodeReply(const Reply& reply);
 
 }  // namespace VarnholtQueryLib::MCP

@@ -16,6 +16,8 @@ JSON text(const std::string& description) { return typed("string", description);
 JSON integer(const std::string& description) { return typed("integer", description); }
 JSON number(const std::string& description) { return typed("number", description); }
 JSON boolean(const std::string& description) { return typed("boolean", description); }
+JSON anyArray(const std::string& description) { return typed("array", description); }
+JSON anyObject(const std::string& description) { return typed("object", description); }
 
 JSON oneOfTexts(std::initializer_list<const char*> values, const std::string& description) {
     JSON schema = text(description);

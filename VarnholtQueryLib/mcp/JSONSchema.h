@@ -18,6 +18,9 @@ JSON text(const std::string& description = {});
 JSON integer(const std::string& description = {});
 JSON number(const std::string& description = {});
 JSON boolean(const std::string& description = {});
+// An array or an object, whatever it holds.
+JSON anyArray(const std::string& description = {});
+JSON anyObject(const std::string& description = {});
 // One of the given texts.
 JSON oneOfTexts(std::initializer_list<const char*> values, const std::string& description = {});
 // Exactly `value`.

@@ -4,7 +4,6 @@
 #include "cli/CommandBuilders.h"
 #include "mcp/CalendarDate.h"
 #include "mcp/CatalogLookup.h"
-#include "mcp/DocumentContent.h"
 #include "mcp/ResourceCatalog.h"
 #include "period/TimePresets.h"
 #include "platform/LocalCalendar.h"
@@ -13,42 +12,31 @@ namespace VarnholtQueryLib::MCP {
 
 namespace {
 
-// Half the span a "what was I doing" prompt shows on each side of its time.
-constexpr double kAroundSeconds = 30 * 60;
+// What a "what was I doing" prompt shows on each side of its time: the
+// summary of half an hour, and the moments of twenty minutes, each with its
+// description (the timeline's entity counts would triple the text and say
+// little the summary does not).
+constexpr double kSummaryAroundSeconds = 15 * 60;
+constexpr double kMomentsAroundSeconds = 10 * 60;
+// The budget of that summary in printed characters; embedded compact, it
+// takes about two thirds of it, and the prompt stays within 20,000.
+constexpr std::int64_t kAroundSummaryMaxChars = 12000;
+
+// A stand-up's two days, each within a budget that keeps the prompt under
+// 20,000 characters when both are embedded compact.
+constexpr std::int64_t kStandUpDayMaxChars = 11000;
+constexpr std::int64_t kStandUpListLength = 5;
 
 JSON userText(const std::string& text) {
     return {{"role", "user"}, {"content", {{"type", "text"}, {"text", text}}}};
 }
 
-// The printed document as a message of its own; an answer that cannot be
-// printed (broken text the writer refuses) is said so in words.
-JSON documentMessage(const ToolAnswer& answer) {
-    const auto text = printedDocument(answer.document);
+// The document on one line, as a tool result carries it, in a message of
+// its own; an answer that cannot be written (broken text the writer
+// refuses) is said so in words.
+JSON compactDocumentMessage(const ToolAnswer& answer) {
+    const auto text = serializeCompactJSON(answer.document);
     return userText(text ? *text : "The document could not be written as JSON text.");
-}
-
-// The resource at `uri` as a message that embeds it, read as resources/read
-// reads it, so the model gets the document the host could attach itself.
-// REQUIRES: `uri` names one of our resources.
-JSON resourceMessage(const DocumentSource& documents, const std::string& uri) {
-    const ToolAnswer answer = documents.answer(std::get<CommandRecipe>(resolveResource(uri)));
-    const auto text = printedDocument(answer.document);
-    if (!text) return documentMessage(answer);
-    return {{"role", "user"},
-            {"content", {{"type", "resource"}, {"resource", textResourceContents(uri, *text)}}}};
-}
-
-PromptMessages standUp(const DocumentSource& documents, const PromptArguments&) {
-    const LocalDays days = documents.localDays();
-    return JSON::array({
-        userText("Prepare my stand-up from my screen activity: what I did yesterday (" +
-                 days.yesterday + ") and what I have done today (" + days.today +
-                 ") so far, in a few bullet points each, by project or topic rather than by "
-                 "application. The two summaries below are exact; times are in UTC, and "
-                 "meta.timezone is my zone."),
-        resourceMessage(documents, "varnholt://summary/day/" + days.yesterday),
-        resourceMessage(documents, "varnholt://summary/today"),
-    });
 }
 
 PromptMessages timesheet(const DocumentSource& documents, const PromptArguments& arguments) {
@@ -63,37 +51,125 @@ PromptMessages timesheet(const DocumentSource& documents, const PromptArguments&
                  ": for each day, the hours I was active and what I worked on, and the total of "
                  "the week. Use the active seconds of the summary below as they are (they are "
                  "exact; do not add up sessions yourself), rounded to quarter hours."),
-        resourceMessage(documents, "varnholt://summary/week/" + start),
+        // The document of the week's resource, compact as a tool result.
+        compactDocumentMessage(
+            documents.answer(std::get<CommandRecipe>(resolveResource("varnholt://summary/week/" + start)))),
     });
+}
+
+// The summary of `day` for a stand-up: the whole day, or today so far.
+Command standUpDay(const std::string& day, bool isToday) {
+    SummaryCommandBuilder summary;
+    if (isToday) {
+        summary.preset("today");
+    } else {
+        summary.from(day);
+        summary.to(day);
+    }
+    // Short lists of applications and entities: the budget drops the
+    // sessions' highlights first, and they are what names projects.
+    summary.limit(kStandUpListLength);
+    summary.maxChars(kStandUpDayMaxChars);
+    return {summary.build()};
+}
+
+PromptMessages standUp(const DocumentSource& documents, const PromptArguments& arguments) {
+    const LocalDays days = documents.localDays();
+    const auto given = arguments.find("date");
+    const std::string date = given != arguments.end() ? given->second : days.today;
+    if (!CalendarDate::parse(date)) return std::string("date must be a local date of the form yyyy-MM-dd");
+    // Dates of the same form compare as text.
+    if (date > days.today) return "date must not be after today (" + days.today + ")";
+    const bool isToday = date == days.today;
+    const std::string on = isToday ? "today (" + date + ") so far" : "on " + date;
+    const std::vector<std::string> earlier = documents.activeDaysBefore(date, 1);
+    JSON messages = JSON::array();
+    if (earlier.empty()) {
+        messages.push_back(userText(
+            "Prepare my stand-up from my screen activity: what I have done " + on +
+            ", in a few bullet points, by project or topic rather than by application; the "
+            "sessions' highlights say what I worked on. Nothing was recorded in the two months "
+            "before " + date + ". The summary below is exact; times are in UTC, and "
+            "meta.timezone is my zone."));
+    } else {
+        messages.push_back(userText(
+            "Prepare my stand-up from my screen activity: what I did on " + earlier.front() +
+            ", my last day with activity before " + date + ", and what I have done " + on +
+            ", in a few bullet points each, by project or topic rather than by application; the "
+            "sessions' highlights say what I worked on. The two summaries below are exact; times "
+            "are in UTC, and meta.timezone is my zone."));
+        messages.push_back(compactDocumentMessage(documents.answer(
+            [day = earlier.front()](const LocalCalendar&, double) { return standUpDay(day, false); })));
+    }
+    messages.push_back(compactDocumentMessage(
+        documents.answer([&](const LocalCalendar&, double) { return standUpDay(date, isToday); })));
+    return messages;
+}
+
+// The moments of a timeline document, one line each: its five minutes and
+// the representative's description. A failed timeline is its error
+// envelope.
+JSON momentsMessage(const ToolAnswer& timeline, const std::string& emptyText) {
+    if (timeline.isError) return compactDocumentMessage(timeline);
+    std::string lines;
+    const JSON moments = timeline.document.value(JSON::json_pointer("/data/moments"), JSON::array());
+    for (const JSON& moment : moments) {
+        lines += moment.value("bucket_start_iso", std::string()) + " to " +
+                 moment.value("bucket_end_iso", std::string()) + ": " +
+                 moment.value(JSON::json_pointer("/representative/vlm_description"), std::string()) + "\n";
+    }
+    return userText(lines.empty() ? emptyText : "The moments, in UTC:\n" + lines);
+}
+
+// The summary of the half hour around `instant` (seconds since 1970 UTC).
+Command summaryAround(double instant) {
+    SummaryCommandBuilder summary;
+    summary.from(formatUTCInternetDateTime(instant - kSummaryAroundSeconds));
+    summary.to(formatUTCInternetDateTime(instant + kSummaryAroundSeconds));
+    summary.maxChars(kAroundSummaryMaxChars);
+    return {summary.build()};
+}
+
+// The timeline of the twenty minutes around `instant`, with descriptions.
+Command momentsAround(double instant) {
+    return {timelineRangeCommand(formatUTCInternetDateTime(instant - kMomentsAroundSeconds),
+                                 formatUTCInternetDateTime(instant + kMomentsAroundSeconds), false,
+                                 std::nullopt)};
 }
 
 PromptMessages whatWasIDoing(const DocumentSource& documents, const PromptArguments& arguments) {
     const std::string time = arguments.at("time");
-    // Checked here rather than left to the command, so that a bad time is
-    // the client's mistake (invalid params) and not a document.
+    // Read in the user's calendar at the moment of the answer. Checked here
+    // rather than left to the command, so that a bad time is the client's
+    // mistake (invalid params) and not a document.
     bool understood = true;
-    const ToolAnswer answer = documents.answer([&](const LocalCalendar& calendar, double) {
-        double instant = 0;
-        try {
-            instant = TimePresets::parseDateInput(calendar, time, "time").instant;
-        } catch (const CLIError&) {
-            understood = false;
-            throw;
-        }
-        return Command{timelineRangeCommand(formatUTCInternetDateTime(instant - kAroundSeconds),
-                                            formatUTCInternetDateTime(instant + kAroundSeconds),
-                                            false, std::nullopt)};
-    });
+    std::optional<double> instant;
+    const auto around = [&](Command (*command)(double)) -> CommandRecipe {
+        return [&, command](const LocalCalendar& calendar, double) {
+            try {
+                instant = TimePresets::parseDateInput(calendar, time, "time").instant;
+            } catch (const CLIError&) {
+                understood = false;
+                throw;
+            }
+            return command(*instant);
+        };
+    };
+    const ToolAnswer summary = documents.answer(around(summaryAround));
     if (!understood) {
         return std::string("time must be an ISO 8601 date-time with zone, a local "
                            "yyyy-MM-ddTHH:mm:ss, or a local yyyy-MM-dd");
     }
+    const ToolAnswer moments = documents.answer(around(momentsAround));
+    const std::string asked = instant ? time + " (" + formatUTCInternetDateTime(*instant) + ")" : time;
     return JSON::array({
-        userText("What was I doing around " + time +
-                 "? Below is my screen activity from half an hour before to half an hour after, "
-                 "as five-minute moments (times in UTC; meta.timezone is my zone). Tell me what I "
-                 "was working on, in which applications, and with whom."),
-        documentMessage(answer),
+        userText("What was I doing around " + asked +
+                 "? Below are the summary of my screen activity from 15 minutes before to 15 minutes "
+                 "after, and what the screen showed in each five-minute moment within ten minutes of "
+                 "it (times in UTC; meta.timezone is my zone). Tell me what I was working on, in which "
+                 "applications, and with whom."),
+        compactDocumentMessage(summary),
+        momentsMessage(moments, "No moments were recorded within ten minutes of " + asked + "."),
     });
 }
 
@@ -102,9 +178,11 @@ PromptMessages whatWasIDoing(const DocumentSource& documents, const PromptArgume
 const std::vector<PromptDefinition>& promptCatalog() {
     static const std::vector<PromptDefinition> catalog = {
         {"stand-up", "Stand-up",
-         "A stand-up update: what the user did yesterday and today so far, from the two days' "
-         "summaries.",
-         {},
+         "A stand-up update: what the user did on the last earlier day with activity and on the "
+         "given day (today so far), from the two days' summaries.",
+         {{"date",
+           "The day of the stand-up, a local yyyy-MM-dd, not after today; without it, today.", false,
+           true}},
          standUp},
         {"timesheet", "Timesheet",
          "A timesheet of a week, day by day, from the week's summary.",
@@ -114,7 +192,8 @@ const std::vector<PromptDefinition>& promptCatalog() {
            false, true}},
          timesheet},
         {"what-was-i-doing", "What was I doing?",
-         "What the user was doing around a given time, from the hour of screen activity around it.",
+         "What the user was doing around a given time, from the summary of the half hour around it "
+         "and the screen descriptions of the moments within ten minutes of it.",
          {{"time",
            "The moment to look around: an ISO 8601 date-time with zone, or a local "
            "yyyy-MM-ddTHH:mm:ss",

@@ -12,17 +12,24 @@ namespace VarnholtQueryLib::MCP {
 
 // The questions people bring to a work memory, as prompts a host offers its
 // user. Each returns messages that embed the documents varnholt-query prints
-// for the equivalent commands, read when the prompt is fetched:
+// for the equivalent commands, read when the prompt is fetched, each on one
+// line as a tool result's text carries it:
 //
-//   stand-up                  yesterday's and today's summaries, embedded as the
-//                             resources varnholt://summary/day/YESTERDAY and
-//                             varnholt://summary/today
+//   stand-up {date?}          the summary of the newest earlier day with
+//                             activity (looking back two months from date)
+//                             and of date (default: today; today so far),
+//                             varnholt-query summary --from D --to D (or
+//                             today) --limit 5 --max-chars 11000; a date
+//                             after today is refused
 //   timesheet {week_start?}   the summary of the seven days from week_start
-//                             (default: this week's first day), embedded as
-//                             varnholt://summary/week/WEEK_START
-//   what-was-i-doing {time}   the timeline of the hour around `time`:
-//                             varnholt-query range --from T-30m --to T+30m
-//                             (both ends in UTC, whole seconds)
+//                             (default: this week's first day), the document
+//                             of varnholt://summary/week/WEEK_START
+//   what-was-i-doing {time}   the summary of the half hour around `time`,
+//                             varnholt-query summary --from T-15m --to T+15m
+//                             --max-chars 12000; then one line per moment of
+//                             varnholt-query range --from T-10m --to T+10m:
+//                             "START to END: DESCRIPTION" (ends in UTC, whole
+//                             seconds), or that document's error envelope
 
 struct PromptArgumentDefinition {
     std::string name;

@@ -13,7 +13,8 @@ constexpr const char* kInstructions =
     "read-only. Use summary for where the time of a day, a week or any range went (active time, "
     "sessions, time per application and entity, days; exact, and within max_chars), timeline "
     "for the moments of a short period in detail (it keeps only the newest 5,000 observations "
-    "of a range), search for a topic, and entities for the apps, people and tools involved; "
+    "of a range), search for a topic or, with all_words and latest, a moment the user remembers, "
+    "and entities for the apps, people and tools involved; "
     "status and support_context diagnose the recorder itself. Every answer is a JSON document "
     "with ok, data, error and meta; meta gives the user's time zone and current time, and a "
     "failure has ok false and an error code.";

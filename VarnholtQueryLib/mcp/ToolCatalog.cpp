@@ -11,34 +11,21 @@ namespace {
 
 using namespace JSONSchema;
 
-// The date forms every time argument accepts, said once.
-constexpr const char* kDateForms =
-    "an ISO 8601 date-time with zone (2026-04-01T09:30:00Z), a local date-time "
-    "(2026-04-01T09:30:00) or a local date (2026-04-01)";
-constexpr const char* kDuration =
-    "A duration back from now: a positive number and a unit m, h, d or w (30m, 2h, 1.5h, 1d, 1w).";
+// Every session pays for these texts before its first question, so each
+// says what a model needs to choose the tool and its arguments, once. A
+// switch is false unless given, as JSON readers assume.
+constexpr const char* kKinds = "Entity kind: app, person, company, project, website, programming_language, "
+                               "software_tool, framework.";
 
-JSON compactArgument() {
-    return withDefault(boolean("Leave out the screen descriptions (vlm_description) to save space."),
-                       false);
-}
+JSON compactArgument() { return boolean("Leave out descriptions."); }
 
 // The period of the timeline and of summary, named the same way.
 JSON presetArgument() {
-    return oneOfTexts({"today", "yesterday", "this-week", "last-active-day"},
-                      "A named period: today, yesterday, this week so far (from the "
-                      "locale's first weekday), or the newest day with activity. "
-                      "Without preset, since, from and to: today.");
+    return oneOfTexts({"today", "yesterday", "this-week", "last-active-day"}, "Default: today.");
 }
-JSON sinceArgument() { return text(std::string(kDuration) + " Use instead of preset."); }
-JSON fromArgument() {
-    return text(std::string("Start of a custom range, ") + kDateForms +
-                "; requires to. Use instead of preset and since.");
-}
-JSON toArgument() {
-    return text(std::string("End of a custom range, ") + kDateForms +
-                "; a bare date includes its whole day. Requires from.");
-}
+JSON sinceArgument() { return text("Back from now: 30m, 2h, 1.5h, 1d, 1w."); }
+JSON fromArgument() { return text("Start: ISO 8601, or local yyyy-MM-dd[THH:mm:ss]. With to."); }
+JSON toArgument() { return text("End; a date includes its day."); }
 
 JSON timelineInput() {
     return object(
@@ -47,13 +34,9 @@ JSON timelineInput() {
             {"since", sinceArgument()},
             {"from", fromArgument()},
             {"to", toArgument()},
-            {"limit", withMinimum(integer("Return at most this many moments, the earliest "
-                                          "first; meta.has_more says whether more follow."),
-                                  0)},
+            {"limit", withMinimum(integer("At most this many moments, the earliest."), 0)},
             {"compact", compactArgument()},
-            {"images", withDefault(boolean("Add each representative's image_path (a local file "
-                                           "path); honoured with since only."),
-                                   false)},
+            {"images", boolean("Add image_path (with since).")},
         },
         {});
 }
@@ -61,29 +44,17 @@ JSON timelineInput() {
 JSON searchInput() {
     return object(
         {
-            {"keyword", text("What to look for in the screen descriptions: one or more words "
-                             "(a description with any of them matches; the best matches rank "
-                             "first), or SQLite FTS5 syntax such as \"exact phrase\", AND, OR, "
-                             "NOT or prefix*.")},
-            {"app", text("Only observations whose visible applications include this name "
-                         "(whole name, any case), e.g. Slack.")},
-            {"since", text(std::string(kDuration) + " The from and to arguments override its ends.")},
-            {"from", text(std::string("Earliest time, ") + kDateForms + "; a bare date means its midnight.")},
-            {"to", text(std::string("Latest time, ") + kDateForms + "; a bare date means its 23:59:59.")},
-            {"latest", withDefault(boolean("Return only the newest match instead of the best "
-                                           "ranked ones."),
-                                   false)},
-            {"limit", withMaximum(withMinimum(withDefault(integer("Return at most this many "
-                                                                  "results (clamped to 1 to "
-                                                                  "200)."),
-                                                          50),
-                                              1),
-                                  200)},
-            {"collapse", withDefault(boolean("Merge results with the same description into "
-                                             "one; meta.collapsed_from counts them before."),
-                                     false)},
-            {"images", withDefault(boolean("Add each result's image_path (a local file path)."),
-                                   false)},
+            {"keyword", text("Words to find; any one matches unless all_words. \"A phrase\"; FTS5 syntax "
+                             "unless all_words.")},
+            {"all_words", boolean("Every word and phrase must occur.")},
+            {"app", text("Only where this application was on screen.")},
+            {"since", text("Back from now: 30m, 2h, 1d, 1w. Default: the last day.")},
+            {"from", text("Earliest: ISO 8601, or local yyyy-MM-dd[THH:mm:ss].")},
+            {"to", text("Latest; a date includes its day.")},
+            {"latest", boolean("The newest match alone.")},
+            {"limit", withMaximum(withMinimum(withDefault(integer("At most this many results."), 50), 1), 200)},
+            {"collapse", boolean("Merge results with the same description.")},
+            {"images", boolean("Add image_path.")},
             {"compact", compactArgument()},
         },
         {"keyword"});
@@ -92,15 +63,9 @@ JSON searchInput() {
 JSON entitiesInput() {
     return object(
         {
-            {"since", text(std::string(kDuration) + " Default: the last 24 hours.")},
-            {"kind", text("Only entities of this kind, e.g. app, person, company, project, website, "
-                          "programming_language, software_tool, framework.")},
-            {"limit", withMaximum(withMinimum(withDefault(integer("Return at most this many "
-                                                                  "entities, most frequent "
-                                                                  "first (clamped to 1 to "
-                                                                  "500)."),
-                                                          100),
-                                              1),
+            {"since", text("Back from now: 30m, 2h, 1d, 1w. Default: 1d.")},
+            {"kind", text(kKinds)},
+            {"limit", withMaximum(withMinimum(withDefault(integer("At most this many, the most seen."), 100), 1),
                                   500)},
         },
         {});
@@ -113,20 +78,15 @@ JSON summaryInput() {
             {"since", sinceArgument()},
             {"from", fromArgument()},
             {"to", toArgument()},
-            {"idle", withDefault(text("The idle gap, a duration from 1m to 1h: a pause longer than this "
-                                      "ends a session, and no observation counts for more."),
-                                 "5m")},
-            {"kind", text("Only entities of this kind, e.g. app, person, company, project, website, "
-                          "programming_language, software_tool, framework.")},
-            {"limit", withMaximum(withMinimum(withDefault(integer("Entries of the applications and "
-                                                                  "entities lists, most time first."),
+            {"idle", withDefault(text("A longer pause ends a session: 1m to 1h."), "5m")},
+            {"kind", text(kKinds)},
+            {"limit", withMaximum(withMinimum(withDefault(integer("Length of the application and entity "
+                                                                  "lists."),
                                                           10),
                                               1),
                                   100)},
-            {"max_chars", withMinimum(withDefault(integer("The longest answer, in characters: detail "
-                                                          "(highlights, list tails, then sessions "
-                                                          "folded into days) is dropped until it "
-                                                          "fits, and meta.omitted counts it."),
+            {"max_chars", withMinimum(withDefault(integer("Longest answer; detail is dropped to fit "
+                                                          "(meta.omitted)."),
                                                   kSummaryDefaultMaxChars),
                                       1)},
         },
@@ -138,35 +98,30 @@ JSON noInput() { return object({}, {}); }
 std::vector<ToolDefinition> makeCatalog() {
     return {
         {"timeline", "Work timeline",
-         "Tells what the user worked on, as five-minute moments with a representative screen "
-         "description, the visible applications and entity counts, for a named period, the last "
-         "duration (since) or a from/to range (today without arguments); a range keeps only its "
-         "newest 5,000 observations, so for whole days, weeks and time totals use summary.",
+         "What happened minute by minute in a short range: five-minute moments with a screen "
+         "description, applications and entities. Keeps a range's newest 5,000 observations only; "
+         "for time totals, whole days and weeks use summary.",
          timelineInput(), timelineOutputSchema()},
         {"search", "Search work memory",
-         "Finds the moments of the user's screen activity whose description matches a keyword, "
-         "best ranked first or newest first (latest), optionally within an application and a "
-         "time window.",
+         "Finds moments by the words of their screen descriptions, best match or newest first. For "
+         "a moment the user remembers, use all_words with latest.",
          searchInput(), searchOutputSchema()},
         {"entities", "Entities seen",
-         "Counts the apps, people, companies, projects, websites, languages, tools and frameworks "
-         "seen on the user's screen, with first and last sighting, over the last 24 hours unless "
-         "since says otherwise.",
+         "Counts the apps, people, companies, projects, languages and tools seen on screen, with "
+         "first and last sighting.",
          entitiesInput(), entitiesOutputSchema()},
         {"summary", "Time summary",
-         "Accounts exactly for the user's time over a period of any length (today without "
-         "arguments, a named period, the last duration or a from/to range): active time, "
-         "sessions with a few highlights, the time each application was visible and each "
-         "entity seen, the days, and what the recorder's frames say about gaps, in at most "
-         "max_chars characters.",
+         "Where the time of any period went: exact active time, sessions with highlights, time per "
+         "application, entity and day, within max_chars. Use it for how long, and for whole days "
+         "or weeks.",
          summaryInput(), summaryOutputSchema()},
         {"status", "Recorder status",
-         "Checks the screen recorder's health: database facts, capture and analysis counters, a "
-         "diagnosis code with advice, and whether the analysis bridge has failed.",
+         "The screen recorder's health: database facts, capture and analysis counters, a "
+         "diagnosis with advice.",
          noInput(), statusOutputSchema()},
         {"support_context", "Support context",
-         "Summarises the last two hours (up to five distinct screen descriptions) with a "
-         "condensed recorder status, for drafting a support request about the recorder.",
+         "The last two hours' screen descriptions and a condensed recorder status, for a support "
+         "request about the recorder.",
          noInput(), supportContextOutputSchema()},
     };
 }
@@ -182,12 +137,10 @@ JSON listedTool(const ToolDefinition& tool, ProtocolRevision revision) {
         listed["outputSchema"] = tool.outputSchema;
     }
     if (hasToolAnnotations(revision)) {
-        // Every tool only reads the user's own recorder database.
-        listed["annotations"] = {
-            {"title", tool.title},
-            {"readOnlyHint", true},
-            {"openWorldHint", false},
-        };
+        // Every tool only reads the user's own recorder database. The title
+        // is said here only where the tool has no title of its own.
+        listed["annotations"] = {{"readOnlyHint", true}, {"openWorldHint", false}};
+        if (!hasStructuredToolOutput(revision)) listed["annotations"]["title"] = tool.title;
     }
     return listed;
 }

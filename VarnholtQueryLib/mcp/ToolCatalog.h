@@ -11,8 +11,11 @@ namespace VarnholtQueryLib::MCP {
 // The tools this server offers, one per question varnholt-query answers
 // from the database: timeline, search, entities, summary, status,
 // support_context.
-// Each describes itself for an agent: a title, one sentence on what it
-// answers, a JSON Schema for its arguments and one for its answer.
+// Each describes itself for an agent: a title, a sentence or two on what it
+// answers and when to use it rather than another, a JSON Schema for its
+// arguments and one for its answer. Every session reads the whole list
+// before its first question, so the list is kept lean (its size is held by
+// a test): short texts, and answers described by their top-level shape.
 struct ToolDefinition {
     std::string name;
     std::string title;
@@ -20,8 +23,8 @@ struct ToolDefinition {
     // An object schema; its "properties" are the only argument names the tool
     // accepts, each with a "type" of "string", "integer" or "boolean".
     JSON inputSchema;
-    // The success document, exactly as varnholt-query prints it; failures are
-    // error envelopes and are not described by it.
+    // The answer's top-level shape, success document or error envelope
+    // (ToolOutputSchemas.h).
     JSON outputSchema;
 };
 

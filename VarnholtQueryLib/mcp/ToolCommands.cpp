@@ -39,6 +39,7 @@ Command searchCommand(const ToolArguments& arguments, const LocalCalendar& calen
     if (arguments.flag("latest")) search.latest();
     search.limit(arguments.integer("limit"));
     if (arguments.flag("collapse")) search.collapse();
+    if (arguments.flag("all_words")) search.allWords();
     if (arguments.flag("images")) search.images();
     search.compact(arguments.flag("compact"));
     return {search.build()};

@@ -28,7 +28,7 @@ inline constexpr std::int64_t kSummaryDefaultMaxChars = 24000;
 //     and [--limit N] [--compact] with each of them
 //   search {keyword: K, ...}       varnholt-query search K [--app A] [--since S]
 //                                    [--from F] [--to T] [--latest] [--limit N]
-//                                    [--collapse] [--images] [--compact]
+//                                    [--collapse] [--all-words] [--images] [--compact]
 //   entities {...}                 varnholt-query entities [--since S] [--kind K] [--limit N]
 //   summary {...}                  varnholt-query summary [P] [--since S] [--from F --to T]
 //                                    [--idle I] [--kind K] [--limit N]

@@ -4,18 +4,19 @@
 
 namespace VarnholtQueryLib::MCP {
 
-// The JSON Schemas of the tools' answers, one per tool. An answer is either
-// the tool's success document, the envelope ("ok" true, "api_version" 2,
-// "error" null) around the command's "data" and "meta", or the error
-// envelope ("ok" false, "data" and "meta" null, "error" with code, message
-// and timestamp), exactly as varnholt-query prints them. Clients check
-// structured content against the schema whether or not the call failed, so
-// the schema admits both.
+// The JSON Schemas of the tools' answers, one per tool, by their top-level
+// shape. An answer is the envelope varnholt-query prints: "ok",
+// "api_version" 2, "data", "error" and "meta". On success "data" and "meta"
+// are objects and "error" is null; on failure "data" and "meta" are null and
+// "error" is an object. Clients check structured content against the schema
+// whether or not the call failed, so the schema admits both.
 //
-// Each success schema names every key the response builders may write, which
-// of them are always there and which may be null; no other key is allowed,
-// so a builder that grows a key fails the end-to-end test until its schema
-// says so.
+// "data" names every key the tool's response builder may write at its
+// level, with its JSON type, which keys are always there, and no other; a
+// builder that grows a key there fails the tests until its schema says so.
+// What lies inside the members of "data", and the members of "error" and
+// "meta", are not described (the manual pages and README do), so that the
+// schemas cost a session little.
 JSON timelineOutputSchema();
 JSON searchOutputSchema();
 JSON entitiesOutputSchema();

@@ -16,14 +16,23 @@ namespace VarnholtQueryLib {
 
 namespace {
 
-bool writeString(const std::string& text, std::string& out) {
+// The two layouts of one writer: the printed document and its one-line form.
+struct Layout {
+    bool spread;        // objects and arrays over lines, indented, " : " after keys
+    bool escapeSlash;   // "/" as "\/"
+};
+
+constexpr Layout kPrinted{true, true};
+constexpr Layout kCompact{false, false};
+
+bool writeString(const std::string& text, const Layout& layout, std::string& out) {
     if (!VarnholtText::isValidUTF8(text)) return false;
     out += '"';
     for (const char c : text) {
         switch (c) {
             case '"': out += "\\\""; break;
             case '\\': out += "\\\\"; break;
-            case '/': out += "\\/"; break;
+            case '/': out += layout.escapeSlash ? "\\/" : "/"; break;
             case '\b': out += "\\b"; break;
             case '\f': out += "\\f"; break;
             case '\n': out += "\\n"; break;
@@ -71,52 +80,62 @@ void writeDouble(double value, std::string& out) {
     out.append(buffer, result.ptr);
 }
 
-bool writeValue(const JSON& value, int depth, std::string& out) {
+bool writeValue(const JSON& value, int depth, const Layout& layout, std::string& out);
+
+// The members of an object or the elements of an array, between `open` and
+// `close`; `writeMember` writes one of them.
+template <typename Members, typename WriteMember>
+bool writeContainer(const Members& members, bool empty, char open, char close, int depth,
+                    const Layout& layout, std::string& out, const WriteMember& writeMember) {
+    out += open;
+    if (!layout.spread) {
+        bool first = true;
+        for (const auto& member : members) {
+            if (!first) out += ',';
+            first = false;
+            if (!writeMember(member)) return false;
+        }
+        out += close;
+        return true;
+    }
     const std::string indent(static_cast<size_t>(depth) * 2, ' ');
     const std::string innerIndent(static_cast<size_t>(depth + 1) * 2, ' ');
+    out += '\n';
+    if (empty) {
+        out += "\n" + indent + close;
+        return true;
+    }
+    bool first = true;
+    for (const auto& member : members) {
+        if (!first) out += ",\n";
+        first = false;
+        out += innerIndent;
+        if (!writeMember(member)) return false;
+    }
+    out += "\n" + indent + close;
+    return true;
+}
+
+bool writeValue(const JSON& value, int depth, const Layout& layout, std::string& out) {
     switch (value.type()) {
         case JSON::value_t::null: out += "null"; return true;
         case JSON::value_t::boolean: out += value.get<bool>() ? "true" : "false"; return true;
         case JSON::value_t::number_integer: out += std::to_string(value.get<std::int64_t>()); return true;
         case JSON::value_t::number_unsigned: out += std::to_string(value.get<std::uint64_t>()); return true;
         case JSON::value_t::number_float: writeDouble(value.get<double>(), out); return true;
-        case JSON::value_t::string: return writeString(value.get_ref<const std::string&>(), out);
-        case JSON::value_t::array: {
-            out += "[\n";
-            if (value.empty()) {
-                out += "\n" + indent + "]";
-                return true;
-            }
-            bool first = true;
-            for (const auto& element : value) {
-                if (!first) out += ",\n";
-                first = false;
-                out += innerIndent;
-                if (!writeValue(element, depth + 1, out)) return false;
-            }
-            out += "\n" + indent + "]";
-            return true;
-        }
-        case JSON::value_t::object: {
-            out += "{\n";
-            if (value.empty()) {
-                out += "\n" + indent + "}";
-                return true;
-            }
+        case JSON::value_t::string: return writeString(value.get_ref<const std::string&>(), layout, out);
+        case JSON::value_t::array:
+            return writeContainer(value, value.empty(), '[', ']', depth, layout, out, [&](const JSON& element) {
+                return writeValue(element, depth + 1, layout, out);
+            });
+        case JSON::value_t::object:
             // nlohmann::json keeps object members in a std::map, so iteration
             // is already in ascending key order.
-            bool first = true;
-            for (const auto& [key, member] : value.items()) {
-                if (!first) out += ",\n";
-                first = false;
-                out += innerIndent;
-                if (!writeString(key, out)) return false;
-                out += " : ";
-                if (!writeValue(member, depth + 1, out)) return false;
-            }
-            out += "\n" + indent + "}";
-            return true;
-        }
+            return writeContainer(value.items(), value.empty(), '{', '}', depth, layout, out, [&](const auto& member) {
+                if (!writeString(member.key(), layout, out)) return false;
+                out += layout.spread ? " : " : ":";
+                return writeValue(member.value(), depth + 1, layout, out);
+            });
         case JSON::value_t::binary:
         case JSON::value_t::discarded:
             return false;
@@ -156,7 +175,13 @@ JSON withRepairedText(JSON document) {
 
 std::optional<std::string> serializeJSON(const JSON& document) {
     std::string out;
-    if (!writeValue(document, 0, out)) return std::nullopt;
+    if (!writeValue(document, 0, kPrinted, out)) return std::nullopt;
+    return out;
+}
+
+std::optional<std::string> serializeCompactJSON(const JSON& document) {
+    std::string out;
+    if (!writeValue(document, 0, kCompact, out)) return std::nullopt;
     return out;
 }
 

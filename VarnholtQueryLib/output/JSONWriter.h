@@ -36,6 +36,13 @@ JSON withRepairedText(JSON document);
 // something that cannot be written (invalid UTF-8, a binary value).
 std::optional<std::string> serializeJSON(const JSON& document);
 
+// The same document on one line, for readers that pay per character (a
+// model reading a tool's answer, the protocol's messages): no white space
+// between tokens, ":" after a key, "/" as it is; keys sorted, strings and
+// numbers written exactly as above, so that a whole double is the same
+// integer here as in the printed document. Absent in the same cases.
+std::optional<std::string> serializeCompactJSON(const JSON& document);
+
 // Writes the document and one "\n" to `out` and flushes it, or writes
 // "Failed to serialize JSON\n" to `err` when it cannot be serialised.
 // Returns whether the document reached `out` in full. Never changes the

@@ -106,10 +106,10 @@ Terms withoutRepeats(const Terms& terms) {
     return kept;
 }
 
-std::string joinedWithOr(const Terms& terms, const icu::UnicodeString& wrap) {
+std::string joinedTerms(const Terms& terms, const icu::UnicodeString& separator, const icu::UnicodeString& wrap) {
     icu::UnicodeString joined;
     for (std::size_t index = 0; index < terms.size(); ++index) {
-        if (index > 0) joined += icu::UnicodeString(u" OR ");
+        if (index > 0) joined += separator;
         joined += wrap;
         joined += terms[index];
         joined += wrap;
@@ -117,6 +117,17 @@ std::string joinedWithOr(const Terms& terms, const icu::UnicodeString& wrap) {
     std::string result;
     joined.toUTF8String(result);
     return result;
+}
+
+// The terms of the keyword taken literally: without their double quotes,
+// trimmed of blanks, empty ones left out.
+Terms literalTerms(const std::string& keyword) {
+    Terms terms;
+    for (const auto& term : splitTerms(icu::UnicodeString::fromUTF8(keyword), Quotes::drop)) {
+        icu::UnicodeString trimmed = trimmedOfBlanks(term);
+        if (!trimmed.isEmpty()) terms.push_back(std::move(trimmed));
+    }
+    return terms;
 }
 
 }  // namespace
@@ -132,18 +143,21 @@ std::string transformed(const std::string& keyword, RepeatedTerms repeated) {
     // Only bare words and whole phrases: their alternatives form one flat OR,
     // whose rows do not change when a repeated alternative goes.
     if (repeated == RepeatedTerms::drop && flatAlternatives) terms = withoutRepeats(terms);
-    return joinedWithOr(terms, icu::UnicodeString());
+    return joinedTerms(terms, icu::UnicodeString(u" OR "), icu::UnicodeString());
 }
 
 std::string literal(const std::string& keyword, RepeatedTerms repeated) {
-    Terms terms;
-    for (const auto& term : splitTerms(icu::UnicodeString::fromUTF8(keyword), Quotes::drop)) {
-        icu::UnicodeString trimmed = trimmedOfBlanks(term);
-        if (!trimmed.isEmpty()) terms.push_back(std::move(trimmed));
-    }
+    Terms terms = literalTerms(keyword);
     // Quoted phrases without quotes inside always form a flat OR.
     if (repeated == RepeatedTerms::drop) terms = withoutRepeats(terms);
-    return joinedWithOr(terms, icu::UnicodeString(u"\""));
+    return joinedTerms(terms, icu::UnicodeString(u" OR "), icu::UnicodeString(u"\""));
+}
+
+std::string allWords(const std::string& keyword, RepeatedTerms repeated) {
+    Terms terms = literalTerms(keyword);
+    // A term required twice is required once: the rows are the same.
+    if (repeated == RepeatedTerms::drop) terms = withoutRepeats(terms);
+    return joinedTerms(terms, icu::UnicodeString(u" "), icu::UnicodeString(u"\""));
 }
 
 bool isBareWord(std::string_view word) {

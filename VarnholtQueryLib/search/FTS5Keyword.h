@@ -38,6 +38,18 @@ std::string transformed(const std::string& keyword, RepeatedTerms repeated = Rep
 // "node.js" gives "\"node.js\"", "TypeError: x" gives "\"TypeError:\" OR \"x\"".
 std::string literal(const std::string& keyword, RepeatedTerms repeated = RepeatedTerms::keep);
 
+// The MATCH text that requires every term of `keyword`: its terms as
+// literal() finds them (bare words, phrases without their quotes), each in
+// double quotes, separated by one blank, FTS5's implicit AND. No input is
+// read as FTS5 syntax: "NOT", "OR" and "deploying*" are words to find, and
+// no keyword fails to parse. A term in which the table's tokenizer finds no
+// word ("*", ":") asks for nothing: the implicit AND leaves such an empty
+// phrase out, where FTS5's explicit AND would match no row at all. With
+// RepeatedTerms::drop, later copies of a term are left out (the rows are the
+// same). Empty when no term is left. "deploy "unit tests" OR" gives
+// ""deploy" "unit tests" "OR"".
+std::string allWords(const std::string& keyword, RepeatedTerms repeated = RepeatedTerms::keep);
+
 // Whether FTS5 reads `word` (UTF-8) as one bare word: it is not empty and
 // holds ASCII letters and digits, "_", and characters beyond ASCII only.
 // Operators (AND, OR, NOT, NEAR) are bare words too.

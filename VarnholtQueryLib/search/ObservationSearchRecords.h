@@ -16,6 +16,7 @@ struct ObservationSearchParams {
     bool latestOnly = false;               // newest first instead of by relevance
     std::int64_t limit = 50;
     bool collapse = false;                 // the caller will collapse repeats
+    bool allWords = false;                 // every word and phrase must occur, not any one
 };
 
 struct SearchResultEntity {

@@ -193,6 +193,13 @@ std::vector<ObservationSearchResult> SQLiteObservationSearch::search(
     // every copy of a repeated term adds its weight again.
     const FTS5Keyword::RepeatedTerms repeated =
         params.latestOnly ? FTS5Keyword::RepeatedTerms::drop : FTS5Keyword::RepeatedTerms::keep;
+    if (params.allWords) {
+        // Every term quoted: nothing in it is FTS5 syntax, so there is no
+        // other form to fall back to. A keyword without any term searches as
+        // it would without all words, and fails the same way.
+        const std::string allWordsText = FTS5Keyword::allWords(params.keyword, repeated);
+        if (!allWordsText.empty()) return searchMatching(allWordsText, params);
+    }
     const std::string matchText = FTS5Keyword::transformed(params.keyword, repeated);
     // Ordinary words such as "node.js" or "feature-flag" are FTS5 syntax
     // errors; taken literally they are what the user meant. FTS5 is asked

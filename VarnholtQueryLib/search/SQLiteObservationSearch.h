@@ -32,8 +32,10 @@ public:
     // Matches the keyword as transformFTS5Keyword() gives it. When FTS5
     // rejects that and accepts the keyword taken literally
     // (FTS5Keyword::literal), the literal form is searched instead, so that
-    // ordinary words such as "node.js" or "C++" find what they say. Newest
-    // first, repeated terms are matched once (the rows are the same).
+    // ordinary words such as "node.js" or "C++" find what they say. With
+    // `allWords`, every term must occur (FTS5Keyword::allWords), which FTS5
+    // always accepts; a keyword without terms is searched as without it.
+    // Newest first, repeated terms are matched once (the rows are the same).
     // Throws DatabaseError: queryFailed when the statement cannot be prepared
     // or a step fails (for a keyword FTS5 takes in neither form, with the
     // message for the keyword as given, e.g. an FTS5 syntax error), locked when

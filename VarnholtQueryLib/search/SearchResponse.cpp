@@ -34,7 +34,7 @@ JSON resultObject(const ObservationSearchResult& result, bool compact, bool imag
 }
 
 JSON queryObject(const ObservationSearchParams& params) {
-    return {
+    JSON query = {
         {"keyword", params.keyword},
         {"app_filter", params.appFilter ? JSON(*params.appFilter) : JSON(nullptr)},
         {"from", optionalInstant(params.fromTs)},
@@ -42,6 +42,10 @@ JSON queryObject(const ObservationSearchParams& params) {
         {"latest_only", params.latestOnly},
         {"limit", params.limit},
     };
+    // Only when asked for, so that a search without it prints what it
+    // always printed.
+    if (params.allWords) query["all_words"] = true;
+    return query;
 }
 
 }  // namespace

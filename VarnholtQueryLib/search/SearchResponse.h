@@ -13,8 +13,8 @@ class LocalCalendar;
 
 // The document the `search` command prints: the usual envelope ("ok",
 // "api_version", "data", "error", "meta") with one object per result in
-// "data.results", and in "meta" the effective query, the local clock and
-// whether more results are likely.
+// "data.results", and in "meta" the effective query ("all_words" only when it
+// was asked for), the local clock and whether more results are likely.
 //
 // `results` are printed in their order, already collapsed when collapsing was
 // asked for; `params` are the effective ones (the use case's, not the

@@ -78,8 +78,9 @@ for shell in "${shells[@]}"; do
   expect "$shell" "varnholt-query recent --" "--compact --full --help --images --json --limit --since --version"
   expect "$shell" "varnholt-query range --from 2026-04-01 --" "--compact --from --full --help --json --limit --to --version"
   expect "$shell" "varnholt-query search invoice --" \
-    "--app --collapse --compact --from --full --help --images --latest --limit --since --to --version"
+    "--all-words --app --collapse --compact --from --full --help --images --latest --limit --since --to --version"
   expect "$shell" "varnholt-query search invoice --c" "--collapse --compact"
+  expect "$shell" "varnholt-query search invoice --al" "--all-words"
   expect "$shell" "varnholt-query entities --" "--help --json --kind --limit --since --version"
   expect "$shell" "varnholt-query status --" "--help --json --version"
   expect "$shell" "varnholt-query summary --" \

@@ -150,30 +150,41 @@ public:
             {pickShared(), std::nullopt},       // from a shared time on
         };
         // Keywords, bounds, filters and orders vary from draw to draw.
-        for (int i = 0; i < 10; ++i) {
-            ObservationSearchParams params;
-            params.keyword = random_.pick(keywords);
-            std::tie(params.fromTs, params.toTs) = random_.pick(bounds);
-            params.appFilter = random_.pick(applications);
-            params.latestOnly = random_.chance(0.3);
-            params.limit = params.latestOnly ? 1 : (random_.chance(0.3) ? 200 : 7);
-            compare("search '" + params.keyword + "' from " + exact(params.fromTs) + " to " + exact(params.toTs) +
-                        " app " + exact(params.appFilter) + (params.latestOnly ? " latest" : "") + " limit " +
-                        std::to_string(params.limit),
-                    SQLiteObservationSearch::statementFor(params), params.fromTs || params.toTs,
-                    [&](const IndexCatalogue& indexes) {
-                        SQLiteObservationSearch search(connection_, indexes);
-                        Answer rows;
-                        for (const auto& result : search.search(params)) {
-                            std::string entities;
-                            for (const auto& entity : result.entities) entities += entity.kind + "=" + entity.value + ";";
-                            rows.push_back(result.observationId + " " + exact(result.frameTimestamp) + " '" +
-                                           result.vlmDescription + "' " + exact(result.apps) + " " +
-                                           exact(result.imagePath) + " " + entities);
-                        }
-                        return rows;
-                    });
-        }
+        for (int i = 0; i < 10; ++i) compareSearchDraw(keywords, bounds, applications, false);
+        // Every word required: pairs of the database's words (often both in
+        // a row, often not), and the keywords above, operators and all.
+        std::vector<std::string> required = keywords;
+        for (int i = 0; i < 4; ++i) required.push_back(random_.pick(shape_.words) + " " + random_.pick(shape_.words));
+        required.insert(required.end(), {"error NOT deploy", "* review", "\"working on\" OR"});
+        for (int i = 0; i < 4; ++i) compareSearchDraw(required, bounds, applications, true);
+    }
+
+    void compareSearchDraw(const std::vector<std::string>& keywords,
+                           const std::vector<std::pair<std::optional<double>, std::optional<double>>>& bounds,
+                           const std::vector<std::optional<std::string>>& applications, bool allWords) {
+        ObservationSearchParams params;
+        params.keyword = random_.pick(keywords);
+        std::tie(params.fromTs, params.toTs) = random_.pick(bounds);
+        params.appFilter = random_.pick(applications);
+        params.latestOnly = random_.chance(0.3);
+        params.limit = params.latestOnly ? 1 : (random_.chance(0.3) ? 200 : 7);
+        params.allWords = allWords;
+        compare("search '" + params.keyword + "' from " + exact(params.fromTs) + " to " + exact(params.toTs) +
+                    " app " + exact(params.appFilter) + (params.latestOnly ? " latest" : "") +
+                    (params.allWords ? " all words" : "") + " limit " + std::to_string(params.limit),
+                SQLiteObservationSearch::statementFor(params), params.fromTs || params.toTs,
+                [&](const IndexCatalogue& indexes) {
+                    SQLiteObservationSearch search(connection_, indexes);
+                    Answer rows;
+                    for (const auto& result : search.search(params)) {
+                        std::string entities;
+                        for (const auto& entity : result.entities) entities += entity.kind + "=" + entity.value + ";";
+                        rows.push_back(result.observationId + " " + exact(result.frameTimestamp) + " '" +
+                                       result.vlmDescription + "' " + exact(result.apps) + " " +
+                                       exact(result.imagePath) + " " + entities);
+                    }
+                    return rows;
+                });
     }
 
     void compareEntities() {

@@ -9,6 +9,7 @@
 #include <nlohmann/json.hpp>
 
 #include "FixtureDatabase.h"
+#include "JSONValueDifference.h"
 #include "MCPClientSession.h"
 #include "TemporaryHome.h"
 
@@ -52,11 +53,13 @@ protected:
     }
 
     // The structured result of a tool call, after checking that its text is
-    // the same document.
+    // the same value.
     json toolCall(MCPClientSession& server, const std::string& tool, const json& arguments) const {
         const json result = server.call(tool, arguments);
         if (!result.is_object()) return json();
-        EXPECT_EQ(json::parse(result["content"][0]["text"].get<std::string>()), result["structuredContent"]);
+        EXPECT_EQ(jsonValueDifference(json::parse(result["content"][0]["text"].get<std::string>()),
+                                      result["structuredContent"]),
+                  "");
         return result["structuredContent"];
     }
 
@@ -78,26 +81,26 @@ TEST_F(BothFrontEndsTest, ALimitBeyondSixtyFourBitsIsTheLargestOrTheSmallestAllo
 
     const json entities = commandLine({"entities", "--limit", huge});
     EXPECT_EQ(entities["meta"]["returned_entities"], 150);
-    EXPECT_EQ(toolCall(server, "entities", {{"limit", hugeNumber}}), entities);
+    EXPECT_EQ(jsonValueDifference(toolCall(server, "entities", {{"limit", hugeNumber}}), entities), "");
     const json oneEntity = commandLine({"entities", "--limit", "-" + huge});
     EXPECT_EQ(oneEntity["meta"]["returned_entities"], 1);
-    EXPECT_EQ(toolCall(server, "entities", {{"limit", negativeNumber}}), oneEntity);
+    EXPECT_EQ(jsonValueDifference(toolCall(server, "entities", {{"limit", negativeNumber}}), oneEntity), "");
 
     for (const std::string& limit : {huge, std::string("9223372036854775808")}) {
         const json search = commandLine({"search", "invoice", "--limit", limit});
         EXPECT_EQ(search["meta"]["query"]["limit"], 200) << limit;
         EXPECT_EQ(search["meta"]["returned_results"], 150) << limit;
-        EXPECT_EQ(toolCall(server, "search", {{"keyword", "invoice"}, {"limit", json::parse(limit)}}), search);
+        EXPECT_EQ(jsonValueDifference(toolCall(server, "search", {{"keyword", "invoice"}, {"limit", json::parse(limit)}}), search), "");
     }
     const json oneResult = commandLine({"search", "invoice", "--limit", "-" + huge});
     EXPECT_EQ(oneResult["meta"]["query"]["limit"], 1);
-    EXPECT_EQ(toolCall(server, "search", {{"keyword", "invoice"}, {"limit", negativeNumber}}), oneResult);
+    EXPECT_EQ(jsonValueDifference(toolCall(server, "search", {{"keyword", "invoice"}, {"limit", negativeNumber}}), oneResult), "");
 
     // The timeline keeps the earliest `limit` moments: none at all below one.
     const json noMoments = commandLine({"today", "--limit", "-" + huge});
     EXPECT_EQ(noMoments["meta"]["returned_moments"], 0);
     EXPECT_GT(noMoments["meta"]["total_moments"], 0);
-    EXPECT_EQ(toolCall(server, "timeline", {{"limit", negativeNumber}}), noMoments);
+    EXPECT_EQ(jsonValueDifference(toolCall(server, "timeline", {{"limit", negativeNumber}}), noMoments), "");
 }
 
 TEST_F(BothFrontEndsTest, AKeywordOfAHundredThousandBytesIsSearched) {
@@ -108,9 +111,31 @@ TEST_F(BothFrontEndsTest, AKeywordOfAHundredThousandBytesIsSearched) {
     const json printed = commandLine({"search", keyword, "--limit", "3"});
     EXPECT_EQ(printed["ok"], true) << errorOf(printed);
     EXPECT_EQ(printed["meta"]["returned_results"], 3);
+    // Every one of its words required: no row has them all.
+    const json everyWord = commandLine({"search", keyword, "--all-words"});
+    EXPECT_EQ(everyWord["ok"], true) << errorOf(everyWord);
+    EXPECT_EQ(everyWord["meta"]["returned_results"], 0);
     for (const MCPEra era : {MCPEra::handshake, MCPEra::stateless}) {
         MCPClientSession server(home_, frozen(), era);
-        EXPECT_EQ(toolCall(server, "search", {{"keyword", keyword}, {"limit", 3}}), printed) << nameOf(era);
+        EXPECT_EQ(jsonValueDifference(toolCall(server, "search", {{"keyword", keyword}, {"limit", 3}}), printed), "") << nameOf(era);
+        EXPECT_EQ(jsonValueDifference(toolCall(server, "search", {{"keyword", keyword}, {"all_words", true}}), everyWord),
+                  "")
+            << nameOf(era);
+    }
+}
+
+TEST_F(BothFrontEndsTest, AllWordsAsksTheSameOfBothFrontEnds) {
+    // Any word: every invoice; every word: the one invoice numbered 7.
+    EXPECT_EQ(commandLine({"search", "invoice 7"})["meta"]["returned_results"], 50);
+    const json seventh = commandLine({"search", "invoice 7", "--all-words"});
+    ASSERT_EQ(seventh["meta"]["returned_results"], 1) << seventh.dump();
+    EXPECT_EQ(seventh["data"]["results"][0]["observation_id"], "O-007");
+    EXPECT_EQ(seventh["meta"]["query"]["all_words"], true);
+    for (const MCPEra era : {MCPEra::handshake, MCPEra::stateless}) {
+        MCPClientSession server(home_, frozen(), era);
+        EXPECT_EQ(jsonValueDifference(toolCall(server, "search", {{"keyword", "invoice 7"}, {"all_words", true}}), seventh),
+                  "")
+            << nameOf(era);
     }
 }
 

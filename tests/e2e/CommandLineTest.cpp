@@ -47,6 +47,7 @@ const std::string kHelpText =
     "  --compact             Omit description and topics fields\n"
     "  --full                Include description and topics fields\n"
     "  --collapse            Deduplicate search results by description\n"
+    "  --all-words           Search results must contain every word and phrase\n"
     "  --json                JSON output (default for piped output)\n"
     "  --limit N             Limit results shown\n"
     "  --help, -h            Show this help\n"
@@ -64,7 +65,7 @@ const std::string kCommandList = R"({
     {"name": "last-active-day", "args": [], "flags": ["--json", "--compact", "--full", "--limit"]},
     {"name": "recent", "args": ["--since"], "flags": ["--since", "--images", "--compact", "--full", "--limit"]},
     {"name": "range", "args": ["--from", "--to"], "flags": ["--from", "--to", "--json", "--compact", "--full", "--limit"]},
-    {"name": "search", "args": ["keyword"], "flags": ["--since", "--app", "--from", "--to", "--latest", "--limit", "--compact", "--images", "--collapse"]},
+    {"name": "search", "args": ["keyword"], "flags": ["--since", "--app", "--from", "--to", "--latest", "--limit", "--compact", "--images", "--collapse", "--all-words"]},
     {"name": "entities", "args": [], "flags": ["--since", "--kind", "--limit"]},
     {"name": "summary", "args": [], "flags": ["--since", "--from", "--to", "--idle", "--kind", "--limit", "--max-chars", "--format", "--json"]},
     {"name": "status", "args": [], "flags": ["--json"]},

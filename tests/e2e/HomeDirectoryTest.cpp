@@ -12,7 +12,9 @@
 
 #include "FixtureDatabase.h"
 #include "MCPClientSession.h"
+#include "JSONValueDifference.h"
 #include "TemporaryHome.h"
+#include "output/JSONWriter.h"
 
 using namespace VarnholtTestSupport;
 using nlohmann::json;
@@ -72,8 +74,8 @@ TEST_F(HomeDirectoryTest, StatusPrintsThePathRepaired) {
         const json call = server.call("status");
         ASSERT_TRUE(call.is_object()) << nameOf(era);
         EXPECT_EQ(call["isError"], false) << nameOf(era);
-        EXPECT_EQ(call["content"][0]["text"], result.standardOutput) << nameOf(era);
-        EXPECT_EQ(call["structuredContent"], document) << nameOf(era);
+        EXPECT_EQ(call["content"][0]["text"], VarnholtQueryLib::serializeCompactJSON(document)) << nameOf(era);
+        EXPECT_EQ(jsonValueDifference(call["structuredContent"], document), "") << nameOf(era);
         EXPECT_EQ(server.read("varnholt://status"), result.standardOutput) << nameOf(era);
     }
 }

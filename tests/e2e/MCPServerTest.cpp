@@ -6,17 +6,20 @@
 
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <memory>
 #include <optional>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "JSONValueDifference.h"
 #include "LineProcess.h"
 #include "MCPClientSession.h"
 #include "SampleDatabase.h"
 #include "TemporaryHome.h"
 #include "TestPrograms.h"
+#include "output/JSONWriter.h"
 
 using namespace VarnholtTestSupport;
 using nlohmann::json;
@@ -52,6 +55,13 @@ std::string fileBytes(const std::string& path) {
     return std::string(std::istreambuf_iterator<char>(file), {});
 }
 
+// Characters of UTF-8 text: every byte but the continuation bytes.
+std::size_t characters(const std::string& text) {
+    std::size_t count = 0;
+    for (const char c : text) count += (static_cast<unsigned char>(c) & 0xC0) != 0x80;
+    return count;
+}
+
 using Era = MCPEra;
 using Server = MCPClientSession;
 
@@ -68,7 +78,24 @@ std::vector<std::string> openFilesBelow(int pid, const std::string& directory) {
 
 }  // namespace
 
-TEST(MCPServerTest, EveryToolAnswersWithTheCommandLinesDocument) {
+// The checks on one tool result against the document the command line
+// printed for the same question: its text is that document on one line
+// (written by our writer: sorted keys, no white space), and its text and its
+// structured content are that value, integers as integers.
+void expectTheCommandLinesValue(const json& result, const ProcessResult& expected, const std::string& label) {
+    ASSERT_TRUE(result.contains("content")) << label;
+    ASSERT_EQ(result["content"].size(), 1u) << label;
+    const std::string text = result["content"][0]["text"].get<std::string>();
+    const json printed = json::parse(expected.standardOutput);
+    EXPECT_EQ(text, VarnholtQueryLib::serializeCompactJSON(printed).value_or("<unwritable>")) << label;
+    EXPECT_EQ(jsonValueDifference(json::parse(text), printed), "") << label;
+    EXPECT_EQ(jsonValueDifference(result["structuredContent"], printed), "") << label;
+    EXPECT_EQ(result["isError"], expected.exitStatus == 1) << label;
+}
+
+TEST(MCPServerTest, EveryToolAnswersWithTheCommandLinesValue) {
+    // The comparison tells an integer from a whole number with a fraction.
+    ASSERT_NE(jsonValueDifference(json::parse(R"({"idle_seconds":300.0})"), json::parse(R"({"idle_seconds":300})")), "");
     TemporaryHome home;
     writeDatabase(home);
     Server server(home, frozen());
@@ -78,23 +105,58 @@ TEST(MCPServerTest, EveryToolAnswersWithTheCommandLinesDocument) {
         {{"timeline", {{"from", "2026-03-30"}, {"to", "2026-03-31"}, {"compact", true}}},
          {"range", "--from", "2026-03-30", "--to", "2026-03-31", "--compact"}},
         {{"search", {{"keyword", "tests"}, {"limit", 5}, {"collapse", true}}}, {"search", "tests", "--limit", "5", "--collapse"}},
+        {{"search", {{"keyword", "tests review"}, {"all_words", true}, {"latest", true}}},
+         {"search", "tests review", "--all-words", "--latest"}},
         {{"search", json::object()}, {"search"}},
         {{"entities", {{"kind", "app"}, {"limit", 4}}}, {"entities", "--kind", "app", "--limit", "4"}},
         {{"summary", json::object()}, {"summary", "--max-chars", "24000"}},
         {{"summary", {{"preset", "this-week"}, {"idle", "10m"}, {"max_chars", 1500}}},
          {"summary", "this-week", "--idle", "10m", "--max-chars", "1500"}},
         {{"summary", {{"idle", "2h"}}}, {"summary", "--idle", "2h"}},
+        {{"summary", {{"idle", "1.01m"}}}, {"summary", "--idle", "1.01m", "--max-chars", "24000"}},
         {{"status", json::object()}, {"status", "--json"}},
         {{"support_context", json::object()}, {"support-context"}},
     };
     for (const auto& [call, commandLine] : cases) {
-        const ProcessResult expected = home.run(commandLine, frozen());
-        const json result = server.call(call[0], call[1]);
-        ASSERT_TRUE(result.contains("content")) << call.dump();
-        EXPECT_EQ(result["content"][0]["text"], expected.standardOutput) << call.dump();
-        EXPECT_EQ(result["isError"], expected.exitStatus == 1) << call.dump();
-        EXPECT_EQ(result["structuredContent"], json::parse(expected.standardOutput)) << call.dump();
+        expectTheCommandLinesValue(server.call(call[0], call[1]), home.run(commandLine, frozen()), call.dump());
     }
+}
+
+TEST(MCPServerTest, TheIdleGapIsTheSameIntegerInBothCopies) {
+    TemporaryHome home;
+    writeDatabase(home);
+    Server server(home, frozen());
+    const json result = server.call("summary", {{"preset", "this-week"}});
+    ASSERT_TRUE(result.contains("structuredContent"));
+    EXPECT_TRUE(result["structuredContent"]["meta"]["query"]["idle_seconds"].is_number_integer());
+    EXPECT_NE(result["content"][0]["text"].get<std::string>().find(R"("idle_seconds":300,)"), std::string::npos);
+}
+
+// What a week's summary costs a model, written once as compact text and
+// once as structure, against the printed document.
+TEST(MCPServerTest, AWeeksSummaryIsWrittenCompactly) {
+    TemporaryHome home;
+    home.varnholtDirectory();
+    VarnholtSampleData::SampleDatabaseOptions options;
+    options.days = 14;
+    options.seed = 1;
+    options.endTime = kNow - 1800;
+    options.homeForImagePaths = home.path();
+    options.utcOffsetSeconds = 7200;
+    VarnholtSampleData::writeSampleDatabase(home.databasePath(), options);
+    Server server(home, frozen());
+    const json result = server.call("summary", {{"preset", "this-week"}});
+    const ProcessResult printed = home.run({"summary", "this-week", "--max-chars", "24000"}, frozen());
+    expectTheCommandLinesValue(result, printed, "summary this-week");
+    const std::size_t text = characters(result["content"][0]["text"].get<std::string>());
+    const std::size_t structured = characters(result["structuredContent"].dump());
+    const std::size_t printedCharacters = characters(printed.standardOutput);
+    EXPECT_LE(text * 100, printedCharacters * 65);
+    RecordProperty("printed_characters", static_cast<int>(printedCharacters));
+    RecordProperty("text_characters", static_cast<int>(text));
+    RecordProperty("structured_characters", static_cast<int>(structured));
+    std::cout << "summary this-week: printed " << printedCharacters << ", text item " << text
+              << ", structuredContent " << structured << " characters\n";
 }
 
 TEST(MCPServerTest, ADatabaseThatAppearsLaterIsRead) {
@@ -305,7 +367,9 @@ TEST(MCPServerTest, BatchesAreBounded) {
     process.writeLine(batchOf(64));
     const json replies = json::parse(process.readLine(std::chrono::seconds(120)).value_or("[]"));
     ASSERT_EQ(replies.size(), 64u);
-    const std::string yesterday = home.run({"yesterday"}, frozen()).standardOutput;
+    const std::string yesterday =
+        VarnholtQueryLib::serializeCompactJSON(json::parse(home.run({"yesterday"}, frozen()).standardOutput)).value_or("");
+    ASSERT_NE(yesterday, "");
     std::size_t served = 0;
     for (const json& reply : replies) {
         if (reply.contains("result")) {

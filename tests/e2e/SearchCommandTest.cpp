@@ -444,6 +444,23 @@ TEST_F(SearchCommandTest, SeveralWordsFindAnyOfThem) {
     EXPECT_EQ(idsOf(all), (std::vector<std::string>{"O-D", "O-B", "O-A", "O-C"}));
 }
 
+TEST_F(SearchCommandTest, AllWordsFindsOnlyRowsWithEveryWordAndPhrase) {
+    // The newest row with any of the words has no "total".
+    EXPECT_EQ(idsOf(document(search({"invoice total", "--latest"}))), (std::vector<std::string>{"O-A"}));
+    const json latest = document(search({"invoice total", "--all-words", "--latest"}));
+    EXPECT_EQ(idsOf(latest), (std::vector<std::string>{"O-B"}));
+    EXPECT_EQ(latest["meta"]["query"],
+              json::parse(R"({"all_words": true, "app_filter": null, "from": "2026-03-31T10:00:00Z",
+                              "keyword": "invoice total", "latest_only": true, "limit": 1, "to": null})"));
+    const json ranked = document(search({"\"Müller project\" drafting", "--all-words", "--since", "1w"}));
+    EXPECT_EQ(idsOf(ranked), (std::vector<std::string>{"O-A", "O-C"}));
+    // Operator words and FTS5 syntax are words to find: none of the rows has
+    // "NOT" or "OR".
+    EXPECT_EQ(idsOf(document(search({"invoice NOT total", "--all-words"}))), std::vector<std::string>{});
+    EXPECT_EQ(idsOf(document(search({"invoice OR budget", "--all-words"}))), std::vector<std::string>{});
+    EXPECT_EQ(idsOf(document(search({"budget* (parser", "--all-words"}))), (std::vector<std::string>{"O-D"}));
+}
+
 TEST_F(SearchCommandTest, LimitIsClampedIntoOneToTwoHundred) {
     EXPECT_EQ(document(search({"invoice", "--limit", "1000"}))["meta"]["query"]["limit"], 200);
     EXPECT_EQ(document(search({"invoice", "--limit", "0"}))["meta"]["query"]["limit"], 1);

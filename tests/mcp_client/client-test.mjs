@@ -3,13 +3,15 @@
 // in 'auto' mode (it probes with server/discover and chooses) and pinned to
 // the stateless revision 2026-07-28. Each lists and calls every tool, lists
 // and reads the resources and templates, completes a date, and lists and gets
-// every prompt, and every document is checked against varnholt-query: the
-// text must be varnholt-query's standard output for the equivalent command
-// line, byte for byte, and so must the structured content once written by
-// varnholt-query's own writer (varnholt-rewrite-json). The SDKs themselves
-// check each structured answer against the tool's output schema. Each
-// client connects again announcing the MCP Apps extension, and only then
-// sees the time view and the summary tool's link to it.
+// every prompt, and every document is checked against varnholt-query: a tool
+// result's text must be varnholt-query's standard output for the equivalent
+// command line written compactly on one line, byte for byte, and its
+// structured content that document once written by varnholt-query's own
+// writer (varnholt-rewrite-json, with --compact for the one-line form); a
+// resource's text is the standard output itself. The SDKs themselves check
+// each structured answer against the tool's output schema. Each client
+// connects again announcing the MCP Apps extension, and only then sees the
+// time view and the summary tool's link to it.
 //
 // Usage: node client-test.mjs <varnholt-mcp> <varnholt-query> <varnholt-sample-db> <varnholt-rewrite-json>
 // Everything happens in temporary homes (nss_wrapper), under a frozen clock
@@ -97,6 +99,9 @@ function run(program, args, env, input) {
   return result;
 }
 
+// A document as a tool result's text carries it: one line, by varnholt-query's writer.
+const compactly = (text) => run(rewriteBinary, ['--compact'], {}, text).stdout;
+
 // The recorder's files: ten days of synthetic activity ending half an hour
 // ago, its logs, and a report of a failed analysis bridge.
 function furnish({ home, env }) {
@@ -161,7 +166,9 @@ async function compareWithCommandLine(client, env, tool, args, commandLine) {
   check(result.isError === (expected.status === 1), `${label}: isError ${result.isError}, exit status ${expected.status}`);
   check(result.content.length === 1 && result.content[0].type === 'text', `${label}: one text content item`);
   const text = result.content[0]?.text;
-  check(text === expected.stdout, `${label}: text content differs, ${firstDifference(text, expected.stdout)}`);
+  const expectedText = compactly(expected.stdout);
+  check(expectedText.length > 0 && !expectedText.includes('\n'), `${label}: the command line's document on one line`);
+  check(text === expectedText, `${label}: text content differs, ${firstDifference(text, expectedText)}`);
   check(result.structuredContent !== undefined, `${label}: no structured content`);
   const rewritten = run(rewriteBinary, [], {}, JSON.stringify(result.structuredContent));
   check(rewritten.stdout === expected.stdout,
@@ -177,8 +184,8 @@ async function expectToolError(client, tool, args, code, message) {
   const error = result.structuredContent?.error;
   check(error?.code === code, `${label}: code ${error?.code}, want ${code}`);
   check(error?.message === message, `${label}: message ${JSON.stringify(error?.message)}`);
-  const rewritten = run(rewriteBinary, [], {}, JSON.stringify(result.structuredContent));
-  check(result.content[0].text === rewritten.stdout, `${label}: text and structured content differ`);
+  check(result.content[0].text === compactly(JSON.stringify(result.structuredContent)),
+    `${label}: text and structured content differ`);
 }
 
 async function expectProtocolError(promise, code, what) {
@@ -222,15 +229,31 @@ async function compareResource(client, env, uri, commandLine) {
 }
 
 // The prompts with arguments, and for each the documents its messages must
-// embed, as command lines.
+// embed, as command lines; a last word 'compact' means the document as a
+// tool result's text, 'moments' one line per moment, else as printed.
 const kPrompts = [
-  ['stand-up', {}, [['summary', '--from', '2026-03-31', '--to', '2026-03-31', '--max-chars', '24000'],
-    ['summary', '--max-chars', '24000']]],
-  ['timesheet', {}, [['summary', '--from', '2026-03-30', '--to', '2026-04-05', '--max-chars', '24000']]],
-  ['timesheet', { week_start: '2026-03-23' }, [['summary', '--from', '2026-03-23', '--to', '2026-03-29', '--max-chars', '24000']]],
+  ['stand-up', {}, [['summary', '--from', '2026-03-31', '--to', '2026-03-31', '--limit', '5', '--max-chars', '11000', 'compact'],
+    ['summary', '--limit', '5', '--max-chars', '11000', 'compact']]],
+  ['stand-up', { date: '2026-03-31' }, [['summary', '--from', '2026-03-30', '--to', '2026-03-30', '--limit', '5', '--max-chars', '11000', 'compact'],
+    ['summary', '--from', '2026-03-31', '--to', '2026-03-31', '--limit', '5', '--max-chars', '11000', 'compact']]],
+  ['timesheet', {}, [['summary', '--from', '2026-03-30', '--to', '2026-04-05', '--max-chars', '24000', 'compact']]],
+  ['timesheet', { week_start: '2026-03-23' }, [['summary', '--from', '2026-03-23', '--to', '2026-03-29', '--max-chars', '24000', 'compact']]],
   ['what-was-i-doing', { time: '2026-04-01T11:30:00' },
-    [['range', '--from', '2026-04-01T09:00:00Z', '--to', '2026-04-01T10:00:00Z']]],
+    [['summary', '--from', '2026-04-01T09:15:00Z', '--to', '2026-04-01T09:45:00Z', '--max-chars', '12000', 'compact'],
+      ['range', '--from', '2026-04-01T09:20:00Z', '--to', '2026-04-01T09:40:00Z', 'moments']]],
 ];
+
+// Every prompt's result, as the client receives it, fits 20,000 characters.
+const kLongestPrompt = 20000;
+
+// The text a prompt shows for `printed`, the document of a command line.
+function embedded(printed, form) {
+  if (form === 'compact') return compactly(printed);
+  if (form !== 'moments') return printed;
+  const lines = JSON.parse(printed).data.moments.map((moment) =>
+    `${moment.bucket_start_iso} to ${moment.bucket_end_iso}: ${moment.representative.vlm_description}\n`);
+  return `The moments, in UTC:\n${lines.join('')}`;
+}
 
 async function comparePrompt(client, env, name, args, commandLines) {
   const label = `prompt ${name} ${JSON.stringify(args)}`;
@@ -247,10 +270,15 @@ async function comparePrompt(client, env, name, args, commandLines) {
     const { content } = message;
     return content.type === 'resource' ? content.resource.text : content.text;
   });
-  for (const commandLine of commandLines) {
-    const expected = run(queryBinary, commandLine, env).stdout;
-    check(texts.includes(expected), `${label}: no message holds varnholt-query ${commandLine.join(' ')}`);
+  for (const words of commandLines) {
+    const form = ['compact', 'moments'].includes(words.at(-1)) ? words.at(-1) : 'printed';
+    const commandLine = form === 'printed' ? words : words.slice(0, -1);
+    const expected = embedded(run(queryBinary, commandLine, env).stdout, form);
+    check(texts.includes(expected), `${label}: no message holds varnholt-query ${commandLine.join(' ')} (${form})`);
   }
+  const size = JSON.stringify(result).length;
+  check(size <= kLongestPrompt, `${label}: ${size} characters`);
+  console.log(`[${currentClient}] ${label}: ${size} characters`);
 }
 
 // The days whose timeline has moments, newest first, by the command line.
@@ -294,6 +322,9 @@ const kCalls = [
   ['search', { keyword: 'zzzunmatched' }, ['search', 'zzzunmatched']],
   ['search', {}, ['search']],
   ['search', { keyword: 'a AND' }, ['search', 'a AND']],
+  ['search', { keyword: 'review tests', all_words: true, latest: true }, ['search', 'review tests', '--all-words', '--latest']],
+  ['search', { keyword: '"unit tests" NOT OR', all_words: true, since: '1w' },
+    ['search', '"unit tests" NOT OR', '--all-words', '--since', '1w']],
   ['search', { keyword: 'x', from: '2026-04-08', to: '2026-04-07' }, ['search', 'x', '--from', '2026-04-08', '--to', '2026-04-07']],
   ['search', { keyword: 'x', since: 'h' }, ['search', 'x', '--since', 'h']],
   ['entities', {}, ['entities']],
@@ -380,7 +411,7 @@ async function exerciseClient(clientKind, recorder, empty, expectedDays) {
     'Use only one of preset, since, or from and to.');
   await expectToolError(client, 'timeline', { preset: 'range' }, 'INVALID_TIME_RANGE', "Unknown preset 'range'.");
   await expectToolError(client, 'search', { keyword: 'x', query: 'y' }, 'UNKNOWN_ERROR',
-    "Unknown argument 'query'. Arguments: app, collapse, compact, from, images, keyword, latest, limit, since, to.");
+    "Unknown argument 'query'. Arguments: all_words, app, collapse, compact, from, images, keyword, latest, limit, since, to.");
   await expectToolError(client, 'search', { keyword: 5 }, 'UNKNOWN_ERROR', "Argument 'keyword' must be a string.");
   await expectToolError(client, 'entities', { limit: '5' }, 'UNKNOWN_ERROR', "Argument 'limit' must be an integer.");
   await expectToolError(client, 'status', { verbose: true }, 'UNKNOWN_ERROR', "Unknown argument 'verbose'. Arguments: none.");

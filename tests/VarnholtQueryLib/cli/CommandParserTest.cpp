@@ -135,7 +135,7 @@ TEST_F(CommandParserTest, SearchDefaults) {
     EXPECT_FALSE(search.from.has_value());
     EXPECT_FALSE(search.to.has_value());
     EXPECT_EQ(search.limit, 50);
-    EXPECT_FALSE(search.latestOnly || search.compact || search.images || search.collapse);
+    EXPECT_FALSE(search.latestOnly || search.compact || search.images || search.collapse || search.allWords);
 }
 
 TEST_F(CommandParserTest, SearchFlags) {
@@ -144,7 +144,15 @@ TEST_F(CommandParserTest, SearchFlags) {
     EXPECT_EQ(search.keyword, "invoice");  // the first bare word only
     EXPECT_EQ(search.appFilter, "Mail");
     EXPECT_TRUE(search.latestOnly && search.images && search.collapse && search.compact);
+    EXPECT_FALSE(search.allWords);
     EXPECT_EQ(search.limit, 1);  // --latest
+}
+
+TEST_F(CommandParserTest, SearchAllWordsBeforeOrAfterTheKeyword) {
+    EXPECT_TRUE(parseAs<Command::Search>({"search", "swift generics", "--all-words"}).allWords);
+    const auto before = parseAs<Command::Search>({"search", "--all-words", "swift generics", "--latest"});
+    EXPECT_TRUE(before.allWords && before.latestOnly);
+    EXPECT_EQ(before.keyword, "swift generics");
 }
 
 TEST_F(CommandParserTest, SearchLimitClamps) {

@@ -11,10 +11,10 @@ TEST(DocumentContentTest, TheTextIsWhatTheCommandLinePrints) {
 }
 
 TEST(DocumentContentTest, AToolResultCarriesTheDocumentTwiceWhereTheRevisionAllows) {
-    const ToolAnswer answer{JSON{{"ok", false}}, true};
+    const ToolAnswer answer{JSON{{"ok", false}, {"meta", {{"idle_seconds", 300.0}, {"zone", "Europe/Berlin"}}}}, true};
     const JSON current = *toolCallResult(answer, ProtocolRevision::r2026_07_28);
-    EXPECT_EQ(current, JSON::parse(R"({"content":[{"type":"text","text":"{\n  \"ok\" : false\n}\n"}],
-        "isError":true,"structuredContent":{"ok":false}})"));
+    EXPECT_EQ(current, JSON::parse(R"({"content":[{"type":"text","text":"{\"meta\":{\"idle_seconds\":300,\"zone\":\"Europe/Berlin\"},\"ok\":false}"}],
+        "isError":true,"structuredContent":{"meta":{"idle_seconds":300.0,"zone":"Europe/Berlin"},"ok":false}})"));
     const JSON old = *toolCallResult(answer, ProtocolRevision::r2025_03_26);
     EXPECT_FALSE(old.contains("structuredContent"));
     EXPECT_EQ(old["content"], current["content"]);

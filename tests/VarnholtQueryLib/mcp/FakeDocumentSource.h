@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -12,9 +13,10 @@ namespace VarnholtQueryLib::MCP {
 
 // Answers every recipe in Berlin at a fixed instant without a database: the
 // document is {"command": <what the recipe built>}, so a test sees which
-// command a tool call, resource or prompt stands for, and a recipe that
-// throws CLIError is answered with {"error": <its message>} as a failure.
-// Remembers what it was asked.
+// command a tool call, resource or prompt stands for, unless `fixedAnswer`
+// is set or `answers` holds an answer for that command (by its describe()
+// text); a recipe that throws CLIError is answered with {"error": <its
+// message>} as a failure. Remembers what it was asked.
 class FakeDocumentSource final : public DocumentSource {
 public:
     // Wednesday 1 April 2026, 12:00 in Berlin.
@@ -26,6 +28,8 @@ public:
             const Command command = recipe(calendar, kNow);
             commands.push_back(command);
             if (fixedAnswer) return *fixedAnswer;
+            const auto given = answers.find(describe(command));
+            if (given != answers.end()) return given->second;
             return {JSON{{"command", describe(command)}}, false};
         } catch (const CLIError& error) {
             return {JSON{{"error", error.message()}}, true};
@@ -39,7 +43,14 @@ public:
         }
         return days;
     }
-    LocalDays localDays() const override { return {"2026-04-01", "2026-03-31", "2026-03-30"}; }
+    std::vector<std::string> activeDaysBefore(const std::string& day, std::size_t count) const override {
+        std::vector<std::string> days;
+        for (const std::string& candidate : active) {
+            if (candidate < day && days.size() < count) days.push_back(candidate);
+        }
+        return days;
+    }
+        LocalDays localDays() const override { return {"2026-04-01", "2026-03-31", "2026-03-30"}; }
 
     // A readable form of the commands the resources and prompts build.
     static std::string describe(const Command& command) {
@@ -71,6 +82,8 @@ public:
     std::vector<std::string> active = {"2026-04-01", "2026-03-31", "2026-03-27"};
     // When set, the answer to every recipe that builds its command.
     std::optional<ToolAnswer> fixedAnswer;
+    // Answers to particular commands, by their describe() text.
+    std::map<std::string, ToolAnswer> answers;
     mutable std::vector<Command> commands;
     mutable std::vector<std::size_t> askedDays;
 };

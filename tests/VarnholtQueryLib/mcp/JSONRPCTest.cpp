@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 using namespace VarnholtQueryLib;
 using namespace VarnholtQueryLib::MCP;
 
@@ -133,4 +135,15 @@ TEST(JSONRPCTest, RepliesReadAsAJSONObjectOfOursWould) {
         const Reply error = errorReply(RequestId(id), ErrorCode::invalidParams, "no", JSON{{"uri", "u"}});
         EXPECT_EQ(encodeReply(error), (JSON{{"jsonrpc", "2.0"}, {"id", id}, {"error", error.error}}).dump());
     }
+}
+
+TEST(JSONRPCTest, NumbersOnTheWireAreWrittenAsInThePrintedDocuments) {
+    // A whole double is the same integer here as in the text varnholt-query
+    // prints, so that a result's structured content and its text agree.
+    const JSON result = {{"idle_seconds", 300.0}, {"timestamp", 1775037600.25}, {"count", 3}, {"nan", std::nan("")}};
+    EXPECT_EQ(encodeReply(resultReply(RequestId(JSON(1)), result)),
+              R"({"id":1,"jsonrpc":"2.0","result":{"count":3,"idle_seconds":300,"nan":null,"timestamp":1775037600.25}})");
+    // Text that is not UTF-8 does not cost the reply.
+    EXPECT_EQ(encodeReply(resultReply(RequestId(JSON(2)), {{"text", std::string("caf\xe9")}})),
+              "{\"id\":2,\"jsonrpc\":\"2.0\",\"result\":{\"text\":\"caf\xef\xbf\xbd\"}}");
 }

@@ -14,6 +14,12 @@ TEST(JSONSchemaTest, ScalarsCarryTheirDescription) {
               JSON::parse(R"({"type":"boolean","default":false})"));
 }
 
+TEST(JSONSchemaTest, AnyArrayOrObjectIsItsTypeAlone) {
+    EXPECT_EQ(JSONSchema::anyArray(), JSON::parse(R"({"type":"array"})"));
+    EXPECT_EQ(JSONSchema::anyObject("Echo"), JSON::parse(R"({"type":"object","description":"Echo"})"));
+    EXPECT_EQ(JSONSchema::nullable(JSONSchema::anyObject()), JSON::parse(R"({"type":["object","null"]})"));
+}
+
 TEST(JSONSchemaTest, NullableAddsNullToTypeAndEnum) {
     EXPECT_EQ(JSONSchema::nullable(JSONSchema::oneOfTexts({"A", "B"})),
               JSON::parse(R"({"type":["string","null"],"enum":["A","B",null]})"));

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <iostream>
 #include <vector>
 
 #include "cli/BuildMetadata.h"
@@ -131,8 +133,8 @@ TEST_F(MCPSessionTest, AToolCallAnswersWithTheDocumentTwice) {
     EXPECT_EQ(result["structuredContent"], documents_.fixedAnswer->document);
     ASSERT_EQ(result["content"].size(), 1u);
     EXPECT_EQ(result["content"][0]["type"], "text");
-    // What varnholt-query prints: our layout, "/" escaped, a newline at the end.
-    EXPECT_EQ(result["content"][0]["text"], "{\n  \"n\" : 1.5,\n  \"ok\" : true,\n  \"path\" : \"\\/a\\/b\"\n}\n");
+    // The same value on one line, as the structured content is written.
+    EXPECT_EQ(result["content"][0]["text"], R"({"n":1.5,"ok":true,"path":"/a/b"})");
 }
 
 TEST_F(MCPSessionTest, AFailedToolIsAResultNotAProtocolError) {
@@ -439,4 +441,30 @@ TEST_F(MCPSessionTest, AStatelessRequestThatFailsStillCommitsTheLine) {
               "-32602 Invalid params: Unknown tool: frobnicate");
     EXPECT_EQ(errorOf(send(initializeLine("2025-06-18"))), "-32022 Unsupported protocol version");
     EXPECT_TRUE(documents_.commands.empty());
+}
+
+// Every session reads the whole tool list before its first question. The
+// reply stays within 12,000 characters with every tool, and until the
+// timesheet tool joins the list, room for it is kept.
+TEST_F(MCPSessionTest, TheToolListFitsTwelveThousandCharacters) {
+    constexpr std::size_t kLongestReply = 12000;
+    constexpr std::size_t kTimesheetRoom = 2500;
+    const std::size_t room = findTool("timesheet") ? 0 : kTimesheetRoom;
+    // Characters, not bytes: every byte but the continuation bytes of UTF-8.
+    const auto characters = [](const std::string& text) {
+        return static_cast<std::size_t>(std::count_if(
+            text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
+    };
+    const std::string stateless = session_.replyTo(statelessLine("1", "tools/list")).value_or("");
+    MCPSession handshake(documents_);
+    handshake.replyTo(initializeLine("2025-11-25"));
+    const std::string listed =
+        handshake.replyTo(R"({"jsonrpc":"2.0","id":2,"method":"tools/list"})").value_or("");
+    for (const std::string* reply : {&stateless, &listed}) {
+        EXPECT_EQ(JSON::parse(*reply)["result"]["tools"].size(), toolCatalog().size());
+        EXPECT_LE(characters(*reply) + room, kLongestReply);
+    }
+    RecordProperty("tools_list_characters", static_cast<int>(characters(listed)));
+    std::cout << "tools/list: " << characters(listed) << " characters (2025-11-25), " << characters(stateless)
+              << " (2026-07-28)\n";
 }

@@ -82,7 +82,7 @@ TEST_F(MethodTableTest, AReadThatCannotBeServed) {
 TEST_F(MethodTableTest, APromptIsFetchedByNameWithItsArguments) {
     const JSON got = call("prompts/get", R"({"name":"what-was-i-doing","arguments":{"time":"2026-04-01T09:10:00Z"}})");
     EXPECT_EQ(got["description"], findPrompt("what-was-i-doing")->description);
-    EXPECT_EQ(got["messages"].size(), 2u);
+    EXPECT_EQ(got["messages"].size(), 3u);
     EXPECT_EQ(call("prompts/get", R"({"name":"nope"})"), "-32602 Invalid params: Unknown prompt: nope");
     EXPECT_EQ(call("prompts/get", "{}"), "-32602 Invalid params: name must be a string");
     EXPECT_EQ(call("prompts/get", R"({"name":"what-was-i-doing"})"), "-32602 Invalid params: argument time is required");

@@ -17,28 +17,99 @@ JSON messagesOf(const std::string& prompt, const PromptArguments& arguments, con
 
 }  // namespace
 
-TEST(PromptCatalogTest, WhatWasIDoingShowsTheHourAroundTheTime) {
-    const FakeDocumentSource documents;
+// The moments of the twenty minutes around 09:10 UTC, as the timeline
+// answers them: entity counts and all.
+const char* const kMomentsAroundTen = R"({"ok":true,"data":{"moments":[
+  {"bucket_start_iso":"2026-04-01T09:00:00Z","bucket_end_iso":"2026-04-01T09:05:00Z","observation_count":3,
+   "entities":[{"count":3,"kind":"app","value":"Xcode"}],
+   "representative":{"applications":["Xcode"],"vlm_description":"Fixing the invoice exporter's rounding"}},
+  {"bucket_start_iso":"2026-04-01T09:15:00Z","bucket_end_iso":"2026-04-01T09:20:00Z","observation_count":1,
+   "entities":[],"representative":{"applications":["Zoom"],"vlm_description":"A call with Ada about the release"}}]}})";
+
+TEST(PromptCatalogTest, WhatWasIDoingSummarisesTheHalfHourAndDescribesTheMomentsAround) {
+    FakeDocumentSource documents;
+    documents.answers["range 2026-04-01T09:00:00Z 2026-04-01T09:20:00Z"] = {JSON::parse(kMomentsAroundTen), false};
     // 11:10 in Berlin (summer time) is 09:10 UTC.
     const JSON messages = messagesOf("what-was-i-doing", {{"time", "2026-04-01T11:10:00"}}, documents);
-    ASSERT_EQ(messages.size(), 2u);
-    EXPECT_EQ(messages[0]["role"], "user");
-    EXPECT_NE(messages[0]["content"]["text"].get<std::string>().find("around 2026-04-01T11:10:00"), std::string::npos);
+    ASSERT_EQ(messages.size(), 3u);
+    for (const JSON& message : messages) EXPECT_EQ(message["role"], "user");
+    EXPECT_NE(messages[0]["content"]["text"].get<std::string>().find("around 2026-04-01T11:10:00 (2026-04-01T09:10:00Z)?"),
+              std::string::npos);
+    // The summary as a tool result's text: one line of JSON.
     EXPECT_EQ(messages[1]["content"],
-              (JSON{{"type", "text"}, {"text", "{\n  \"command\" : \"range 2026-04-01T08:40:00Z 2026-04-01T09:40:00Z\"\n}\n"}}));
-    EXPECT_EQ(messagesOf("what-was-i-doing", {{"time", "2026-04-01T09:10:00Z"}}, documents)[1]["content"]["text"],
-              "{\n  \"command\" : \"range 2026-04-01T08:40:00Z 2026-04-01T09:40:00Z\"\n}\n");
+              (JSON{{"type", "text"}, {"text", R"({"command":"summary 2026-04-01T08:55:00Z 2026-04-01T09:25:00Z max 12000"})"}}));
+    EXPECT_EQ(messages[2]["content"]["text"],
+              "The moments, in UTC:\n"
+              "2026-04-01T09:00:00Z to 2026-04-01T09:05:00Z: Fixing the invoice exporter's rounding\n"
+              "2026-04-01T09:15:00Z to 2026-04-01T09:20:00Z: A call with Ada about the release\n");
+    // A time with its zone is the same instant.
+    EXPECT_EQ(messagesOf("what-was-i-doing", {{"time", "2026-04-01T09:10:00Z"}}, documents)[2], messages[2]);
 }
 
-TEST(PromptCatalogTest, AStandUpEmbedsYesterdaysAndTodaysSummaries) {
+TEST(PromptCatalogTest, WhatWasIDoingSaysWhenNoMomentWasRecordedOrTheTimelineFailed) {
+    FakeDocumentSource documents;
+    documents.answers["range 2026-04-01T09:00:00Z 2026-04-01T09:20:00Z"] = {JSON::parse(R"({"data":{"moments":[]}})"), false};
+    EXPECT_EQ(messagesOf("what-was-i-doing", {{"time", "2026-04-01T09:10:00Z"}}, documents)[2]["content"]["text"],
+              "No moments were recorded within ten minutes of 2026-04-01T09:10:00Z (2026-04-01T09:10:00Z).");
+    documents.answers["range 2026-04-01T09:00:00Z 2026-04-01T09:20:00Z"] = {JSON{{"ok", false}, {"error", {{"code", "DB_LOCKED"}}}}, true};
+    EXPECT_EQ(messagesOf("what-was-i-doing", {{"time", "2026-04-01T09:10:00Z"}}, documents)[2]["content"]["text"],
+              R"({"error":{"code":"DB_LOCKED"},"ok":false})");
+}
+
+// The fake's days with activity are 1 April (today), 31 March and 27 March.
+TEST(PromptCatalogTest, AStandUpTakesTheLastEarlierActiveDayAndTodaySoFar) {
     const FakeDocumentSource documents;
     const JSON messages = messagesOf("stand-up", {}, documents);
     ASSERT_EQ(messages.size(), 3u);
-    EXPECT_NE(messages[0]["content"]["text"].get<std::string>().find("yesterday (2026-03-31)"), std::string::npos);
-    EXPECT_EQ(messages[1]["content"], JSON::parse(R"({"type":"resource","resource":{"uri":"varnholt://summary/day/2026-03-31",
-        "mimeType":"application/json","text":"{\n  \"command\" : \"summary 2026-03-31 2026-03-31 max 24000\"\n}\n"}})"));
-    EXPECT_EQ(messages[2]["content"]["resource"]["uri"], "varnholt://summary/today");
-    EXPECT_EQ(messages[2]["content"]["resource"]["text"], "{\n  \"command\" : \"summary today max 24000\"\n}\n");
+    EXPECT_NE(messages[0]["content"]["text"].get<std::string>().find(
+                  "what I did on 2026-03-31, my last day with activity before 2026-04-01, and what I have "
+                  "done today (2026-04-01) so far"),
+              std::string::npos)
+        << messages[0];
+    // Each day compact, as a tool result's text, with short lists.
+    EXPECT_EQ(messages[1]["content"],
+              (JSON{{"type", "text"}, {"text", R"({"command":"summary 2026-03-31 2026-03-31 max 11000"})"}}));
+    EXPECT_EQ(messages[2]["content"]["text"], R"({"command":"summary today max 11000"})");
+    for (const Command& command : documents.commands) {
+        EXPECT_EQ(std::get<Command::Summary>(command.value).limit, 5);
+    }
+}
+
+TEST(PromptCatalogTest, AStandUpOfAnEarlierDaySkipsTheDaysWithoutActivity) {
+    const FakeDocumentSource documents;
+    // Monday 30 March had nothing: the day before it with activity is 27 March.
+    const JSON messages = messagesOf("stand-up", {{"date", "2026-03-30"}}, documents);
+    ASSERT_EQ(messages.size(), 3u);
+    EXPECT_NE(messages[0]["content"]["text"].get<std::string>().find(
+                  "what I did on 2026-03-27, my last day with activity before 2026-03-30, and what I have "
+                  "done on 2026-03-30,"),
+              std::string::npos)
+        << messages[0];
+    EXPECT_EQ(messages[1]["content"]["text"], R"({"command":"summary 2026-03-27 2026-03-27 max 11000"})");
+    EXPECT_EQ(messages[2]["content"]["text"], R"({"command":"summary 2026-03-30 2026-03-30 max 11000"})");
+}
+
+TEST(PromptCatalogTest, AStandUpWithoutAnEarlierActiveDaySaysSo) {
+    FakeDocumentSource documents;
+    documents.active = {"2026-04-01"};
+    const JSON messages = messagesOf("stand-up", {}, documents);
+    ASSERT_EQ(messages.size(), 2u);
+    EXPECT_NE(messages[0]["content"]["text"].get<std::string>().find(
+                  "Nothing was recorded in the two months before 2026-04-01."),
+              std::string::npos)
+        << messages[0];
+    EXPECT_EQ(messages[1]["content"]["text"], R"({"command":"summary today max 11000"})");
+}
+
+TEST(PromptCatalogTest, AStandUpRefusesADateItCannotUse) {
+    const FakeDocumentSource documents;
+    EXPECT_EQ(messagesOf("stand-up", {{"date", "31.03.2026"}}, documents),
+              "date must be a local date of the form yyyy-MM-dd");
+    EXPECT_EQ(messagesOf("stand-up", {{"date", "2026-04-02"}}, documents),
+              "date must not be after today (2026-04-01)");
+    EXPECT_TRUE(documents.commands.empty());
+    EXPECT_TRUE(findPrompt("stand-up")->arguments.at(0).completesWithActiveDays);
+    EXPECT_FALSE(findPrompt("stand-up")->arguments.at(0).required);
 }
 
 TEST(PromptCatalogTest, ATimesheetCoversSevenDaysFromItsStart) {
@@ -46,10 +117,11 @@ TEST(PromptCatalogTest, ATimesheetCoversSevenDaysFromItsStart) {
     const JSON given = messagesOf("timesheet", {{"week_start", "2026-03-23"}}, documents);
     ASSERT_EQ(given.size(), 2u);
     EXPECT_NE(given[0]["content"]["text"].get<std::string>().find("from 2026-03-23 to 2026-03-29"), std::string::npos);
-    EXPECT_EQ(given[1]["content"]["resource"]["uri"], "varnholt://summary/week/2026-03-23");
-    EXPECT_EQ(given[1]["content"]["resource"]["text"], "{\n  \"command\" : \"summary 2026-03-23 2026-03-29 max 24000\"\n}\n");
+    EXPECT_EQ(given[1]["content"],
+              (JSON{{"type", "text"}, {"text", R"({"command":"summary 2026-03-23 2026-03-29 max 24000"})"}}));
     // Without a start, this week's first day.
-    EXPECT_EQ(messagesOf("timesheet", {}, documents)[1]["content"]["resource"]["uri"], "varnholt://summary/week/2026-03-30");
+    EXPECT_EQ(messagesOf("timesheet", {}, documents)[1]["content"]["text"],
+              R"({"command":"summary 2026-03-30 2026-04-05 max 24000"})");
     EXPECT_EQ(messagesOf("timesheet", {{"week_start", "30.03.2026"}}, documents),
               "week_start must be a local date of the form yyyy-MM-dd");
     EXPECT_TRUE(findPrompt("timesheet")->arguments.at(0).completesWithActiveDays);

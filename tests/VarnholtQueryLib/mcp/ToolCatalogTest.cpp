@@ -37,8 +37,8 @@ TEST(ToolCatalogTest, InputSchemasDeclareEveryArgument) {
               "compact:boolean from:string images:boolean limit:integer preset:string since:string "
               "to:string required:[]");
     EXPECT_EQ(argumentsOf("search"),
-              "app:string collapse:boolean compact:boolean from:string images:boolean keyword:string "
-              "latest:boolean limit:integer since:string to:string required:[\"keyword\"]");
+              "all_words:boolean app:string collapse:boolean compact:boolean from:string images:boolean "
+              "keyword:string latest:boolean limit:integer since:string to:string required:[\"keyword\"]");
     EXPECT_EQ(argumentsOf("entities"), "kind:string limit:integer since:string required:[]");
     EXPECT_EQ(argumentsOf("summary"),
               "from:string idle:string kind:string limit:integer max_chars:integer preset:string since:string "
@@ -88,15 +88,25 @@ TEST(ToolCatalogTest, TheTimelineSendsWholeDaysAndWeeksToSummary) {
     EXPECT_NE(findTool("summary")->description.find("max_chars"), std::string::npos);
 }
 
-TEST(ToolCatalogTest, EachToolSaysWhatItAnswersInOneSentence) {
+TEST(ToolCatalogTest, EachToolSaysWhatItAnswersInASentenceOrTwo) {
     for (const ToolDefinition& tool : toolCatalog()) {
         const std::string& description = tool.description;
         EXPECT_FALSE(description.empty()) << tool.name;
         EXPECT_EQ(description.back(), '.') << tool.name;
-        // One sentence: no full stop followed by a space before the end.
-        EXPECT_EQ(description.find(". "), std::string::npos) << tool.name;
+        // At most two sentences: at most one full stop followed by a space.
+        const std::size_t firstStop = description.find(". ");
+        if (firstStop != std::string::npos) {
+            EXPECT_EQ(description.find(". ", firstStop + 1), std::string::npos) << tool.name;
+        }
         EXPECT_FALSE(tool.title.empty()) << tool.name;
     }
+}
+
+// A model that remembers a moment must learn from the list how to find it.
+TEST(ToolCatalogTest, SearchRecommendsAllWordsForARememberedMoment) {
+    const std::string& search = findTool("search")->description;
+    EXPECT_NE(search.find("remembers, use all_words with latest"), std::string::npos) << search;
+    EXPECT_EQ(findTool("search")->inputSchema["properties"]["all_words"]["type"], "boolean");
 }
 
 TEST(ToolCatalogTest, ListingFollowsTheRevision) {
@@ -112,11 +122,15 @@ TEST(ToolCatalogTest, ListingFollowsTheRevision) {
               "annotations description inputSchema name outputSchema title ");
     EXPECT_EQ(keysOfFirst(ProtocolRevision::r2025_11_25),
               "annotations description inputSchema name outputSchema title ");
+    EXPECT_EQ(listTools(ProtocolRevision::r2025_03_26)[0]["annotations"]["title"], "Work timeline");
     const JSON tools = listTools(ProtocolRevision::r2025_11_25);
     ASSERT_EQ(tools.size(), 6u);
     for (const JSON& tool : tools) {
         EXPECT_EQ(tool["annotations"]["readOnlyHint"], true);
         EXPECT_EQ(tool["annotations"]["openWorldHint"], false);
+        // The tool's own title says it; annotations repeat it only before
+        // tools had titles.
+        EXPECT_FALSE(tool["annotations"].contains("title"));
         EXPECT_EQ(tool["inputSchema"], findTool(tool["name"])->inputSchema);
     }
 }

@@ -162,7 +162,12 @@ TEST_F(ToolOutputSchemasTest, ErrorEnvelopesConformToEverySchema) {
                                summaryOutputSchema(), statusOutputSchema(), supportContextOutputSchema()}) {
         EXPECT_EQ(violations(failure, schema), "");
     }
-    EXPECT_NE(violations(makeErrorEnvelope("NO_SUCH_CODE", "x", kNow), statusOutputSchema()), "");
+    JSON textualError = failure;
+    textualError["error"] = "DB_NOT_FOUND";
+    EXPECT_NE(violations(textualError, statusOutputSchema()), "");
+    JSON withoutMeta = failure;
+    withoutMeta.erase("meta");
+    EXPECT_NE(violations(withoutMeta, statusOutputSchema()), "");
 }
 
 TEST_F(ToolOutputSchemasTest, ADocumentConformsOnlyToItsOwnToolsSchema) {
@@ -173,6 +178,28 @@ TEST_F(ToolOutputSchemasTest, ADocumentConformsOnlyToItsOwnToolsSchema) {
         EXPECT_NE(violations(entities, schema), "");
     }
     JSON grown = entities;
-    grown["meta"]["returned_everything"] = true;
+    grown["data"]["people"] = JSON::array();
     EXPECT_NE(violations(grown, entitiesOutputSchema()), "");
+    JSON listAsText = entities;
+    listAsText["data"]["entities"] = "none";
+    EXPECT_NE(violations(listAsText, entitiesOutputSchema()), "");
+    JSON withoutMeta = entities;
+    withoutMeta["meta"] = "none";
+    EXPECT_NE(violations(withoutMeta, entitiesOutputSchema()), "");
+}
+
+// Every session pays for the schemas, so they give the top-level shape only:
+// no description, the members of "data" by their type, and "error" and
+// "meta" as objects or null.
+TEST_F(ToolOutputSchemasTest, SchemasDescribeTheTopLevelOnly) {
+    for (const JSON& schema : {timelineOutputSchema(), searchOutputSchema(), entitiesOutputSchema(),
+                               summaryOutputSchema(), statusOutputSchema(), supportContextOutputSchema()}) {
+        EXPECT_EQ(schema.dump().find("description"), std::string::npos);
+        for (const auto& [name, member] : schema["properties"]["data"]["properties"].items()) {
+            EXPECT_FALSE(member.contains("properties") || member.contains("items")) << name;
+        }
+        for (const char* part : {"error", "meta"}) {
+            EXPECT_EQ(schema["properties"][part], JSON::parse(R"({"type":["object","null"]})")) << part;
+        }
+    }
 }

@@ -138,6 +138,17 @@ TEST(JSONWriterTest, UnwritableValuesFail) {
     EXPECT_FALSE(serializeJSON(JSON{{std::string("k\xff"), 1}}).has_value());      // bad key
 }
 
+TEST(JSONWriterTest, TheCompactFormIsOneLineOfTheSameValue) {
+    const JSON document = {{"b", {1, 2.5, 300.0, "a/b"}}, {"a", JSON::object()}, {"c", JSON::array()},
+                           {"d", {{"z", nullptr}, {"y", "\u00e9\n"}}}};
+    EXPECT_EQ(serializeCompactJSON(document), R"({"a":{},"b":[1,2.5,300,"a/b"],"c":[],"d":{"y":"é\n","z":null}})");
+    EXPECT_EQ(JSON::parse(*serializeCompactJSON(document)), JSON::parse(*serializeJSON(document)));
+    EXPECT_EQ(serializeCompactJSON(JSON(-0.0)), "-0");
+    EXPECT_EQ(serializeCompactJSON(JSON(1e16)), "1e+16");
+    EXPECT_FALSE(serializeCompactJSON(JSON{{"text", std::string("bad \xff byte")}}).has_value());
+    EXPECT_FALSE(serializeCompactJSON(JSON::binary({1})).has_value());
+}
+
 TEST(JSONWriterTest, WriteAddsOneNewlineOrReportsFailure) {
     std::ostringstream out, err;
     EXPECT_TRUE(writeJSON(JSON{{"a", 1}}, out, err));

@@ -51,6 +51,36 @@ TEST(FTS5KeywordTest, OperatorsAreWordsLiterally) {
 }
 
 // ---------------------------------------------------------------------------
+// Every term required: the literal terms, each quoted, side by side.
+
+TEST(FTS5KeywordTest, AllWordsQuotesEveryTermAndRequiresEach) {
+    EXPECT_EQ(FTS5Keyword::allWords("Swift compiler error generics"),
+              "\"Swift\" \"compiler\" \"error\" \"generics\"");
+    EXPECT_EQ(FTS5Keyword::allWords("invoice"), "\"invoice\"");
+    EXPECT_EQ(FTS5Keyword::allWords("\"unit tests\" parser"), "\"unit tests\" \"parser\"");
+    EXPECT_EQ(FTS5Keyword::allWords("say \"hello world"), "\"say\" \"hello world\"");
+}
+
+TEST(FTS5KeywordTest, AllWordsReadsNothingAsFTS5Syntax) {
+    EXPECT_EQ(FTS5Keyword::allWords("invoice OR budget NOT draft"),
+              "\"invoice\" \"OR\" \"budget\" \"NOT\" \"draft\"");
+    EXPECT_EQ(FTS5Keyword::allWords("deploy* NEAR/3 node.js C++ -"),
+              "\"deploy*\" \"NEAR/3\" \"node.js\" \"C++\" \"-\"");
+    EXPECT_EQ(FTS5Keyword::allWords("vlm_description:secret (a)"), "\"vlm_description:secret\" \"(a)\"");
+}
+
+TEST(FTS5KeywordTest, AllWordsOfNothingIsEmpty) {
+    EXPECT_EQ(FTS5Keyword::allWords(""), "");
+    EXPECT_EQ(FTS5Keyword::allWords(" \t "), "");
+    EXPECT_EQ(FTS5Keyword::allWords("\"\""), "");
+}
+
+TEST(FTS5KeywordTest, AllWordsDropsRepeatsOnlyWhenAsked) {
+    EXPECT_EQ(FTS5Keyword::allWords("error at error"), "\"error\" \"at\" \"error\"");
+    EXPECT_EQ(FTS5Keyword::allWords("error at error", RepeatedTerms::drop), "\"error\" \"at\"");
+}
+
+// ---------------------------------------------------------------------------
 // Repeated terms.
 
 TEST(FTS5KeywordTest, RepeatsAreKeptUnlessDropped) {

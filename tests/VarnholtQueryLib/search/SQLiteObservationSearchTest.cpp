@@ -3,6 +3,7 @@
 #include <sqlite3.h>
 
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -673,6 +674,91 @@ FROM n;
             EXPECT_EQ(idsOf(search(params)), expected) << keyword << " limit " << limit;
             EXPECT_FALSE(expected.empty()) << keyword;
         }
+    }
+}
+
+// Rows where any word and every word give different answers: the newest
+// row has one of the words, older ones have them all.
+constexpr const char* kAllWordsFixture = R"SQL(
+INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at) VALUES
+  ('O-SWIFT-OLD', 'visual', 1775037600.0, 'Reading about Swift generics and the error of the compiler', '[]',
+   '2026-04-01T10:00:05Z'),
+  ('O-SWIFT', 'visual', 1775037660.0, 'Swift compiler error about generics in the parser', '[]',
+   '2026-04-01T10:01:05Z'),
+  ('O-OPS', 'visual', 1775037720.0, 'Why the query finds nothing: NOT binds tighter than OR', '[]',
+   '2026-04-01T10:02:05Z'),
+  ('O-RESOLVER', 'visual', 1775037780.0, 'Fixing a type error in the GraphQL resolver', '[]',
+   '2026-04-01T10:03:05Z');
+)SQL";
+
+TEST_P(SQLiteObservationSearchDatabaseTest, AllWordsFindsTheRowsThatHaveEveryWord) {
+    createDatabase(kAllWordsFixture);
+    ObservationSearchParams params = paramsFor("Swift compiler error generics");
+    EXPECT_EQ(idsOf(search(params)).size(), 3u);  // any of them: the resolver's "error" too
+    params.allWords = true;
+    const Ids both = idsOf(search(params));
+    EXPECT_EQ(std::set<std::string>(both.begin(), both.end()), (std::set<std::string>{"O-SWIFT", "O-SWIFT-OLD"}));
+}
+
+TEST_P(SQLiteObservationSearchDatabaseTest, TheLatestOfAllWordsIsTheNewestRowThatHasThemAll) {
+    createDatabase(kAllWordsFixture);
+    ObservationSearchParams params = paramsFor("Swift compiler error generics");
+    params.latestOnly = true;
+    params.limit = 1;
+    EXPECT_EQ(idsOf(search(params)), (Ids{"O-RESOLVER"}));
+    params.allWords = true;
+    EXPECT_EQ(idsOf(search(params)), (Ids{"O-SWIFT"}));
+}
+
+TEST_P(SQLiteObservationSearchDatabaseTest, AllWordsKeepsPhrasesWhole) {
+    createDatabase(kAllWordsFixture);
+    ObservationSearchParams params = paramsFor("\"compiler error\" swift");
+    params.allWords = true;
+    EXPECT_EQ(idsOf(search(params)), (Ids{"O-SWIFT"}));
+}
+
+TEST_P(SQLiteObservationSearchDatabaseTest, AllWordsTakesOperatorsAndSyntaxAsWords) {
+    createDatabase(kAllWordsFixture);
+    ObservationSearchParams params = paramsFor("query NOT OR");
+    params.allWords = true;
+    EXPECT_EQ(idsOf(search(params)), (Ids{"O-OPS"}));
+    // As an operator, NOT would find the resolver's error; as a word, no row
+    // has all three.
+    params.keyword = "error NOT swift";
+    const Ids withNot = idsOf(search(params));
+    EXPECT_TRUE(withNot.empty()) << withNot.size();
+    // Neither a parenthesis nor a colon is FTS5 syntax here.
+    params.keyword = "(graphql resolver:";
+    EXPECT_EQ(idsOf(search(params)), (Ids{"O-RESOLVER"}));
+}
+
+TEST_P(SQLiteObservationSearchDatabaseTest, AllWordsLeavesOutATermWithoutAWord) {
+    // "*" holds nothing the tokenizer keeps; required, it would match no row.
+    createDatabase(kAllWordsFixture);
+    ObservationSearchParams params = paramsFor("swift * parser");
+    params.allWords = true;
+    EXPECT_EQ(idsOf(search(params)), (Ids{"O-SWIFT"}));
+    params.keyword = "*";
+    EXPECT_TRUE(search(params).empty());
+}
+
+TEST_P(SQLiteObservationSearchDatabaseTest, AllWordsOfABlankKeywordFailsAsWithoutIt) {
+    createDatabase(kAllWordsFixture);
+    ObservationSearchParams params = paramsFor("  ");
+    std::string without;
+    try {
+        search(params);
+    } catch (const DatabaseError& error) {
+        without = error.message();
+    }
+    params.allWords = true;
+    try {
+        search(params);
+        FAIL() << "a keyword without words must fail as it does without all words";
+    } catch (const DatabaseError& error) {
+        EXPECT_EQ(error.errorCase(), DatabaseError::Case::queryFailed);
+        EXPECT_EQ(error.message(), without);
+        EXPECT_FALSE(without.empty());
     }
 }
 

@@ -277,6 +277,16 @@ TEST_F(SearchResponseTest, CollapsingAShortPageHasNoMore) {
     EXPECT_EQ(document["meta"]["collapsed_from"], 5);
 }
 
+TEST_F(SearchResponseTest, AllWordsIsEchoedOnlyWhenAskedFor) {
+    ObservationSearchParams params = defaultWindow(50);
+    EXPECT_FALSE(makeSearchResponse({}, params, false, false, std::nullopt, calendar_, kNow)["meta"]["query"]
+                     .contains("all_words"));
+    params.allWords = true;
+    const JSON query = makeSearchResponse({}, params, false, false, std::nullopt, calendar_, kNow)["meta"]["query"];
+    EXPECT_EQ(query["all_words"], true);
+    EXPECT_EQ(query["keyword"], "invoice");  // as typed
+}
+
 TEST_F(SearchResponseTest, TwelveApplicationsPrintTheFirstTen) {
     ObservationSearchResult result = bare("O1", kNow);
     result.apps = {"A1", "A2", "a1", "A3", "A4", "A5", "A6", "A7", "A8", "A9", "A10", "A11", "A12"};
