@@ -85,6 +85,20 @@ std::vector<std::int64_t> SQLiteFullTextMatch::matchLiteral(const std::string& m
 std::optional<std::vector<std::int64_t>> SQLiteFullTextMatch::matchIndexed(const std::string& match, double from,
                                                                            double to) {
     if (!servesEffectiveTimeWindows(indexes_)) return std::nullopt;
+    const std::optional<RowidRange> rowids = windowRowids(from, to);
+    if (!rowids) return std::nullopt;
+    sqlite3* handle = connection_.handle();
+    sqlite3_stmt* statement = prepareOrNull(handle, kConfinedMatchStatement);
+    if (statement == nullptr) return std::nullopt;
+    FinalizeOnExit finalize(statement);
+    bindNamedText(statement, ":match", match);
+    bindNamedInt64(statement, ":lo", rowids->lo);
+    bindNamedInt64(statement, ":hi", rowids->hi);
+    return stepRowids(handle, statement);
+}
+
+std::optional<SQLiteFullTextMatch::RowidRange> SQLiteFullTextMatch::windowRowids(double from, double to) {
+    if (windowRowids_ && windowRowids_->from == from && windowRowids_->to == to) return windowRowids_->rowids;
     sqlite3* handle = connection_.handle();
     sqlite3_stmt* range = prepareOrNull(handle, windowRowidRangeStatement({true, true}));
     if (range == nullptr) return std::nullopt;
@@ -96,16 +110,11 @@ std::optional<std::vector<std::int64_t>> SQLiteFullTextMatch::matchIndexed(const
     // No observation in the window: an empty range, still asked, so that
     // a database without the index fails the same way whatever the window.
     const bool empty = sqlite3_column_type(range, 0) == SQLITE_NULL;
-    const std::int64_t lo = empty ? 1 : sqlite3_column_int64(range, 0);
-    const std::int64_t hi = empty ? 0 : sqlite3_column_int64(range, 1);
-
-    sqlite3_stmt* statement = prepareOrNull(handle, kConfinedMatchStatement);
-    if (statement == nullptr) return std::nullopt;
-    FinalizeOnExit finalize(statement);
-    bindNamedText(statement, ":match", match);
-    bindNamedInt64(statement, ":lo", lo);
-    bindNamedInt64(statement, ":hi", hi);
-    return stepRowids(handle, statement);
+    RowidRange rowids;
+    rowids.lo = empty ? 1 : sqlite3_column_int64(range, 0);
+    rowids.hi = empty ? 0 : sqlite3_column_int64(range, 1);
+    windowRowids_ = WindowRowids{from, to, rowids};
+    return rowids;
 }
 
 }  // namespace VarnholtQueryLib

@@ -37,6 +37,12 @@ class FullTextTokenizer;
 // tokenizer this SQLite does not know), every term is taken to hold one and
 // the look-up reports what is wrong.
 //
+// Finding the window's rowids means visiting every observation of the
+// window, as long as reading them; the categories of a timesheet ask for
+// several texts over one window, so the range is found once and kept for
+// further look-ups over the same window. The adapter therefore lives within
+// one read transaction (one answer), as every adapter of a run does.
+//
 // Borrows the run's connection, which must outlive the adapter.
 class SQLiteFullTextMatch final : public FullTextMatchPort {
 public:
@@ -59,11 +65,25 @@ private:
     std::vector<std::int64_t> matchLiteral(const std::string& match);
     std::optional<std::vector<std::int64_t>> matchIndexed(const std::string& match, double from, double to);
 
+    struct RowidRange {
+        std::int64_t lo = 1;
+        std::int64_t hi = 0;  // below lo for a window without observations
+    };
+    struct WindowRowids {
+        double from = 0;
+        double to = 0;
+        RowidRange rowids;
+    };
+    // The least and greatest rowid of the observations of [from, to], found
+    // once per window; absent when SQLite refuses the statement.
+    std::optional<RowidRange> windowRowids(double from, double to);
+
     VarnholtSQLiteSupport::SQLiteReadConnection& connection_;
     const VarnholtSQLiteSupport::IndexCatalogue indexes_;
     // Made on first use; null once there was none to make.
     std::unique_ptr<FullTextTokenizer> tokenizer_;
     bool tokenizerSought_ = false;
+    std::optional<WindowRowids> windowRowids_;
 };
 
 }  // namespace VarnholtQueryLib

@@ -2,10 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
 #include "DatabaseError.h"
+#include "EffectiveTimeWindow.h"
 #include "FixtureDatabase.h"
 #include "SQLiteReadConnection.h"
 #include "StatementLog.h"
@@ -17,6 +19,7 @@ namespace {
 using Rowids = std::vector<std::int64_t>;
 using VarnholtSQLiteSupport::DatabaseError;
 using VarnholtSQLiteSupport::SQLiteReadConnection;
+using VarnholtSQLiteSupport::windowRowidRangeStatement;
 using VarnholtTestSupport::StatementChoice;
 using VarnholtTestSupport::StatementLog;
 
@@ -121,6 +124,35 @@ TEST_P(SQLiteFullTextMatchTest, AnEmptyWindowMatchesNothingThere) {
     if (GetParam() == StatementChoice::indexed) {
         EXPECT_EQ(found, Rowids{});
     }
+}
+
+TEST_P(SQLiteFullTextMatchTest, SeveralTextsOverOneWindowFindItsRowsOnceAndAnotherWindowAgain) {
+    SQLiteReadConnection connection(path());
+    SQLiteFullTextMatch index(connection, VarnholtTestSupport::indexesFor(GetParam(), connection.handle()));
+    StatementLog log(connection.handle());
+    const std::string windowRange = windowRowidRangeStatement({true, true});
+    const auto rangesFound = [&] {
+        return std::count(log.statements().begin(), log.statements().end(), windowRange);
+    };
+    const auto inFirstWindow = [](Rowids rowids) {
+        std::erase_if(rowids, [](std::int64_t rowid) { return rowid > 6; });
+        return rowids;
+    };
+
+    EXPECT_EQ(inFirstWindow(index.rowidsMatching({{"invoice", false}}, kT, kT + 3600)), (Rowids{1, 2, 4}));
+    EXPECT_EQ(inFirstWindow(index.rowidsMatching({{"deploy", false}}, kT, kT + 3600)), (Rowids{1, 5}));
+    EXPECT_EQ(inFirstWindow(index.rowidsMatching({{"exporter", false}}, kT, kT + 3600)), (Rowids{1, 2, 4}));
+    const bool indexed = GetParam() == StatementChoice::indexed;
+    EXPECT_EQ(rangesFound(), indexed ? 1 : 0);
+
+    // Row 7 alone lies in this window: the first window's rowids must not
+    // confine the look-up.
+    const Rowids later = index.rowidsMatching({{"invoice", false}}, kT + 50000, kT + 60000);
+    EXPECT_TRUE(std::find(later.begin(), later.end(), 7) != later.end());
+    if (indexed) {
+        EXPECT_EQ(later, Rowids{7});
+    }
+    EXPECT_EQ(rangesFound(), indexed ? 2 : 0);
 }
 
 TEST_P(SQLiteFullTextMatchTest, WithoutTheFullTextTableItFailsAsASearchDoes) {
