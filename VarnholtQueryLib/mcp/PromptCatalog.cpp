@@ -25,7 +25,6 @@ constexpr std::int64_t kAroundSummaryMaxChars = 12000;
 // A stand-up's two days, each within a budget that keeps the prompt under
 // 20,000 characters when both are embedded compact.
 constexpr std::int64_t kStandUpDayMaxChars = 11000;
-constexpr std::int64_t kStandUpListLength = 5;
 
 JSON userText(const std::string& text) {
     return {{"role", "user"}, {"content", {{"type", "text"}, {"text", text}}}};
@@ -66,9 +65,10 @@ Command standUpDay(const std::string& day, bool isToday) {
         summary.from(day);
         summary.to(day);
     }
-    // Short lists of applications and entities: the budget drops the
-    // sessions' highlights first, and they are what names projects.
-    summary.limit(kStandUpListLength);
+    // The sessions alone: their highlights name projects, and the budget
+    // would drop them before the lists of applications and entities, which
+    // name only tools.
+    summary.only(std::vector<std::string>{"sessions"});
     summary.maxChars(kStandUpDayMaxChars);
     return {summary.build()};
 }

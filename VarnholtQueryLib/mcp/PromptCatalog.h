@@ -19,7 +19,7 @@ namespace VarnholtQueryLib::MCP {
 //                             activity (looking back two months from date)
 //                             and of date (default: today; today so far),
 //                             varnholt-query summary --from D --to D (or
-//                             today) --limit 5 --max-chars 11000; a date
+//                             today) --only sessions --max-chars 11000; a date
 //                             after today is refused
 //   timesheet {week_start?}   the summary of the seven days from week_start
 //                             (default: this week's first day), the document

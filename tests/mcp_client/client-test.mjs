@@ -232,10 +232,10 @@ async function compareResource(client, env, uri, commandLine) {
 // embed, as command lines; a last word 'compact' means the document as a
 // tool result's text, 'moments' one line per moment, else as printed.
 const kPrompts = [
-  ['stand-up', {}, [['summary', '--from', '2026-03-31', '--to', '2026-03-31', '--limit', '5', '--max-chars', '11000', 'compact'],
-    ['summary', '--limit', '5', '--max-chars', '11000', 'compact']]],
-  ['stand-up', { date: '2026-03-31' }, [['summary', '--from', '2026-03-30', '--to', '2026-03-30', '--limit', '5', '--max-chars', '11000', 'compact'],
-    ['summary', '--from', '2026-03-31', '--to', '2026-03-31', '--limit', '5', '--max-chars', '11000', 'compact']]],
+  ['stand-up', {}, [['summary', '--from', '2026-03-31', '--to', '2026-03-31', '--only', 'sessions', '--max-chars', '11000', 'compact'],
+    ['summary', '--only', 'sessions', '--max-chars', '11000', 'compact']]],
+  ['stand-up', { date: '2026-03-31' }, [['summary', '--from', '2026-03-30', '--to', '2026-03-30', '--only', 'sessions', '--max-chars', '11000', 'compact'],
+    ['summary', '--from', '2026-03-31', '--to', '2026-03-31', '--only', 'sessions', '--max-chars', '11000', 'compact']]],
   ['timesheet', {}, [['summary', '--from', '2026-03-30', '--to', '2026-04-05', '--max-chars', '24000', 'compact']]],
   ['timesheet', { week_start: '2026-03-23' }, [['summary', '--from', '2026-03-23', '--to', '2026-03-29', '--max-chars', '24000', 'compact']]],
   ['what-was-i-doing', { time: '2026-04-01T11:30:00' },

@@ -66,12 +66,14 @@ TEST(PromptCatalogTest, AStandUpTakesTheLastEarlierActiveDayAndTodaySoFar) {
                   "done today (2026-04-01) so far"),
               std::string::npos)
         << messages[0];
-    // Each day compact, as a tool result's text, with short lists.
+    // Each day compact, as a tool result's text: its sessions alone.
     EXPECT_EQ(messages[1]["content"],
               (JSON{{"type", "text"}, {"text", R"({"command":"summary 2026-03-31 2026-03-31 max 11000"})"}}));
     EXPECT_EQ(messages[2]["content"]["text"], R"({"command":"summary today max 11000"})");
     for (const Command& command : documents.commands) {
-        EXPECT_EQ(std::get<Command::Summary>(command.value).limit, 5);
+        const auto& summary = std::get<Command::Summary>(command.value);
+        EXPECT_EQ(summary.only, std::vector<std::string>{"sessions"});
+        EXPECT_EQ(summary.limit, 10);
     }
 }
 
