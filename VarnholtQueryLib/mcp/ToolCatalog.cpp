@@ -30,7 +30,7 @@ JSON toArgument() { return text("End; a date includes its day."); }
 // the server without the user's locale passes the user's week.
 JSON weekStartArgument() {
     return oneOfTexts({"monday", "tuesday", "wednesday", "thursday", "friday", "saturday", "sunday"},
-                      "First day of the week (this-week, last-week); default: the locale's.");
+                      "The week's first day; default: the locale's.");
 }
 
 JSON timelineInput() {
@@ -82,9 +82,8 @@ JSON entitiesInput() {
 JSON summaryPresetArgument() {
     return oneOfTexts({"today", "yesterday", "this-week", "last-week", "this-month", "last-month",
                        "last-active-day"},
-                      "A named period: today, yesterday, this week so far, the week before it, this "
-                      "month so far, the month before it, or the newest day with activity. Without "
-                      "preset, since, from and to: today.");
+                      "Default: today. this-week and this-month end now; last-active-day is the newest "
+                      "day with activity.");
 }
 
 JSON summaryInput() {
