@@ -102,6 +102,8 @@ TEST(MCPServerTest, EveryToolAnswersWithTheCommandLinesValue) {
     const std::vector<std::pair<json, std::vector<std::string>>> cases = {
         {{"timeline", json::object()}, {"today"}},
         {{"timeline", {{"since", "2h"}, {"images", true}, {"limit", 3}}}, {"recent", "--since", "2h", "--images", "--limit", "3"}},
+        {{"timeline", {{"preset", "this-week"}, {"week_start", "monday"}, {"limit", 3}}},
+         {"this-week", "--week-start", "monday", "--limit", "3"}},
         {{"timeline", {{"from", "2026-03-30"}, {"to", "2026-03-31"}, {"compact", true}}},
          {"range", "--from", "2026-03-30", "--to", "2026-03-31", "--compact"}},
         {{"search", {{"keyword", "tests"}, {"limit", 5}, {"collapse", true}}}, {"search", "tests", "--limit", "5", "--collapse"}},
@@ -209,7 +211,9 @@ TEST(MCPServerTest, EveryPromptFitsTwentyThousandCharacters) {
         EXPECT_GE(messages.size(), 2u) << label;
         for (const json& message : messages) {
             const std::string text = message["content"]["text"];
-            if (text.starts_with("{")) EXPECT_EQ(json::parse(text).value("ok", false), true) << label << " " << text;
+            if (text.starts_with("{")) {
+                EXPECT_EQ(json::parse(text).value("ok", false), true) << label << " " << text;
+            }
         }
         const std::size_t size = characters(reply["result"].dump());
         EXPECT_LE(size, 20000u) << label;
