@@ -370,7 +370,7 @@ async function exerciseClient(clientKind, recorder, empty, expectedDays) {
   }
 
   const { tools } = await client.listTools();
-  check(tools.map((t) => t.name).join(' ') === 'timeline search entities summary status support_context',
+  check(tools.map((t) => t.name).join(' ') === 'timeline search entities summary timesheet status support_context',
     `tools ${tools.map((t) => t.name)}`);
   // Strict Ajv refuses unknown keywords and loose types, so the schemas say
   // exactly what they mean to every validator.
