@@ -79,7 +79,8 @@ _varnholt_query() {
 
     local flags
     case "$command" in
-        "" | today | yesterday | this-week | last-active-day) flags="--compact --full --limit --json" ;;
+        "" | today | yesterday | last-active-day) flags="--compact --full --limit --json" ;;
+        this-week) flags="--week-start --compact --full --limit --json" ;;
         recent) flags="--since --images --compact --full --limit --json" ;;
         range) flags="--from --to --compact --full --limit --json" ;;
         # search refuses flags it does not know, --json among them.

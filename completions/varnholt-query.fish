@@ -38,7 +38,7 @@ complete -c varnholt-query -n "__fish_seen_subcommand_from summary timesheet" -l
 complete -c varnholt-query -n "__fish_seen_subcommand_from summary timesheet" -l max-chars -x -d "Longest answer in characters"
 complete -c varnholt-query -n "__fish_seen_subcommand_from summary" -l match -x -d "Only observations holding these words"
 complete -c varnholt-query -n "__fish_seen_subcommand_from summary" -l entity -x -d "Only observations naming [kind=]value"
-complete -c varnholt-query -n "__fish_seen_subcommand_from summary timesheet" -l week-start -x -a "monday tuesday wednesday thursday friday saturday sunday" -d "First day of the week"
+complete -c varnholt-query -n "__fish_seen_subcommand_from this-week summary timesheet" -l week-start -x -a "monday tuesday wednesday thursday friday saturday sunday" -d "First day of the week"
 complete -c varnholt-query -n "__fish_seen_subcommand_from summary" -l only -x -a "sessions applications entities days coverage" -d "Only these sections"
 complete -c varnholt-query -n "__fish_seen_subcommand_from timesheet" -l json -d "JSON output"
 complete -c varnholt-query -n "__fish_seen_subcommand_from timesheet" -l category -x -d "Category NAME=RULE[|RULE...]"

@@ -44,6 +44,7 @@ struct Command {
         std::optional<std::int64_t> limit;
         std::optional<std::string> rangeFrom;
         std::optional<std::string> rangeTo;
+        std::optional<std::string> weekStart;  // for this-week, "monday" to "sunday"; absent: the locale's
 
         bool operator==(const Recent&) const = default;
     };

@@ -170,13 +170,22 @@ void SummaryCommandBuilder::entity(const std::string& text) {
     summary_.entity.push_back(text);
 }
 
-void SummaryCommandBuilder::weekStart(const std::string& day) {
+void checkWeekStart(const std::string& day) {
     if (!weekdayNamed(day)) {
         throw CLIError::invalidTimeRange(
             "--week-start must be a day of the week: monday, tuesday, wednesday, thursday, friday, "
             "saturday or sunday, not '" +
             day + "'.");
     }
+}
+
+void timelineWeekStart(Command::Recent& timeline, const std::string& day) {
+    checkWeekStart(day);
+    timeline.weekStart = day;
+}
+
+void SummaryCommandBuilder::weekStart(const std::string& day) {
+    checkWeekStart(day);
     summary_.weekStart = day;
 }
 

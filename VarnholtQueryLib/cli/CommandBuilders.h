@@ -43,6 +43,15 @@ Command::Recent timelineRangeCommand(const std::optional<std::string>& from,
                                      const std::optional<std::string>& to, bool compact,
                                      std::optional<std::int64_t> limit);
 
+// Throws invalidTimeRange "--week-start must be a day of the week: monday,
+// ..., not '<day>'." unless `day` names one ("monday" to "sunday", any
+// letter case): the words every command taking a week start refuses with.
+void checkWeekStart(const std::string& day);
+// The first day of `timeline`'s this-week; any timeline command takes it, so
+// that a caller can always pass the user's week, and only this-week reads
+// it. Throws as checkWeekStart.
+void timelineWeekStart(Command::Recent& timeline, const std::string& day);
+
 // Entities, 100 of them unless `limit` says otherwise (clamped when the
 // command runs).
 Command::Entities entitiesCommand(const std::optional<std::string>& since,

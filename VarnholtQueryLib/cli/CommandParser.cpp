@@ -211,6 +211,15 @@ Command parseTimesheet(const std::vector<std::string>& args, const FileSystemPor
     return {timesheet.build()};
 }
 
+// A timeline command with the week start its arguments give, if any.
+Command::Recent withWeekStart(Command::Recent timeline, const std::vector<std::string>& args) {
+    if (!containsArgument(args, "--week-start")) return timeline;
+    const auto day = flagValue(args, "--week-start");
+    if (!day) throw CLIError::unknownError("Missing value for --week-start.");
+    timelineWeekStart(timeline, *day);
+    return timeline;
+}
+
 }  // namespace
 
 Command parseCommand(const CommandArguments& arguments, const LocalCalendar& calendar, double now,
@@ -226,23 +235,24 @@ Command parseCommand(const CommandArguments& arguments, const LocalCalendar& cal
     if (containsArgument(args, "--version") || containsArgument(args, "-v")) {
         return {Command::Version{}};
     }
-    if (positional.empty()) return {timelinePresetCommand("today", compact, arguments.limit)};
+    if (positional.empty()) return {withWeekStart(timelinePresetCommand("today", compact, arguments.limit), args)};
 
     const std::string& word = positional[0];
     if (word == "version") return {Command::Version{}};
-    if (isTimelinePreset(word)) return {timelinePresetCommand(word, compact, arguments.limit)};
+    if (isTimelinePreset(word)) return {withWeekStart(timelinePresetCommand(word, compact, arguments.limit), args)};
     if (word == "recent") {
         const auto since = flagValue(args, "--since");
         if (!since) {
             throw CLIError::invalidTimeRange(
                 "'recent' requires --since <duration>. Usage: recent --since 2h");
         }
-        return {timelineSinceCommand(*since, containsArgument(args, "--images"), compact,
-                                     arguments.limit)};
+        return {withWeekStart(
+            timelineSinceCommand(*since, containsArgument(args, "--images"), compact, arguments.limit), args)};
     }
     if (word == "range") {
-        return {timelineRangeCommand(flagValue(args, "--from"), flagValue(args, "--to"), compact,
-                                     arguments.limit)};
+        return {withWeekStart(
+            timelineRangeCommand(flagValue(args, "--from"), flagValue(args, "--to"), compact, arguments.limit),
+            args)};
     }
     if (word == "search") return parseSearch(args, compact, calendar, now);
     if (word == "summary") return parseSummary(args);

@@ -24,7 +24,7 @@ JSON answerTimelineCommand(const Command::Recent& command,
     const double now = environment.platform.clock.now();
     const auto indexes = VarnholtSQLiteSupport::IndexCatalogue::read(connection.handle());
     const TimeRange range =
-        chooseTimeRange({command.preset, command.since, command.rangeFrom, command.rangeTo, std::nullopt},
+        chooseTimeRange({command.preset, command.since, command.rangeFrom, command.rangeTo, command.weekStart},
                         connection, indexes, environment.calendar, now);
 
     RecentWorkTimelineSQLite::SQLiteObservationTimeline timeline(connection, indexes);

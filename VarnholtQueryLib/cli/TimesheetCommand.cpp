@@ -39,7 +39,8 @@ JSON answerTimesheetCommand(const Command::Timesheet& command,
     const double now = environment.platform.clock.now();
     const auto indexes = VarnholtSQLiteSupport::IndexCatalogue::read(connection.handle());
     const TimeRange range =
-        chooseTimeRange({command.preset, command.since, command.rangeFrom, command.rangeTo}, connection, indexes,
+        chooseTimeRange({command.preset, command.since, command.rangeFrom, command.rangeTo, command.weekStart},
+                        connection, indexes,
                         environment.calendar, now);
 
     TimesheetQuery query;

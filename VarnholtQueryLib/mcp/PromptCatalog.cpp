@@ -1,10 +1,13 @@
 #include "mcp/PromptCatalog.h"
 
+#include <algorithm>
+
 #include "cli/CLIError.h"
 #include "cli/CommandBuilders.h"
+#include "cli/TimesheetCommandBuilder.h"
 #include "mcp/CalendarDate.h"
 #include "mcp/CatalogLookup.h"
-#include "mcp/ResourceCatalog.h"
+#include "output/JSONWriter.h"
 #include "period/TimePresets.h"
 #include "platform/LocalCalendar.h"
 
@@ -22,10 +25,16 @@ constexpr double kMomentsAroundSeconds = 10 * 60;
 // takes about two thirds of it, and the prompt stays within 20,000.
 constexpr std::int64_t kAroundSummaryMaxChars = 12000;
 
+// A timesheet prompt's answer: the tool's default budget, so that the
+// prompt and a call of the tool show the same detail; embedded compact it
+// takes about two thirds of it.
+constexpr std::int64_t kTimesheetMaxChars = 24000;
+// Without categories, the applications and entities to propose them from.
+constexpr std::int64_t kTimesheetSummaryListLength = 20;
+
 // A stand-up's two days, each within a budget that keeps the prompt under
 // 20,000 characters when both are embedded compact.
 constexpr std::int64_t kStandUpDayMaxChars = 11000;
-constexpr std::int64_t kStandUpListLength = 5;
 
 JSON userText(const std::string& text) {
     return {{"role", "user"}, {"content", {{"type", "text"}, {"text", text}}}};
@@ -39,21 +48,80 @@ JSON compactDocumentMessage(const ToolAnswer& answer) {
     return userText(text ? *text : "The document could not be written as JSON text.");
 }
 
+// The categories of a timesheet prompt, one a line as the command line
+// writes them (NAME=RULE|RULE); blank lines are skipped, and a line ending
+// in "\r" is the same line.
+std::vector<std::string> categoryLines(const std::string& text) {
+    std::vector<std::string> lines;
+    std::size_t start = 0;
+    while (start <= text.size()) {
+        const std::size_t end = std::min(text.find('\n', start), text.size());
+        std::string line = text.substr(start, end - start);
+        if (!line.empty() && line.back() == '\r') line.pop_back();
+        if (line.find_first_not_of(" \t") != std::string::npos) lines.push_back(line);
+        start = end + 1;
+    }
+    return lines;
+}
+
 PromptMessages timesheet(const DocumentSource& documents, const PromptArguments& arguments) {
+    const LocalDays days = documents.localDays();
     const auto given = arguments.find("week_start");
-    const std::string start =
-        given != arguments.end() ? given->second : documents.localDays().weekStart;
+    const std::string start = given != arguments.end() ? given->second : days.weekStart;
     const auto first = CalendarDate::parse(start);
     if (!first) return std::string("week_start must be a local date of the form yyyy-MM-dd");
-    const std::string last = first->plusDays(6).text();
+    // Dates of the same form compare as text. Days still to come have no
+    // time to account for, and a table of zeros for them reads as a fact.
+    if (start > days.today) return "week_start must not be after today (" + days.today + ")";
+    const std::string seventh = first->plusDays(6).text();
+    const std::string last = std::min(seventh, days.today);
+    const std::string week = "the week from " + start + " to " + seventh +
+                             (last == seventh ? "" : " (up to today, " + last + ")");
+
+    const auto categories = arguments.find("categories");
+    const std::vector<std::string> lines =
+        categories != arguments.end() ? categoryLines(categories->second) : std::vector<std::string>{};
+    if (lines.empty()) {
+        // No category can be guessed for the user; the model proposes them
+        // from what the week shows and asks the timesheet tool.
+        SummaryCommandBuilder summary;
+        summary.from(start);
+        summary.to(last);
+        summary.only(std::vector<std::string>{"applications", "entities", "days"});
+        summary.limit(kTimesheetSummaryListLength);
+        const Command command{summary.build()};
+        return JSON::array({
+            userText("Write my timesheet for " + week +
+                     " by category. I have not named my categories yet: propose a few from the "
+                     "applications and entities of the week's summary below, each a name and rules "
+                     "(text:WORDS, app:NAME or entity:[KIND=]VALUE), and call the timesheet tool with "
+                     "them, from " + start + " to " + last + ". Then propose categories for what it "
+                     "leaves uncategorized from its uncategorized.suggestions, and call the timesheet "
+                     "tool again. Report each day with the seconds per category as the tool gives them "
+                     "(they add up exactly; do not add them yourself), in hours rounded to quarter "
+                     "hours, with every day listed, 0 where nothing was recorded."),
+            compactDocumentMessage(documents.answer([command](const LocalCalendar&, double) { return command; })),
+        });
+    }
+    TimesheetCommandBuilder builder;
+    builder.from(start);
+    builder.to(last);
+    builder.maxChars(kTimesheetMaxChars);
+    std::optional<Command> command;
+    try {
+        for (const std::string& line : lines) builder.category(line);
+        command = Command{builder.build()};
+    } catch (const CLIError& error) {
+        return "categories: " + error.message();
+    }
     return JSON::array({
-        userText("Write my timesheet for the week from " + start + " to " + last +
-                 ": for each day, the hours I was active and what I worked on, and the total of "
-                 "the week. Use the active seconds of the summary below as they are (they are "
-                 "exact; do not add up sessions yourself), rounded to quarter hours."),
-        // The document of the week's resource, compact as a tool result.
-        compactDocumentMessage(
-            documents.answer(std::get<CommandRecipe>(resolveResource("varnholt://summary/week/" + start)))),
+        userText("Write my timesheet for " + week +
+                 ": for each day, the hours per category, 0 where nothing was recorded, and the "
+                 "totals of the week. Use the seconds of the timesheet below as they are (they add up "
+                 "exactly; do not add them yourself), in hours rounded to quarter hours. If much time "
+                 "is uncategorized, propose categories for it from uncategorized.suggestions and call "
+                 "the timesheet tool again with all the categories."),
+        compactDocumentMessage(documents.answer([command = *command](const LocalCalendar&, double) { return command; })),
     });
 }
 
@@ -66,9 +134,10 @@ Command standUpDay(const std::string& day, bool isToday) {
         summary.from(day);
         summary.to(day);
     }
-    // Short lists of applications and entities: the budget drops the
-    // sessions' highlights first, and they are what names projects.
-    summary.limit(kStandUpListLength);
+    // The sessions alone: their highlights name projects, and the budget
+    // would drop them before the lists of applications and entities, which
+    // name only tools.
+    summary.only(std::vector<std::string>{"sessions"});
     summary.maxChars(kStandUpDayMaxChars);
     return {summary.build()};
 }
@@ -185,11 +254,16 @@ const std::vector<PromptDefinition>& promptCatalog() {
            true}},
          standUp},
         {"timesheet", "Timesheet",
-         "A timesheet of a week, day by day, from the week's summary.",
+         "A timesheet of a week by category, day by day up to today, from the timesheet tool; "
+         "without categories, the model proposes them and calls the tool.",
          {{"week_start",
-           "The first of the seven days, a local yyyy-MM-dd; without it, the first day of this "
-           "week (the locale's first weekday).",
-           false, true}},
+           "The first of the seven days, a local yyyy-MM-dd, not after today; without it, the first "
+           "day of this week (the locale's first weekday).",
+           false, true},
+          {"categories",
+           "One category a line, as on the command line: Name=rule|rule, each rule text:WORDS, "
+           "app:NAME or entity:[KIND=]VALUE.",
+           false}},
          timesheet},
         {"what-was-i-doing", "What was I doing?",
          "What the user was doing around a given time, from the summary of the half hour around it "

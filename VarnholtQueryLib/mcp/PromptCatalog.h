@@ -19,11 +19,20 @@ namespace VarnholtQueryLib::MCP {
 //                             activity (looking back two months from date)
 //                             and of date (default: today; today so far),
 //                             varnholt-query summary --from D --to D (or
-//                             today) --limit 5 --max-chars 11000; a date
+//                             today) --only sessions --max-chars 11000; a date
 //                             after today is refused
-//   timesheet {week_start?}   the summary of the seven days from week_start
-//                             (default: this week's first day), the document
-//                             of varnholt://summary/week/WEEK_START
+//   timesheet {week_start?,   the timesheet of the days from week_start
+//              categories?}   (default: this week's first day; not after
+//                             today) to the seventh or today, whichever is
+//                             first: varnholt-query timesheet --from S --to E
+//                             --category LINE ... --max-chars 24000, one
+//                             --category per non-blank line of categories;
+//                             without categories, varnholt-query summary
+//                             --from S --to E --only applications,entities,days
+//                             --limit 20 and the request to propose categories
+//                             and call the timesheet tool; categories the
+//                             command line refuses are refused in its words,
+//                             after "categories: "
 //   what-was-i-doing {time}   the summary of the half hour around `time`,
 //                             varnholt-query summary --from T-15m --to T+15m
 //                             --max-chars 12000; then one line per moment of

@@ -26,6 +26,12 @@ JSON presetArgument() {
 JSON sinceArgument() { return text("Back from now: 30m, 2h, 1.5h, 1d, 1w."); }
 JSON fromArgument() { return text("Start: ISO 8601, or local yyyy-MM-dd[THH:mm:ss]. With to."); }
 JSON toArgument() { return text("End; a date includes its day."); }
+// The week's first day, for every tool that names weeks: a host that starts
+// the server without the user's locale passes the user's week.
+JSON weekStartArgument() {
+    return oneOfTexts({"monday", "tuesday", "wednesday", "thursday", "friday", "saturday", "sunday"},
+                      "The week's first day; default: the locale's.");
+}
 
 JSON timelineInput() {
     return object(
@@ -34,6 +40,7 @@ JSON timelineInput() {
             {"since", sinceArgument()},
             {"from", fromArgument()},
             {"to", toArgument()},
+            {"week_start", weekStartArgument()},
             {"limit", withMinimum(integer("At most this many moments, the earliest."), 0)},
             {"compact", compactArgument()},
             {"images", boolean("Add image_path (with since).")},
@@ -75,9 +82,8 @@ JSON entitiesInput() {
 JSON summaryPresetArgument() {
     return oneOfTexts({"today", "yesterday", "this-week", "last-week", "this-month", "last-month",
                        "last-active-day"},
-                      "A named period: today, yesterday, this week so far, the week before it, this "
-                      "month so far, the month before it, or the newest day with activity. Without "
-                      "preset, since, from and to: today.");
+                      "Default: today. this-week and this-month end now; last-active-day is the newest "
+                      "day with activity.");
 }
 
 JSON summaryInput() {
@@ -102,10 +108,7 @@ JSON summaryInput() {
             {"entity", arrayOf(text(), "Count only observations naming one of these entities, as VALUE "
                                        "or KIND=VALUE (any letter case), e.g. "
                                        "programming_language=Swift.")},
-            {"week_start", oneOfTexts({"monday", "tuesday", "wednesday", "thursday", "friday", "saturday",
-                                       "sunday"},
-                                      "The first day of this-week and last-week; default: the "
-                                      "locale's.")},
+            {"week_start", weekStartArgument()},
             {"only", arrayOf(oneOfTexts({"sessions", "applications", "entities", "days", "coverage"}),
                              "Answer with only these sections besides the totals.")},
             {"max_chars", withMinimum(withDefault(integer("Longest answer; detail is dropped to fit "
@@ -127,9 +130,7 @@ JSON timesheetInput() {
             {"since", sinceArgument()},
             {"from", fromArgument()},
             {"to", toArgument()},
-            {"week_start", oneOfTexts({"monday", "tuesday", "wednesday", "thursday", "friday", "saturday",
-                                       "sunday"},
-                                      "First day of this-week and last-week")},
+            {"week_start", weekStartArgument()},
             {"idle", withDefault(text("Idle gap, 1m to 1h"), "5m")},
             {"max_chars", withMinimum(withDefault(integer("Longest answer; spans, then suggestions, are "
                                                           "dropped to fit"),

@@ -25,9 +25,11 @@ Command timelineCommand(const ToolArguments& arguments) {
     if (periods > 1) {
         throw CLIError::invalidTimeRange("Use only one of preset, since, or from and to.");
     }
-    if (since) return {timelineSinceCommand(*since, arguments.flag("images"), compact, limit)};
-    if (from || to) return {timelineRangeCommand(from, to, compact, limit)};
-    return {timelinePresetCommand(preset.value_or("today"), compact, limit)};
+    Command::Recent timeline = since           ? timelineSinceCommand(*since, arguments.flag("images"), compact, limit)
+                               : (from || to) ? timelineRangeCommand(from, to, compact, limit)
+                                              : timelinePresetCommand(preset.value_or("today"), compact, limit);
+    if (const auto weekStart = arguments.text("week_start")) timelineWeekStart(timeline, *weekStart);
+    return {timeline};
 }
 
 Command searchCommand(const ToolArguments& arguments, const LocalCalendar& calendar, double now) {

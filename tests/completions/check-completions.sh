@@ -75,6 +75,8 @@ for shell in "${shells[@]}"; do
   expect "$shell" "varnholt-query --limit 5 la" "last-active-day"
   expect "$shell" "varnholt-query --" "--compact --full --help --json --limit --version"
   expect "$shell" "varnholt-query today --" "--compact --full --help --json --limit --version"
+  expect "$shell" "varnholt-query this-week --" "--compact --full --help --json --limit --version --week-start"
+  expect "$shell" "varnholt-query this-week --week-start s" "saturday sunday"
   expect "$shell" "varnholt-query recent --" "--compact --full --help --images --json --limit --since --version"
   expect "$shell" "varnholt-query range --from 2026-04-01 --" "--compact --from --full --help --json --limit --to --version"
   expect "$shell" "varnholt-query search invoice --" \

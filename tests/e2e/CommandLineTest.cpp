@@ -47,7 +47,7 @@ const std::string kHelpText =
     "  --match <words>       Summary of the observations whose description holds the words\n"
     "  --app <name>          Observations showing this application (search, summary)\n"
     "  --entity [kind=]value Summary of the observations naming this entity\n"
-    "  --week-start <day>    First day of this-week and last-week (summary, timesheet; monday..sunday)\n"
+    "  --week-start <day>    First day of this-week and last-week (monday..sunday)\n"
     "  --only <sections>     Summary sections: sessions,applications,entities,days,coverage\n"
     "  --category NAME=RULE  A timesheet category; rules text:WORDS, app:NAME, entity:[KIND=]VALUE\n"
     "  --categories FILE     Timesheet categories as JSON: [{\"name\": ..., \"rules\": [...]}]\n"
@@ -69,7 +69,7 @@ const std::string kCommandList = R"({
   "commands": [
     {"name": "today", "args": [], "flags": ["--json", "--compact", "--full", "--limit"]},
     {"name": "yesterday", "args": [], "flags": ["--json", "--compact", "--full", "--limit"]},
-    {"name": "this-week", "args": [], "flags": ["--json", "--compact", "--full", "--limit"]},
+    {"name": "this-week", "args": [], "flags": ["--week-start", "--json", "--compact", "--full", "--limit"]},
     {"name": "last-active-day", "args": [], "flags": ["--json", "--compact", "--full", "--limit"]},
     {"name": "recent", "args": ["--since"], "flags": ["--since", "--images", "--compact", "--full", "--limit"]},
     {"name": "range", "args": ["--from", "--to"], "flags": ["--from", "--to", "--json", "--compact", "--full", "--limit"]},

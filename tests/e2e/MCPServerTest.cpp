@@ -102,6 +102,8 @@ TEST(MCPServerTest, EveryToolAnswersWithTheCommandLinesValue) {
     const std::vector<std::pair<json, std::vector<std::string>>> cases = {
         {{"timeline", json::object()}, {"today"}},
         {{"timeline", {{"since", "2h"}, {"images", true}, {"limit", 3}}}, {"recent", "--since", "2h", "--images", "--limit", "3"}},
+        {{"timeline", {{"preset", "this-week"}, {"week_start", "monday"}, {"limit", 3}}},
+         {"this-week", "--week-start", "monday", "--limit", "3"}},
         {{"timeline", {{"from", "2026-03-30"}, {"to", "2026-03-31"}, {"compact", true}}},
          {"range", "--from", "2026-03-30", "--to", "2026-03-31", "--compact"}},
         {{"search", {{"keyword", "tests"}, {"limit", 5}, {"collapse", true}}}, {"search", "tests", "--limit", "5", "--collapse"}},
@@ -178,6 +180,45 @@ TEST(MCPServerTest, AWeeksSummaryIsWrittenCompactly) {
     RecordProperty("structured_characters", static_cast<int>(structured));
     std::cout << "summary this-week: printed " << printedCharacters << ", text item " << text
               << ", structuredContent " << structured << " characters\n";
+}
+
+// What each prompt costs a model, as a host receives it, on two weeks of
+// sample activity: at most 20,000 characters, every document in it an answer.
+TEST(MCPServerTest, EveryPromptFitsTwentyThousandCharacters) {
+    TemporaryHome home;
+    home.varnholtDirectory();
+    VarnholtSampleData::SampleDatabaseOptions options;
+    options.days = 14;
+    options.seed = 1;
+    options.endTime = kNow - 1800;
+    options.homeForImagePaths = home.path();
+    options.utcOffsetSeconds = 7200;
+    VarnholtSampleData::writeSampleDatabase(home.databasePath(), options);
+    Server server(home, frozen(), Era::stateless);
+    const std::vector<std::pair<std::string, json>> prompts = {
+        {"stand-up", json::object()},
+        {"stand-up", {{"date", "2026-03-31"}}},
+        {"timesheet", json::object()},
+        {"timesheet", {{"week_start", "2026-03-23"}}},
+        {"timesheet", {{"week_start", "2026-03-23"}, {"categories", "Coding=app:Xcode|app:Terminal\nMail=app:Mail"}}},
+        {"what-was-i-doing", {{"time", "2026-04-01T11:30:00"}}},
+    };
+    for (const auto& [name, arguments] : prompts) {
+        const std::string label = name + " " + arguments.dump();
+        const json reply = server.request("prompts/get", {{"name", name}, {"arguments", arguments}});
+        ASSERT_TRUE(reply.contains("result")) << label << " " << reply.dump();
+        const json& messages = reply["result"]["messages"];
+        EXPECT_GE(messages.size(), 2u) << label;
+        for (const json& message : messages) {
+            const std::string text = message["content"]["text"];
+            if (text.starts_with("{")) {
+                EXPECT_EQ(json::parse(text).value("ok", false), true) << label << " " << text;
+            }
+        }
+        const std::size_t size = characters(reply["result"].dump());
+        EXPECT_LE(size, 20000u) << label;
+        std::cout << "prompt " << label << ": " << size << " characters\n";
+    }
 }
 
 TEST(MCPServerTest, ADatabaseThatAppearsLaterIsRead) {

@@ -503,6 +503,16 @@ TEST_F(TimelineCommandTest, ThisWeekRunsFromSundayToNowAndALimitKeepsTheEarliest
                        {"this-week", "2026-03-29T04:00:00Z", "2026-04-01T10:00:00Z", 2, 5}));
 }
 
+// With a week start given, this week begins on that day whatever the
+// locale says: from Tuesday, Monday's B is last week.
+TEST_F(TimelineCommandTest, ThisWeekBeginsOnTheWeekStartGiven) {
+    EXPECT_EQ(answer({"this-week", "--week-start", "tuesday", "--limit", "2"}, kUTC),
+              document({kMomentC, kMomentD}, kUTC,
+                       {"this-week", "2026-03-31T00:00:00Z", "2026-04-01T10:00:00Z", 2, 4}));
+    EXPECT_EQ(answer({"this-week", "--week-start", "sunday", "--limit", "2"}, kUTC),
+              answer({"this-week", "--limit", "2"}, kUTC));
+}
+
 TEST_F(TimelineCommandTest, ALimitOfTodayCountsWhatWasLeftOut) {
     EXPECT_EQ(answer({"today", "--limit", "1"}, kUTC),
               document({kMomentD}, kUTC,

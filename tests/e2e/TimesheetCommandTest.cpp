@@ -415,6 +415,32 @@ TEST_F(TimesheetCommandTest, ADayWithoutRowsIsListedWithZeros) {
               JSON::parse(R"([{"date": "2026-03-30", "seconds": 300}])"));
 }
 
+// This week begins on the locale's first day (Sunday in en_US) or on the
+// day given, as a summary's does.
+TEST_F(TimesheetCommandTest, ThisWeekBeginsOnTheDayGiven) {
+    createDatabase(R"SQL(
+        INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at) VALUES
+            ('S', 'visual', 1774774800.0, 'Sunday work', '["Xcode"]', 'x'),
+            ('M', 'visual', 1774861200.0, 'Monday work', '["Xcode"]', 'x');
+    )SQL");
+    const auto dates = [](const JSON& sheet) {
+        std::vector<std::string> listed;
+        for (const JSON& day : sheet.at("data").at("days")) listed.push_back(day.at("date"));
+        return listed;
+    };
+    const JSON sunday = answer({"timesheet", "this-week", "--category", "Coding=app:Xcode"});
+    EXPECT_EQ(sunday["meta"]["query"]["from"], "2026-03-29T00:00:00Z");
+    EXPECT_EQ(dates(sunday), (std::vector<std::string>{"2026-03-29", "2026-03-30", "2026-03-31", "2026-04-01"}));
+    EXPECT_EQ(sunday["data"]["categories"][0]["seconds"], 600);
+
+    const JSON monday =
+        answer({"timesheet", "this-week", "--week-start", "monday", "--category", "Coding=app:Xcode"});
+    EXPECT_EQ(monday["meta"]["query"]["from"], "2026-03-30T00:00:00Z");
+    EXPECT_EQ(monday["meta"]["query"]["week_start"], "monday");
+    EXPECT_EQ(dates(monday), (std::vector<std::string>{"2026-03-30", "2026-03-31", "2026-04-01"}));
+    EXPECT_EQ(monday["data"]["categories"][0]["seconds"], 300);
+}
+
 // The night the clocks go back in Berlin, 25 October 2026, is one day of
 // 25 hours: its rows from the first local hour to the last count for it.
 TEST_F(TimesheetCommandTest, ADayOfTwentyFiveHoursIsOneDay) {

@@ -232,12 +232,18 @@ async function compareResource(client, env, uri, commandLine) {
 // embed, as command lines; a last word 'compact' means the document as a
 // tool result's text, 'moments' one line per moment, else as printed.
 const kPrompts = [
-  ['stand-up', {}, [['summary', '--from', '2026-03-31', '--to', '2026-03-31', '--limit', '5', '--max-chars', '11000', 'compact'],
-    ['summary', '--limit', '5', '--max-chars', '11000', 'compact']]],
-  ['stand-up', { date: '2026-03-31' }, [['summary', '--from', '2026-03-30', '--to', '2026-03-30', '--limit', '5', '--max-chars', '11000', 'compact'],
-    ['summary', '--from', '2026-03-31', '--to', '2026-03-31', '--limit', '5', '--max-chars', '11000', 'compact']]],
-  ['timesheet', {}, [['summary', '--from', '2026-03-30', '--to', '2026-04-05', '--max-chars', '24000', 'compact']]],
-  ['timesheet', { week_start: '2026-03-23' }, [['summary', '--from', '2026-03-23', '--to', '2026-03-29', '--max-chars', '24000', 'compact']]],
+  ['stand-up', {}, [['summary', '--from', '2026-03-31', '--to', '2026-03-31', '--only', 'sessions', '--max-chars', '11000', 'compact'],
+    ['summary', '--only', 'sessions', '--max-chars', '11000', 'compact']]],
+  ['stand-up', { date: '2026-03-31' }, [['summary', '--from', '2026-03-30', '--to', '2026-03-30', '--only', 'sessions', '--max-chars', '11000', 'compact'],
+    ['summary', '--from', '2026-03-31', '--to', '2026-03-31', '--only', 'sessions', '--max-chars', '11000', 'compact']]],
+  ['timesheet', {}, [['summary', '--from', '2026-03-30', '--to', '2026-04-01', '--only', 'applications,entities,days', '--limit', '20', 'compact']]],
+  ['timesheet', { week_start: '2026-03-23' }, [['summary', '--from', '2026-03-23', '--to', '2026-03-29', '--only', 'applications,entities,days', '--limit', '20', 'compact']]],
+  ['timesheet', { week_start: '2026-03-23', categories: 'Coding=app:Xcode|app:Terminal\nMail=app:Mail' },
+    [['timesheet', '--from', '2026-03-23', '--to', '2026-03-29', '--category', 'Coding=app:Xcode|app:Terminal',
+      '--category', 'Mail=app:Mail', '--max-chars', '24000', 'compact']]],
+  ['timesheet', { categories: 'Coding=app:Xcode|app:Terminal' },
+    [['timesheet', '--from', '2026-03-30', '--to', '2026-04-01', '--category', 'Coding=app:Xcode|app:Terminal',
+      '--max-chars', '24000', 'compact']]],
   ['what-was-i-doing', { time: '2026-04-01T11:30:00' },
     [['summary', '--from', '2026-04-01T09:15:00Z', '--to', '2026-04-01T09:45:00Z', '--max-chars', '12000', 'compact'],
       ['range', '--from', '2026-04-01T09:20:00Z', '--to', '2026-04-01T09:40:00Z', 'moments']]],
@@ -364,7 +370,7 @@ async function exerciseClient(clientKind, recorder, empty, expectedDays) {
   }
 
   const { tools } = await client.listTools();
-  check(tools.map((t) => t.name).join(' ') === 'timeline search entities summary status support_context',
+  check(tools.map((t) => t.name).join(' ') === 'timeline search entities summary timesheet status support_context',
     `tools ${tools.map((t) => t.name)}`);
   // Strict Ajv refuses unknown keywords and loose types, so the schemas say
   // exactly what they mean to every validator.

@@ -65,6 +65,24 @@ TEST_F(CommandParserTest, NoCommandIsToday) {
     EXPECT_EQ(limited.limit, 5);
 }
 
+// The week's first day reaches this-week's range; every timeline command
+// checks it, so that a caller passing the user's week is never refused.
+TEST_F(CommandParserTest, TimelineCommandsTakeAWeekStart) {
+    EXPECT_EQ(parseAs<Command::Recent>({"this-week", "--week-start", "monday"}).weekStart, "monday");
+    EXPECT_EQ(parseAs<Command::Recent>({"--week-start", "Sunday", "this-week"}).weekStart, "Sunday");
+    EXPECT_FALSE(parseAs<Command::Recent>({"this-week"}).weekStart.has_value());
+    EXPECT_EQ(parseAs<Command::Recent>({"today", "--week-start", "friday"}).weekStart, "friday");
+    EXPECT_EQ(parseAs<Command::Recent>({"recent", "--since", "2h", "--week-start", "friday"}).weekStart, "friday");
+    EXPECT_EQ(parseAs<Command::Recent>({"--week-start", "friday"}).preset, "today");
+    EXPECT_EQ(failure({"this-week", "--week-start"}), "UNKNOWN_ERROR: Missing value for --week-start.");
+    EXPECT_EQ(failure({"this-week", "--week-start", "mon"}),
+              "INVALID_TIME_RANGE: --week-start must be a day of the week: monday, tuesday, wednesday, thursday, "
+              "friday, saturday or sunday, not 'mon'.");
+    EXPECT_EQ(failure({"range", "--from", "2026-03-30", "--to", "2026-03-31", "--week-start", ""}),
+              "INVALID_TIME_RANGE: --week-start must be a day of the week: monday, tuesday, wednesday, thursday, "
+              "friday, saturday or sunday, not ''.");
+}
+
 TEST_F(CommandParserTest, PresetWordsIgnoreImages) {
     for (const char* word : {"today", "yesterday", "this-week", "last-active-day"}) {
         const auto recent = parseAs<Command::Recent>({word, "--images", "--compact"});

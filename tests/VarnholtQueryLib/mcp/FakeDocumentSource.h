@@ -67,6 +67,21 @@ public:
             if (summary->preset && *summary->preset != "range") text += " " + *summary->preset;
             if (summary->rangeFrom) text += " " + *summary->rangeFrom + " " + summary->rangeTo.value_or("-");
             if (summary->maxChars) text += " max " + std::to_string(*summary->maxChars);
+            if (summary->only) {
+                text += " only";
+                for (const std::string& section : *summary->only) text += " " + section;
+            }
+            return text;
+        }
+        if (const auto* timesheet = std::get_if<Command::Timesheet>(&command.value)) {
+            std::string text = "timesheet " + timesheet->rangeFrom.value_or("-") + " " +
+                               timesheet->rangeTo.value_or("-");
+            if (timesheet->maxChars) text += " max " + std::to_string(*timesheet->maxChars);
+            for (const TimesheetCategory& category : timesheet->categories) {
+                text += " [" + category.name;
+                for (const std::string& rule : category.rules) text += " " + rule;
+                text += "]";
+            }
             return text;
         }
         return "other";

@@ -66,12 +66,14 @@ TEST(PromptCatalogTest, AStandUpTakesTheLastEarlierActiveDayAndTodaySoFar) {
                   "done today (2026-04-01) so far"),
               std::string::npos)
         << messages[0];
-    // Each day compact, as a tool result's text, with short lists.
+    // Each day compact, as a tool result's text: its sessions alone.
     EXPECT_EQ(messages[1]["content"],
-              (JSON{{"type", "text"}, {"text", R"({"command":"summary 2026-03-31 2026-03-31 max 11000"})"}}));
-    EXPECT_EQ(messages[2]["content"]["text"], R"({"command":"summary today max 11000"})");
+              (JSON{{"type", "text"}, {"text", R"({"command":"summary 2026-03-31 2026-03-31 max 11000 only sessions"})"}}));
+    EXPECT_EQ(messages[2]["content"]["text"], R"({"command":"summary today max 11000 only sessions"})");
     for (const Command& command : documents.commands) {
-        EXPECT_EQ(std::get<Command::Summary>(command.value).limit, 5);
+        const auto& summary = std::get<Command::Summary>(command.value);
+        EXPECT_EQ(summary.only, std::vector<std::string>{"sessions"});
+        EXPECT_EQ(summary.limit, 10);
     }
 }
 
@@ -85,8 +87,8 @@ TEST(PromptCatalogTest, AStandUpOfAnEarlierDaySkipsTheDaysWithoutActivity) {
                   "done on 2026-03-30,"),
               std::string::npos)
         << messages[0];
-    EXPECT_EQ(messages[1]["content"]["text"], R"({"command":"summary 2026-03-27 2026-03-27 max 11000"})");
-    EXPECT_EQ(messages[2]["content"]["text"], R"({"command":"summary 2026-03-30 2026-03-30 max 11000"})");
+    EXPECT_EQ(messages[1]["content"]["text"], R"({"command":"summary 2026-03-27 2026-03-27 max 11000 only sessions"})");
+    EXPECT_EQ(messages[2]["content"]["text"], R"({"command":"summary 2026-03-30 2026-03-30 max 11000 only sessions"})");
 }
 
 TEST(PromptCatalogTest, AStandUpWithoutAnEarlierActiveDaySaysSo) {
@@ -98,7 +100,7 @@ TEST(PromptCatalogTest, AStandUpWithoutAnEarlierActiveDaySaysSo) {
                   "Nothing was recorded in the two months before 2026-04-01."),
               std::string::npos)
         << messages[0];
-    EXPECT_EQ(messages[1]["content"]["text"], R"({"command":"summary today max 11000"})");
+    EXPECT_EQ(messages[1]["content"]["text"], R"({"command":"summary today max 11000 only sessions"})");
 }
 
 TEST(PromptCatalogTest, AStandUpRefusesADateItCannotUse) {
@@ -112,19 +114,72 @@ TEST(PromptCatalogTest, AStandUpRefusesADateItCannotUse) {
     EXPECT_FALSE(findPrompt("stand-up")->arguments.at(0).required);
 }
 
-TEST(PromptCatalogTest, ATimesheetCoversSevenDaysFromItsStart) {
+// The fake's today is Wednesday 1 April; its week begins on Monday 30 March.
+TEST(PromptCatalogTest, ATimesheetAsksTheTimesheetForItsCategoriesDayByDay) {
     const FakeDocumentSource documents;
-    const JSON given = messagesOf("timesheet", {{"week_start", "2026-03-23"}}, documents);
+    const JSON given = messagesOf(
+        "timesheet", {{"week_start", "2026-03-23"}, {"categories", "Billing=text:invoice exporter|app:QuickBooks\r\n\n  \nMail=app:Mail\n"}},
+        documents);
     ASSERT_EQ(given.size(), 2u);
-    EXPECT_NE(given[0]["content"]["text"].get<std::string>().find("from 2026-03-23 to 2026-03-29"), std::string::npos);
+    const std::string request = given[0]["content"]["text"];
+    EXPECT_NE(request.find("the week from 2026-03-23 to 2026-03-29:"), std::string::npos) << request;
+    EXPECT_NE(request.find("0 where nothing was recorded"), std::string::npos) << request;
+    EXPECT_NE(request.find("uncategorized.suggestions"), std::string::npos) << request;
     EXPECT_EQ(given[1]["content"],
-              (JSON{{"type", "text"}, {"text", R"({"command":"summary 2026-03-23 2026-03-29 max 24000"})"}}));
-    // Without a start, this week's first day.
-    EXPECT_EQ(messagesOf("timesheet", {}, documents)[1]["content"]["text"],
-              R"({"command":"summary 2026-03-30 2026-04-05 max 24000"})");
+              (JSON{{"type", "text"},
+                    {"text", R"({"command":"timesheet 2026-03-23 2026-03-29 max 24000 )"
+                             R"([Billing text:invoice exporter app:QuickBooks] [Mail app:Mail]"})"}}));
+}
+
+TEST(PromptCatalogTest, ATimesheetOfThisWeekEndsToday) {
+    const FakeDocumentSource documents;
+    const JSON messages = messagesOf("timesheet", {{"categories", "Coding=app:Xcode"}}, documents);
+    ASSERT_EQ(messages.size(), 2u);
+    EXPECT_NE(messages[0]["content"]["text"].get<std::string>().find(
+                  "the week from 2026-03-30 to 2026-04-05 (up to today, 2026-04-01):"),
+              std::string::npos)
+        << messages[0];
+    EXPECT_EQ(messages[1]["content"]["text"], R"({"command":"timesheet 2026-03-30 2026-04-01 max 24000 [Coding app:Xcode]"})");
+    // Today's week, given as a date, is the same.
+    EXPECT_EQ(messagesOf("timesheet", {{"week_start", "2026-03-30"}, {"categories", "Coding=app:Xcode"}}, documents),
+              messages);
+}
+
+TEST(PromptCatalogTest, ATimesheetWithoutCategoriesAsksTheModelToProposeThem) {
+    const FakeDocumentSource documents;
+    for (const PromptArguments& arguments :
+         {PromptArguments{{"week_start", "2026-03-23"}}, PromptArguments{{"week_start", "2026-03-23"}, {"categories", " \n"}}}) {
+        const JSON messages = messagesOf("timesheet", arguments, documents);
+        ASSERT_EQ(messages.size(), 2u);
+        const std::string request = messages[0]["content"]["text"];
+        EXPECT_NE(request.find("propose a few"), std::string::npos) << request;
+        EXPECT_NE(request.find("call the timesheet tool with them, from 2026-03-23 to 2026-03-29"), std::string::npos)
+            << request;
+        EXPECT_NE(request.find("uncategorized.suggestions, and call the timesheet tool again"), std::string::npos)
+            << request;
+        EXPECT_EQ(messages[1]["content"]["text"],
+                  R"({"command":"summary 2026-03-23 2026-03-29 only applications entities days"})");
+        EXPECT_EQ(std::get<Command::Summary>(documents.commands.back().value).limit, 20);
+    }
+}
+
+TEST(PromptCatalogTest, ATimesheetRefusesWhatItCannotUse) {
+    const FakeDocumentSource documents;
     EXPECT_EQ(messagesOf("timesheet", {{"week_start", "30.03.2026"}}, documents),
               "week_start must be a local date of the form yyyy-MM-dd");
+    EXPECT_EQ(messagesOf("timesheet", {{"week_start", "2026-04-02"}}, documents),
+              "week_start must not be after today (2026-04-01)");
+    EXPECT_EQ(messagesOf("timesheet", {{"categories", "Coding app:Xcode"}}, documents),
+              "categories: --category 'Coding app:Xcode' must be NAME=RULE[|RULE...]: a name, '=', then rules such "
+              "as text:WORDS, app:NAME or entity:[KIND=]VALUE, separated by '|'.");
+    EXPECT_EQ(messagesOf("timesheet", {{"categories", "Coding=app:Xcode\nCoding=app:Terminal"}}, documents)
+                  .get<std::string>()
+                  .rfind("categories: ", 0),
+              0u);
+    EXPECT_TRUE(documents.commands.empty());
     EXPECT_TRUE(findPrompt("timesheet")->arguments.at(0).completesWithActiveDays);
+    EXPECT_FALSE(findPrompt("timesheet")->arguments.at(1).completesWithActiveDays);
+    EXPECT_FALSE(findPrompt("timesheet")->arguments.at(1).required);
 }
 
 TEST(PromptCatalogTest, ATimeThatCannotBeReadIsTheClientsMistake) {

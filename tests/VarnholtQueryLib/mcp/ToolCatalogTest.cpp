@@ -36,7 +36,7 @@ TEST(ToolCatalogTest, SevenToolsInOrder) {
 TEST(ToolCatalogTest, InputSchemasDeclareEveryArgument) {
     EXPECT_EQ(argumentsOf("timeline"),
               "compact:boolean from:string images:boolean limit:integer preset:string since:string "
-              "to:string required:[]");
+              "to:string week_start:string required:[]");
     EXPECT_EQ(argumentsOf("search"),
               "all_words:boolean app:string collapse:boolean compact:boolean from:string images:boolean "
               "keyword:string latest:boolean limit:integer since:string to:string required:[\"keyword\"]");
@@ -113,7 +113,9 @@ TEST(ToolCatalogTest, TheTimesheetSaysHowToRefineItsCategories) {
     const JSON& properties = timesheet.inputSchema["properties"];
     const JSON& summary = findTool("summary")->inputSchema["properties"];
     EXPECT_EQ(properties["preset"], summary["preset"]);
-    EXPECT_EQ(properties["week_start"]["enum"], summary["week_start"]["enum"]);
+    EXPECT_EQ(properties["week_start"], summary["week_start"]);
+    // The timeline's this-week takes the same week start.
+    EXPECT_EQ(findTool("timeline")->inputSchema["properties"]["week_start"], summary["week_start"]);
     EXPECT_EQ(properties["max_chars"]["default"], 24000);
     // Short: every tool's schemas travel in each tools/list, and the
     // timesheet has about 2,500 characters of it.

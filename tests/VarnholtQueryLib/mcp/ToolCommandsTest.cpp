@@ -57,6 +57,11 @@ TEST_F(ToolCommandsTest, EachCallIsTheCommandOfItsCommandLine) {
         {"timeline", "{}", {"today"}},
         {"timeline", R"({"preset":"yesterday","limit":3,"compact":true})", {"yesterday", "--limit", "3", "--compact"}},
         {"timeline", R"({"preset":"this-week"})", {"this-week"}},
+        {"timeline", R"({"preset":"this-week","week_start":"sunday"})", {"this-week", "--week-start", "sunday"}},
+        {"timeline", R"({"week_start":"Monday"})", {"today", "--week-start", "Monday"}},
+        {"timeline", R"({"since":"2h","week_start":"friday"})", {"recent", "--since", "2h", "--week-start", "friday"}},
+        {"timeline", R"({"from":"2026-03-30","to":"2026-03-31","week_start":"monday"})",
+         {"range", "--from", "2026-03-30", "--to", "2026-03-31", "--week-start", "monday"}},
         {"timeline", R"({"preset":"last-active-day","images":true})", {"last-active-day", "--images"}},
         {"timeline", R"({"since":"2h","images":true,"limit":0})", {"recent", "--since", "2h", "--images", "--limit", "0"}},
         {"timeline", R"({"since":"0h"})", {"recent", "--since", "0h"}},
@@ -139,6 +144,10 @@ TEST_F(ToolCommandsTest, ASummaryRefusesWhatTheCommandLineRefusesInItsWords) {
     EXPECT_EQ(toolFailure("summary", R"({"app":[""]})"), commandLineFailure({"summary", "--app", ""}));
     EXPECT_EQ(toolFailure("summary", R"({"entity":["kind="]})"), commandLineFailure({"summary", "--entity", "kind="}));
     EXPECT_EQ(toolFailure("summary", R"({"week_start":"Mo"})"), commandLineFailure({"summary", "--week-start", "Mo"}));
+    EXPECT_EQ(toolFailure("timeline", R"({"preset":"this-week","week_start":"Mo"})"),
+              commandLineFailure({"this-week", "--week-start", "Mo"}));
+    EXPECT_EQ(commandLineFailure({"this-week", "--week-start", "Mo"}),
+              commandLineFailure({"summary", "--week-start", "Mo"}));
     EXPECT_EQ(toolFailure("summary", R"({"only":["days","hours"]})"),
               commandLineFailure({"summary", "--only", "days,hours"}));
     EXPECT_EQ(toolFailure("summary", R"({"only":[]})"), commandLineFailure({"summary", "--only", ""}));
