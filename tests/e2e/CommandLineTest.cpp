@@ -344,17 +344,6 @@ TEST(CommandLineTest, IllFormedTextInTheDatabaseStillGivesAnAnswer) {
         << result.standardOutput;
 }
 
-namespace {
-
-// A run whose frozen clock is `utcTime` ("YYYY-MM-DD hh:mm:ss" in UTC), in `zone`.
-InvocationOptions frozenAt(const std::string& zone, const std::string& utcTime) {
-    InvocationOptions options = frozen(zone);
-    options.frozenTime = utcTime;
-    return options;
-}
-
-}  // namespace
-
 TEST(CommandLineTest, DurationUnitsAreCharactersNotBytes) {
     TemporaryHome home;
     createDatabase(home);
@@ -399,14 +388,14 @@ TEST(CommandLineTest, AHugeButFiniteDurationStartsAtTheEarliestWritableInstant) 
 TEST(CommandLineTest, ADayWithTwoMidnightsStartsAtTheFirst) {
     TemporaryHome home;
     createDatabase(home);
-    const InvocationOptions noon = frozenAt("America/Havana", "2026-11-01 17:00:00");
+    const InvocationOptions noon = frozenAt("2026-11-01 17:00:00", "America/Havana");
     EXPECT_EQ(timelineQuery(home.run({"today"}, noon)), "2026-11-01T04:00:00Z today 2026-11-02T05:00:00Z");
     // At 00:30 CDT, between the two midnights, today has already begun.
-    EXPECT_EQ(timelineQuery(home.run({"today"}, frozenAt("America/Havana", "2026-11-01 04:30:00"))),
+    EXPECT_EQ(timelineQuery(home.run({"today"}, frozenAt("2026-11-01 04:30:00", "America/Havana"))),
               "2026-11-01T04:00:00Z today 2026-11-02T05:00:00Z");
     EXPECT_EQ(timelineQuery(home.run({"yesterday"}, noon)),
               "2026-10-31T04:00:00Z yesterday 2026-11-01T04:00:00Z");
-    EXPECT_EQ(timelineQuery(home.run({"yesterday"}, frozenAt("America/Havana", "2026-11-02 15:00:00"))),
+    EXPECT_EQ(timelineQuery(home.run({"yesterday"}, frozenAt("2026-11-02 15:00:00", "America/Havana"))),
               "2026-11-01T04:00:00Z yesterday 2026-11-02T05:00:00Z");
     // A Sunday, the first weekday in en_US.
     EXPECT_EQ(timelineQuery(home.run({"this-week"}, noon)),
@@ -429,7 +418,7 @@ TEST(CommandLineTest, LastActiveDayFindsWorkBetweenTwoMidnights) {
         "('BETWEEN-MIDNIGHTS', 'visual', 1793507400, 'Closing the month', '[]', 'x')");
     sqlite3_close(handle);
     const ProcessResult result =
-        home.run({"last-active-day"}, frozenAt("America/Havana", "2026-11-03 12:00:00"));
+        home.run({"last-active-day"}, frozenAt("2026-11-03 12:00:00", "America/Havana"));
     EXPECT_EQ(result.exitStatus, 0);
     EXPECT_EQ(timelineQuery(result), "2026-11-01T04:00:00Z last-active-day 2026-11-02T05:00:00Z");
     EXPECT_NE(result.standardOutput.find("\"observation_id\" : \"BETWEEN-MIDNIGHTS\""), std::string::npos)
@@ -442,9 +431,9 @@ TEST(CommandLineTest, LastActiveDayFindsWorkBetweenTwoMidnights) {
 TEST(CommandLineTest, ADayWithoutMidnightStartsWhenTheClocksJumpPastIt) {
     TemporaryHome home;
     createDatabase(home);
-    const InvocationOptions morning = frozenAt("Asia/Beirut", "2022-03-27 10:00:00");
+    const InvocationOptions morning = frozenAt("2022-03-27 10:00:00", "Asia/Beirut");
     EXPECT_EQ(timelineQuery(home.run({"today"}, morning)), "2022-03-26T22:00:00Z today 2022-03-27T22:00:00Z");
-    EXPECT_EQ(timelineQuery(home.run({"yesterday"}, frozenAt("Asia/Beirut", "2022-03-28 09:00:00"))),
+    EXPECT_EQ(timelineQuery(home.run({"yesterday"}, frozenAt("2022-03-28 09:00:00", "Asia/Beirut"))),
               "2022-03-26T22:00:00Z yesterday 2022-03-27T22:00:00Z");
     EXPECT_EQ(timelineQuery(home.run({"this-week"}, morning)),
               "2022-03-26T22:00:00Z this-week 2022-03-27T10:00:00Z");

@@ -57,14 +57,6 @@ constexpr const char* kMorning = R"SQL(
         ('e4', 'I', 'software_tool', 'git', 0.9, 0);
 )SQL";
 
-InvocationOptions at(const std::string& frozenTime, const std::string& zone = "UTC") {
-    InvocationOptions options;
-    options.timeZone = zone;
-    options.language = "en_US.UTF-8";
-    options.frozenTime = frozenTime;
-    return options;
-}
-
 class SummaryCommandTest : public ::testing::Test {
 protected:
     void createDatabase(const std::string& rows) {
@@ -73,12 +65,12 @@ protected:
     }
 
     ProcessResult run(const std::vector<std::string>& arguments,
-                      const InvocationOptions& options = at(kFrozenNow)) const {
+                      const InvocationOptions& options = frozenAt(kFrozenNow)) const {
         return home_.run(arguments, options);
     }
 
     // The answer of a run that must succeed, parsed.
-    JSON answer(const std::vector<std::string>& arguments, const InvocationOptions& options = at(kFrozenNow)) const {
+    JSON answer(const std::vector<std::string>& arguments, const InvocationOptions& options = frozenAt(kFrozenNow)) const {
         const ProcessResult result = run(arguments, options);
         EXPECT_EQ(result.exitStatus, 0) << result.standardOutput;
         EXPECT_EQ(result.standardError, "");
@@ -311,7 +303,7 @@ TEST_F(SummaryCommandTest, YesterdaysLastRowCoversUntilTheEndOfTheRange) {
 TEST_F(SummaryCommandTest, TheLastActiveDayCoversItsLastRowUntilItsEnd) {
     createDatabase(kMorning);
     // Two days later the morning's last row covers a whole idle gap.
-    const JSON summary = answer({"summary", "last-active-day"}, at("2026-04-03 12:00:00"));
+    const JSON summary = answer({"summary", "last-active-day"}, frozenAt("2026-04-03 12:00:00"));
     EXPECT_EQ(summary.at("meta").at("query").at("preset"), "last-active-day");
     EXPECT_EQ(summary.at("meta").at("query").at("from"), "2026-04-01T00:00:00Z");
     EXPECT_EQ(summary.at("data").at("active_seconds"), 1260 - 120 + 300);
@@ -368,7 +360,7 @@ constexpr const char* kDaylightSavingDays = R"SQL(
 TEST_F(SummaryCommandTest, ADayOfTwentyThreeHours) {
     createDatabase(kDaylightSavingDays);
     const JSON summary = answer({"summary", "--from", "2026-03-08", "--to", "2026-03-08"},
-                                at("2026-11-05 12:00:00", "America/New_York"));
+                                frozenAt("2026-11-05 12:00:00", "America/New_York"));
     EXPECT_EQ(summary.at("meta").at("query").at("from"), "2026-03-08T05:00:00Z");
     EXPECT_EQ(summary.at("meta").at("query").at("to"), "2026-03-09T04:00:00Z");
     // N0 and N1 are two minutes apart across the jump; N2's cover ends at the
@@ -383,7 +375,7 @@ TEST_F(SummaryCommandTest, ADayOfTwentyThreeHours) {
 TEST_F(SummaryCommandTest, ADayOfTwentyFiveHours) {
     createDatabase(kDaylightSavingDays);
     const JSON summary = answer({"summary", "--from", "2026-11-01", "--to", "2026-11-01"},
-                                at("2026-11-05 12:00:00", "America/New_York"));
+                                frozenAt("2026-11-05 12:00:00", "America/New_York"));
     EXPECT_EQ(summary.at("meta").at("query").at("from"), "2026-11-01T04:00:00Z");
     EXPECT_EQ(summary.at("meta").at("query").at("to"), "2026-11-02T05:00:00Z");
     // Both 01:30s belong to 1 November; M3's cover ends at the day's end.

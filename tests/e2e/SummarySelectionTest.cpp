@@ -51,14 +51,6 @@ constexpr const char* kInvoiceWork = R"SQL(
         ('e5', 'T6', 'programming_language', 'SWIFT', 0.9, 0);
 )SQL";
 
-InvocationOptions at(const std::string& frozenTime, const std::string& zone = "UTC") {
-    InvocationOptions options;
-    options.timeZone = zone;
-    options.language = "en_US.UTF-8";
-    options.frozenTime = frozenTime;
-    return options;
-}
-
 class SummarySelectionTest : public ::testing::Test {
 protected:
     void createDatabase(const std::string& rows) {
@@ -67,11 +59,11 @@ protected:
     }
 
     ProcessResult run(const std::vector<std::string>& arguments,
-                      const InvocationOptions& options = at(kFrozenNow)) const {
+                      const InvocationOptions& options = frozenAt(kFrozenNow)) const {
         return home_.run(arguments, options);
     }
 
-    JSON answer(const std::vector<std::string>& arguments, const InvocationOptions& options = at(kFrozenNow)) const {
+    JSON answer(const std::vector<std::string>& arguments, const InvocationOptions& options = frozenAt(kFrozenNow)) const {
         const ProcessResult result = run(arguments, options);
         EXPECT_EQ(result.exitStatus, 0) << result.standardOutput;
         EXPECT_EQ(result.standardError, "");
@@ -401,7 +393,7 @@ TEST_F(SummarySelectionTest, EveryDayOfTheRangeIsListedAlsoWithoutRows) {
     createDatabase(kInvoiceWork);
     const JSON summary = answer({"summary", "--from", "2026-03-28", "--to", "2026-04-02", "--match", "invoice", "--only",
                                  "days"},
-                                at("2026-04-03 12:00:00"));
+                                frozenAt("2026-04-03 12:00:00"));
     // Nothing on 28, 29 and 31 March and on 2 April; T0 on 30 March, T1,
     // T3, T5 and T6 on 1 April (T6 covers a whole idle gap: the range ended
     // a day before now).
@@ -448,7 +440,7 @@ constexpr const char* kShortDay = R"SQL(
 TEST_F(SummarySelectionTest, ADayOfTwentyThreeHoursIsOneOfTheDays) {
     createDatabase(kShortDay);
     const JSON summary = answer({"summary", "--from", "2026-03-07", "--to", "2026-03-09", "--only", "days"},
-                                at("2026-11-05 12:00:00", "America/New_York"));
+                                frozenAt("2026-11-05 12:00:00", "America/New_York"));
     EXPECT_EQ(summary.at("meta").at("query").at("from"), "2026-03-07T05:00:00Z");
     EXPECT_EQ(summary.at("meta").at("query").at("to"), "2026-03-10T04:00:00Z");
     // N2's session goes on past midnight; it counts for the day it starts on.
@@ -488,7 +480,7 @@ std::vector<std::string> datesOf(const JSON& summary) {
 TEST_F(SummarySelectionTest, LastWeekStartsOnTheLocalesDayOrTheOneGiven) {
     createDatabase(kNewYear);
     // en_US weeks start on Sunday: 27 December to 3 January.
-    const JSON sunday = answer({"summary", "last-week", "--only", "days"}, at(kJanuary6));
+    const JSON sunday = answer({"summary", "last-week", "--only", "days"}, frozenAt(kJanuary6));
     EXPECT_EQ(sunday.at("meta").at("query").at("preset"), "last-week");
     EXPECT_EQ(sunday.at("meta").at("query").at("from"), "2026-12-27T00:00:00Z");
     EXPECT_EQ(sunday.at("meta").at("query").at("to"), "2027-01-03T00:00:00Z");
@@ -497,7 +489,7 @@ TEST_F(SummarySelectionTest, LastWeekStartsOnTheLocalesDayOrTheOneGiven) {
                                                          "2026-12-31", "2027-01-01", "2027-01-02"}));
     EXPECT_EQ(sunday.at("data").at("observation_count"), 2);  // S27 and E31
 
-    const JSON monday = answer({"summary", "last-week", "--week-start", "monday", "--only", "days"}, at(kJanuary6));
+    const JSON monday = answer({"summary", "last-week", "--week-start", "monday", "--only", "days"}, frozenAt(kJanuary6));
     EXPECT_EQ(monday.at("meta").at("query").at("from"), "2026-12-28T00:00:00Z");
     EXPECT_EQ(monday.at("meta").at("query").at("to"), "2027-01-04T00:00:00Z");
     EXPECT_EQ(monday.at("meta").at("query").at("week_start"), "monday");
@@ -508,7 +500,7 @@ TEST_F(SummarySelectionTest, LastWeekStartsOnTheLocalesDayOrTheOneGiven) {
 
 TEST_F(SummarySelectionTest, WithoutALocaleTheWeekStartIsTheOneGiven) {
     createDatabase(kNewYear);
-    InvocationOptions withoutLocale = at(kJanuary6);
+    InvocationOptions withoutLocale = frozenAt(kJanuary6);
     withoutLocale.language = "C.UTF-8";
     const JSON monday = answer({"summary", "this-week", "--week-start", "Monday", "--only", "days"}, withoutLocale);
     EXPECT_EQ(monday.at("meta").at("query").at("from"), "2027-01-04T00:00:00Z");
@@ -519,7 +511,7 @@ TEST_F(SummarySelectionTest, WithoutALocaleTheWeekStartIsTheOneGiven) {
 
 TEST_F(SummarySelectionTest, LastMonthIsTheWholeCalendarMonthBefore) {
     createDatabase(kNewYear);
-    const JSON december = answer({"summary", "last-month", "--only", "days"}, at(kJanuary6));
+    const JSON december = answer({"summary", "last-month", "--only", "days"}, frozenAt(kJanuary6));
     EXPECT_EQ(december.at("meta").at("query").at("preset"), "last-month");
     EXPECT_EQ(december.at("meta").at("query").at("from"), "2026-12-01T00:00:00Z");
     EXPECT_EQ(december.at("meta").at("query").at("to"), "2027-01-01T00:00:00Z");
@@ -531,7 +523,7 @@ TEST_F(SummarySelectionTest, LastMonthIsTheWholeCalendarMonthBefore) {
     // The last row of the month covers an idle gap: the month is over.
     EXPECT_EQ(december.at("data").at("days").at(30).at("active_seconds"), 300);
 
-    const JSON january = answer({"summary", "this-month", "--only", "days"}, at(kJanuary6));
+    const JSON january = answer({"summary", "this-month", "--only", "days"}, frozenAt(kJanuary6));
     EXPECT_EQ(january.at("meta").at("query").at("from"), "2027-01-01T00:00:00Z");
     EXPECT_EQ(january.at("meta").at("query").at("to"), "2027-01-06T10:00:00Z");
     EXPECT_EQ(datesOf(january).size(), 6u);

@@ -48,14 +48,6 @@ constexpr const char* kMorning = R"SQL(
         ('e3', 'D', 'person', 'Jane', 0.9, 0);
 )SQL";
 
-InvocationOptions at(const std::string& frozenTime, const std::string& zone = "UTC") {
-    InvocationOptions options;
-    options.timeZone = zone;
-    options.language = "en_US.UTF-8";
-    options.frozenTime = frozenTime;
-    return options;
-}
-
 class TimesheetCommandTest : public ::testing::Test {
 protected:
     void createDatabase(const std::string& rows) {
@@ -64,12 +56,12 @@ protected:
     }
 
     ProcessResult run(const std::vector<std::string>& arguments,
-                      const InvocationOptions& options = at(kFrozenNow)) const {
+                      const InvocationOptions& options = frozenAt(kFrozenNow)) const {
         return home_.run(arguments, options);
     }
 
     // The answer of a run that must succeed, parsed.
-    JSON answer(const std::vector<std::string>& arguments, const InvocationOptions& options = at(kFrozenNow)) const {
+    JSON answer(const std::vector<std::string>& arguments, const InvocationOptions& options = frozenAt(kFrozenNow)) const {
         const ProcessResult result = run(arguments, options);
         EXPECT_EQ(result.exitStatus, 0) << result.standardOutput;
         EXPECT_EQ(result.standardError, "");
@@ -451,7 +443,7 @@ TEST_F(TimesheetCommandTest, ADayOfTwentyFiveHoursIsOneDay) {
             ('N3', 'visual', 1792969800.0, 'The next day', '["Xcode"]', 'x');
     )SQL");
     const JSON sheet = answer({"timesheet", "--from", "2026-10-25", "--to", "2026-10-25", "--category", "Coding=app:Xcode"},
-                              at("2026-10-27 10:00:00", "Europe/Berlin"));
+                              frozenAt("2026-10-27 10:00:00", "Europe/Berlin"));
     EXPECT_EQ(sheet["meta"]["query"]["from"], "2026-10-24T22:00:00Z");
     EXPECT_EQ(sheet["meta"]["query"]["to"], "2026-10-25T23:00:00Z");
     EXPECT_EQ(sheet["data"]["days"], JSON::parse(R"([{"active_seconds": 600, "categories": [

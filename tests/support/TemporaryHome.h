@@ -51,6 +51,15 @@ struct InvocationOptions {
     bool unprivileged = false;
 };
 
+// A run in `zone` (TZ) under en_US.UTF-8 with the wall clock frozen at
+// `frozenTime`, "YYYY-MM-DD hh:mm:ss" in UTC.
+inline InvocationOptions frozenAt(const std::string& frozenTime, const std::string& zone = "UTC") {
+    InvocationOptions options;
+    options.timeZone = zone;
+    options.frozenTime = frozenTime;
+    return options;
+}
+
 // A temporary directory registered as the current user's home through
 // nss_wrapper (LD_PRELOAD=libnss_wrapper.so with a passwd file of our own), so
 // the binary's password-database look-up lands here and never in a real home.

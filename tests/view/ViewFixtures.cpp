@@ -147,14 +147,6 @@ void writeFile(const std::filesystem::path& path, const std::string& content) {
     if (!file) throw std::runtime_error("cannot write " + path.string());
 }
 
-InvocationOptions frozenAt(const std::string& utcTime) {
-    InvocationOptions options;
-    options.timeZone = "Europe/Berlin";
-    options.language = "en_US.UTF-8";
-    options.frozenTime = utcTime;
-    return options;
-}
-
 // One fixture: a database, a question and what its page must show.
 struct SummaryFixture {
     std::string name;
@@ -174,7 +166,7 @@ public:
         TemporaryHome home;
         home.varnholtDirectory();
         createFixtureDatabase(home.databasePath(), fixture.rows);
-        const InvocationOptions options = frozenAt(fixture.now);
+        const InvocationOptions options = frozenAt(fixture.now, "Europe/Berlin");
         std::vector<std::string> arguments = {fixture.command};
         arguments.insert(arguments.end(), fixture.question.begin(), fixture.question.end());
         const ProcessResult answer = home.run(arguments, options);
@@ -203,7 +195,7 @@ public:
         for (int budget = 20000; budget > 500; budget -= 100) {
             std::vector<std::string> budgeted = arguments;
             budgeted.insert(budgeted.end(), {"--max-chars", std::to_string(budget)});
-            const ProcessResult result = home.run(budgeted, frozenAt(fixture.now));
+            const ProcessResult result = home.run(budgeted, frozenAt(fixture.now, "Europe/Berlin"));
             const JSON omitted = JSON::parse(result.standardOutput)["meta"]["omitted"];
             if (omitted.value("days", 0) > 0) break;
             if (omitted.value("sessions", 0) >= 3) {
@@ -223,14 +215,14 @@ public:
         createFixtureDatabase(home.databasePath(), fixture.rows);
         std::vector<std::string> arguments = {fixture.command};
         arguments.insert(arguments.end(), fixture.question.begin(), fixture.question.end());
-        const ProcessResult whole = home.run(arguments, frozenAt(fixture.now));
+        const ProcessResult whole = home.run(arguments, frozenAt(fixture.now, "Europe/Berlin"));
         const JSON data = JSON::parse(whole.standardOutput)["data"];
         std::size_t spans = data["uncategorized"]["spans"].size();
         for (const JSON& category : data["categories"]) spans += category["spans"].size();
         for (int budget = 20000; budget > 500; budget -= 50) {
             std::vector<std::string> budgeted = arguments;
             budgeted.insert(budgeted.end(), {"--max-chars", std::to_string(budget)});
-            const ProcessResult result = home.run(budgeted, frozenAt(fixture.now));
+            const ProcessResult result = home.run(budgeted, frozenAt(fixture.now, "Europe/Berlin"));
             const JSON omitted = JSON::parse(result.standardOutput)["meta"]["omitted"];
             if (omitted.value("spans", std::size_t{0}) == spans) {
                 fixture.question.insert(fixture.question.end(), {"--max-chars", std::to_string(budget)});
@@ -249,7 +241,7 @@ public:
         if (handshake != stateless) throw std::runtime_error("the eras serve different views");
         writeFile(out_ / "mcp" / "view.json", handshake.dump(2) + "\n");
         // A call that fails: its error envelope is what the view receives.
-        toolResult(home, frozenAt("2026-04-01 10:00:00"), "summary-error", "summary", {{"idle", "2h"}});
+        toolResult(home, frozenAt("2026-04-01 10:00:00", "Europe/Berlin"), "summary-error", "summary", {{"idle", "2h"}});
     }
 
     void finish() { writeFile(out_ / "fixtures.json", manifest_.dump(2) + "\n"); }
@@ -276,7 +268,7 @@ private:
     }
 
     static JSON readView(const TemporaryHome& home, bool stateless) {
-        LineProcess server(kMCPBinary, {}, home.environment(frozenAt("2026-04-01 10:00:00")));
+        LineProcess server(kMCPBinary, {}, home.environment(frozenAt("2026-04-01 10:00:00", "Europe/Berlin")));
         JSON params = {{"uri", VarnholtQueryLib::MCP::timeViewURI()}};
         if (stateless) {
             params["_meta"] = {{"io.modelcontextprotocol/protocolVersion", "2026-07-28"},
