@@ -16,9 +16,9 @@ class FullTextMatchPort {
 public:
     virtual ~FullTextMatchPort() = default;
 
-    // Whether the index's tokenizer finds at least one word in `text`: "*"
-    // or "!?" hold none, and with the recorder's tokenizer "node.js" is one
-    // word and "C++" the word "c".
+    // Whether the index's tokenizer finds at least one word with a letter or
+    // a digit in `text`: "*", "!?" and a lone "-" hold none, and with the
+    // recorder's tokenizer "node.js" is one word and "C++" the word "c".
     virtual bool holdsWord(const std::string& text) = 0;
 
     // The rowids of the observations whose description, as the index holds

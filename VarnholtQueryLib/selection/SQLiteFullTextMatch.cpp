@@ -25,6 +25,19 @@ namespace {
 constexpr const char* kConfinedMatchStatement =
     "SELECT rowid FROM observations_fts WHERE observations_fts MATCH :match AND rowid BETWEEN :lo AND :hi";
 
+// Whether an indexed word holds a letter or a digit. The recorder's
+// tokenizer keeps '_', '-' and '.' inside words, so that "node.js" stays
+// one word, but a dash or dots on their own are punctuation, not a word to
+// look for. Every character beyond ASCII that the tokenizer keeps is a
+// letter or a number (its separators are dropped).
+bool holdsLetterOrDigit(const std::string& word) {
+    return std::any_of(word.begin(), word.end(), [](const char c) {
+        const auto byte = static_cast<unsigned char>(c);
+        return byte >= 0x80 || (byte >= '0' && byte <= '9') || (byte >= 'a' && byte <= 'z') ||
+               (byte >= 'A' && byte <= 'Z');
+    });
+}
+
 std::vector<std::int64_t> ascending(std::vector<std::int64_t> rowids) {
     if (!std::is_sorted(rowids.begin(), rowids.end())) std::sort(rowids.begin(), rowids.end());
     rowids.erase(std::unique(rowids.begin(), rowids.end()), rowids.end());
@@ -65,7 +78,7 @@ bool SQLiteFullTextMatch::holdsWord(const std::string& text) {
     }
     if (!tokenizer_) return true;
     const auto words = tokenizer_->words(text, FullTextTokenizer::Purpose::query);
-    return !words || !words->empty();
+    return !words || std::any_of(words->begin(), words->end(), holdsLetterOrDigit);
 }
 
 std::vector<std::int64_t> SQLiteFullTextMatch::rowidsMatching(const std::vector<MatchTerm>& terms, double from,

@@ -334,7 +334,7 @@ TEST_F(SummarySelectionTest, QuerySyntaxInMatchIsPlainWords) {
 TEST_F(SummarySelectionTest, WordsWithoutAnyWordAreRefused) {
     createDatabase(kInvoiceWork);
     // Without a term at all, and with terms the index finds no word in.
-    for (const std::string words : {"\"\"", " ", "\"", "*", "* ! ?"}) {
+    for (const std::string words : {"\"\"", " ", "\"", "*", "* ! ?", "-", "- . _"}) {
         const std::string message = "--match '" + words +
                                     "' holds no word to look for. Give words or a \"quoted phrase\" of letters or "
                                     "digits, such as --match \"invoice exporter\".";
