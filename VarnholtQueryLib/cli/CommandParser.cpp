@@ -1,6 +1,7 @@
 #include "cli/CommandParser.h"
 
 #include <algorithm>
+#include <functional>
 
 #include "cli/CLIError.h"
 #include "cli/CommandBuilders.h"
@@ -80,6 +81,45 @@ Command parseSearch(const std::vector<std::string>& args, bool compact,
     return {search.build()};
 }
 
+// The words of a command over a period (summary, timesheet), in order,
+// before and after the command's name: at most one preset, flags with
+// their values, and --json, which changes nothing. Anything else is
+// refused: a mistyped flag must not silently change the account. `usage`
+// is shown after a second preset.
+struct PeriodCommandWords {
+    std::string usage;
+    std::function<bool(const std::string& flag)> takesValue;
+    std::function<void(const std::string& preset)> preset;
+    std::function<void(const std::string& flag, const std::string& value)> flag;
+};
+
+void readPeriodCommandWords(const std::vector<std::string>& args, const PeriodCommandWords& words) {
+    bool commandSeen = false;
+    bool presetGiven = false;
+    for (auto it = args.begin(); it < args.end(); ++it) {
+        const std::string& argument = *it;
+        if (!beginsWithDoubleDash(argument)) {
+            if (!commandSeen) {
+                commandSeen = true;  // the command's name, the first bare word
+                continue;
+            }
+            if (presetGiven) {
+                throw CLIError::invalidTimeRange("Unexpected argument '" + argument + "'. Usage: " + words.usage);
+            }
+            words.preset(argument);
+            presetGiven = true;
+            continue;
+        }
+        if (argument == "--json") continue;
+        if (!words.takesValue(argument)) throw CLIError::unknownError("Unknown flag '" + argument + "'.");
+        if (it + 1 == args.end() || beginsWithDoubleDash(*(it + 1))) {
+            throw CLIError::unknownError("Missing value for " + argument + ".");
+        }
+        const std::string& value = *++it;
+        words.flag(argument, value);
+    }
+}
+
 bool summaryFlagTakesValue(const std::string& flag) {
     return flag == "--since" || flag == "--from" || flag == "--to" || flag == "--idle" ||
            flag == "--kind" || flag == "--limit" || flag == "--max-chars" || flag == "--match" ||
@@ -87,67 +127,44 @@ bool summaryFlagTakesValue(const std::string& flag) {
            flag == "--format";
 }
 
-// A summary takes its words in order, before and after "summary": at most
-// one preset, flags with their values, and --json, which changes nothing.
-// Anything else is refused: a mistyped flag must not silently change the
-// account.
 Command parseSummary(const std::vector<std::string>& args) {
     SummaryCommandBuilder summary;
-    bool commandSeen = false;
-    bool presetGiven = false;
-    for (auto it = args.begin(); it < args.end(); ++it) {
-        const std::string& argument = *it;
-        if (!beginsWithDoubleDash(argument)) {
-            if (!commandSeen) {
-                commandSeen = true;  // "summary" itself, the first bare word
-                continue;
-            }
-            if (presetGiven) {
-                throw CLIError::invalidTimeRange(
-                    "Unexpected argument '" + argument +
-                    "'. Usage: summary [today|yesterday|this-week|last-week|this-month|last-month|"
-                    "last-active-day] [--since <duration>] [--from <date> --to <date>] [--week-start <day>] "
-                    "[--match <words>] [--app <name>] [--entity [<kind>=]<value>] [--only <sections>] "
-                    "[--idle <duration>] [--kind <kind>] [--limit N] [--max-chars N] [--format json|html]");
-            }
-            summary.preset(argument);
-            presetGiven = true;
-            continue;
-        }
-        if (argument == "--json") continue;
-        if (!summaryFlagTakesValue(argument)) throw CLIError::unknownError("Unknown flag '" + argument + "'.");
-        if (it + 1 == args.end() || beginsWithDoubleDash(*(it + 1))) {
-            throw CLIError::unknownError("Missing value for " + argument + ".");
-        }
-        const std::string& value = *++it;
-        if (argument == "--since") {
-            summary.since(value);
-        } else if (argument == "--from") {
-            summary.from(value);
-        } else if (argument == "--to") {
-            summary.to(value);
-        } else if (argument == "--idle") {
-            summary.idle(value);
-        } else if (argument == "--kind") {
-            summary.kind(value);
-        } else if (argument == "--limit") {
-            summary.limit(value);
-        } else if (argument == "--max-chars") {
-            summary.maxChars(value);
-        } else if (argument == "--match") {
-            summary.match(value);
-        } else if (argument == "--app") {
-            summary.app(value);
-        } else if (argument == "--entity") {
-            summary.entity(value);
-        } else if (argument == "--week-start") {
-            summary.weekStart(value);
-        } else if (argument == "--only") {
-            summary.only(value);
-        } else {  // --format
-            summary.format(value);
-        }
-    }
+    readPeriodCommandWords(
+        args,
+        {"summary [today|yesterday|this-week|last-week|this-month|last-month|"
+         "last-active-day] [--since <duration>] [--from <date> --to <date>] [--week-start <day>] "
+         "[--match <words>] [--app <name>] [--entity [<kind>=]<value>] [--only <sections>] "
+         "[--idle <duration>] [--kind <kind>] [--limit N] [--max-chars N] [--format json|html]",
+         summaryFlagTakesValue, [&summary](const std::string& preset) { summary.preset(preset); },
+         [&summary](const std::string& argument, const std::string& value) {
+             if (argument == "--since") {
+                 summary.since(value);
+             } else if (argument == "--from") {
+                 summary.from(value);
+             } else if (argument == "--to") {
+                 summary.to(value);
+             } else if (argument == "--idle") {
+                 summary.idle(value);
+             } else if (argument == "--kind") {
+                 summary.kind(value);
+             } else if (argument == "--limit") {
+                 summary.limit(value);
+             } else if (argument == "--max-chars") {
+                 summary.maxChars(value);
+             } else if (argument == "--match") {
+                 summary.match(value);
+             } else if (argument == "--app") {
+                 summary.app(value);
+             } else if (argument == "--entity") {
+                 summary.entity(value);
+             } else if (argument == "--week-start") {
+                 summary.weekStart(value);
+             } else if (argument == "--only") {
+                 summary.only(value);
+             } else {  // --format
+                 summary.format(value);
+             }
+         }});
     return {summary.build()};
 }
 
@@ -157,57 +174,35 @@ bool timesheetFlagTakesValue(const std::string& flag) {
            flag == "--week-start";
 }
 
-// A timesheet takes its words as a summary does: at most one preset, flags
-// with their values in order, and --json, which changes nothing. Anything
-// else is refused: a mistyped flag must not silently change the account.
 Command parseTimesheet(const std::vector<std::string>& args, const FileSystemPort& files) {
     TimesheetCommandBuilder timesheet;
-    bool commandSeen = false;
-    bool presetGiven = false;
-    for (auto it = args.begin(); it < args.end(); ++it) {
-        const std::string& argument = *it;
-        if (!beginsWithDoubleDash(argument)) {
-            if (!commandSeen) {
-                commandSeen = true;  // "timesheet" itself, the first bare word
-                continue;
-            }
-            if (presetGiven) {
-                throw CLIError::invalidTimeRange(
-                    "Unexpected argument '" + argument +
-                    "'. Usage: timesheet [period] --category NAME=RULE[|RULE...] ... | --categories FILE "
-                    "[--since <duration>] [--from <date> --to <date>] [--week-start <day>] [--idle <duration>] "
-                    "[--max-chars N] [--format json|csv|html]");
-            }
-            timesheet.preset(argument);
-            presetGiven = true;
-            continue;
-        }
-        if (argument == "--json") continue;
-        if (!timesheetFlagTakesValue(argument)) throw CLIError::unknownError("Unknown flag '" + argument + "'.");
-        if (it + 1 == args.end() || beginsWithDoubleDash(*(it + 1))) {
-            throw CLIError::unknownError("Missing value for " + argument + ".");
-        }
-        const std::string& value = *++it;
-        if (argument == "--since") {
-            timesheet.since(value);
-        } else if (argument == "--from") {
-            timesheet.from(value);
-        } else if (argument == "--to") {
-            timesheet.to(value);
-        } else if (argument == "--idle") {
-            timesheet.idle(value);
-        } else if (argument == "--max-chars") {
-            timesheet.maxChars(value);
-        } else if (argument == "--category") {
-            timesheet.category(value);
-        } else if (argument == "--categories") {
-            timesheet.categoriesFile(value, files);
-        } else if (argument == "--week-start") {
-            timesheet.weekStart(value);
-        } else {  // --format
-            timesheet.format(value);
-        }
-    }
+    readPeriodCommandWords(
+        args,
+        {"timesheet [period] --category NAME=RULE[|RULE...] ... | --categories FILE "
+         "[--since <duration>] [--from <date> --to <date>] [--week-start <day>] [--idle <duration>] "
+         "[--max-chars N] [--format json|csv|html]",
+         timesheetFlagTakesValue, [&timesheet](const std::string& preset) { timesheet.preset(preset); },
+         [&timesheet, &files](const std::string& argument, const std::string& value) {
+             if (argument == "--since") {
+                 timesheet.since(value);
+             } else if (argument == "--from") {
+                 timesheet.from(value);
+             } else if (argument == "--to") {
+                 timesheet.to(value);
+             } else if (argument == "--idle") {
+                 timesheet.idle(value);
+             } else if (argument == "--max-chars") {
+                 timesheet.maxChars(value);
+             } else if (argument == "--category") {
+                 timesheet.category(value);
+             } else if (argument == "--categories") {
+                 timesheet.categoriesFile(value, files);
+             } else if (argument == "--week-start") {
+                 timesheet.weekStart(value);
+             } else {  // --format
+                 timesheet.format(value);
+             }
+         }});
     return {timesheet.build()};
 }
 
