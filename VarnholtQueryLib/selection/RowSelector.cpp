@@ -50,6 +50,7 @@ RowSelector RowSelector::resolve(const std::vector<RuleSet>& ruleSets, FullTextM
                 entry.key = DeduplicationService::nameKey(entity.value);
                 entry.entityKind = entity.kind;
                 selector.readsEntities_ = true;
+                if (!selector.firstSetReadingEntities_) selector.firstSetReadingEntities_ = set;
             }
             compiled.push_back(std::move(entry));
         }

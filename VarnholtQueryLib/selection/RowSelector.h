@@ -54,6 +54,10 @@ public:
     bool readsRowids() const { return readsRowids_; }
     bool readsApplications() const { return readsApplications_; }
     bool readsEntities() const { return readsEntities_; }
+    // The first rule set with an entity rule; absent when none has one.
+    // A row that a set before it picks without its entities is picked by
+    // that set whatever its entities are.
+    std::optional<std::size_t> firstSetReadingEntities() const { return firstSetReadingEntities_; }
 
 private:
     enum class Kind { text, application, entity };
@@ -74,6 +78,7 @@ private:
     bool readsRowids_ = false;
     bool readsApplications_ = false;
     bool readsEntities_ = false;
+    std::optional<std::size_t> firstSetReadingEntities_;
 };
 
 }  // namespace VarnholtQueryLib

@@ -35,6 +35,10 @@ std::vector<std::string> indexedActivityStatements(bool withEntities, bool withD
             inTimeOrder(selfDatedRows(selfDated, "o.recording_id = ''"))};
 }
 
+std::string observationEntitiesStatement() {
+    return std::string("SELECT ") + kObservationEntitiesJSON + " FROM (SELECT :id AS id) o";
+}
+
 bool servesIndexedActivity(const IndexCatalogue& catalogue) {
     return servesEffectiveTimeWindows(catalogue) &&
            catalogue.hasIndexOn("observation_entities", {"observation_id"});

@@ -22,6 +22,11 @@ namespace VarnholtQueryLib {
 // `withDescriptions` the description (vlm_description) last.
 std::vector<std::string> indexedActivityStatements(bool withEntities = true, bool withDescriptions = false);
 
+// The entities of the observation :id, as those statements' entities_json
+// gives them: for rows read without their entities whose entities are
+// needed after all, one by one.
+std::string observationEntitiesStatement();
+
 // Whether the catalogue has every index those statements walk.
 bool servesIndexedActivity(const VarnholtSQLiteSupport::IndexCatalogue& catalogue);
 

@@ -122,6 +122,16 @@ private:
 };
 
 // The statements of the parts, finalized together on every path.
+// The entities of the observation `id`, through observationEntitiesStatement.
+decltype(ActivityRow::entities) entitiesOf(sqlite3_stmt* statement, const std::string& id) {
+    sqlite3_reset(statement);
+    bindNamedText(statement, ":id", id);
+    std::optional<std::string> json;
+    stepRows(sqlite3_db_handle(statement), statement,
+             [&json](sqlite3_stmt* row) { json = columnOptionalText(row, 0); });
+    return RecentWorkTimelineCore::parseEntities(json);
+}
+
 struct PreparedParts {
     PreparedParts() = default;
     ~PreparedParts() {
@@ -189,16 +199,27 @@ bool SQLiteSummaryQuery::scanIndexed(double from, double to, const ActivityNeeds
     sqlite3* handle = connection_.handle();
     readScatteredPages(handle);
 
+    // With entitiesFor, the rows come without entities and those it asks
+    // for are looked up one by one, by the same subquery.
+    const bool entitiesByRow = needs.entities && needs.entitiesFor;
     PreparedParts statements;
-    for (const std::string& part : indexedActivityStatements(needs.entities, needs.descriptions)) {
+    for (const std::string& part : indexedActivityStatements(needs.entities && !entitiesByRow, needs.descriptions)) {
         sqlite3_stmt* statement = prepareOrNull(handle, part);
         if (statement == nullptr) return false;
         statements.held.push_back(statement);
+    }
+    sqlite3_stmt* entitiesOfRow = nullptr;
+    if (entitiesByRow) {
+        entitiesOfRow = prepareOrNull(handle, observationEntitiesStatement());
+        if (entitiesOfRow == nullptr) return false;
+        // Not a part: held only to be finalized with them.
+        statements.held.push_back(entitiesOfRow);
     }
 
     sink.restart();
     std::vector<PartCursor> cursors;
     for (sqlite3_stmt* statement : statements.held) {
+        if (statement == entitiesOfRow) continue;
         bindNamedDouble(statement, ":from", from);
         bindNamedDouble(statement, ":to", to);
         cursors.emplace_back(handle, statement);
@@ -217,8 +238,12 @@ bool SQLiteSummaryQuery::scanIndexed(double from, double to, const ActivityNeeds
         activity.sequence = sqlite3_column_int64(row, kRowid);
         activity.rowid = activity.sequence;
         activity.apps = applicationsOf(columnOptionalText(row, kIndexedApps));
-        activity.entities = RecentWorkTimelineCore::parseEntities(columnOptionalText(row, kIndexedEntitiesJson));
         if (needs.descriptions) activity.description = columnOptionalText(row, kIndexedDescription).value_or("");
+        if (!entitiesByRow) {
+            activity.entities = RecentWorkTimelineCore::parseEntities(columnOptionalText(row, kIndexedEntitiesJson));
+        } else if (needs.entitiesFor(activity)) {
+            activity.entities = entitiesOf(entitiesOfRow, activity.id);
+        }
         sink.add(std::move(activity));
         next->step();
     }

@@ -46,8 +46,18 @@ struct ActivityNeeds {
     // ActivityRow::description, for an account that looks at every row's
     // (a timesheet's spans and terms): read with the row, never one by one.
     bool descriptions = false;
+    // With entities: when given, only the rows it accepts need their
+    // entities. It is asked about each row as read, without its entities;
+    // a source may then look up the entities of those rows alone, which
+    // saves a look-up for every other row.
+    std::function<bool(const ActivityRow&)> entitiesFor = {};
 
-    bool operator==(const ActivityNeeds&) const = default;
+    // Whether both ask for the same, and both with or both without
+    // entitiesFor (functions cannot be compared).
+    bool operator==(const ActivityNeeds& other) const {
+        return rowids == other.rowids && entities == other.entities && descriptions == other.descriptions &&
+               static_cast<bool>(entitiesFor) == static_cast<bool>(other.entitiesFor);
+    }
 };
 
 // Where the summary reads the recorder's database. The SQLite adapter is the

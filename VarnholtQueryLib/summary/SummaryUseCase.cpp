@@ -23,8 +23,15 @@ SummaryFindings SummaryUseCase::execute(const SummaryQuery& query, double now) {
     }
     const AccountingRules rules{query.idleSeconds, query.from, coverEnd, query.kind, query.sections};
     ActivityAccountant accountant(calendar_, rules, selector ? &*selector : nullptr);
-    const ActivityNeeds needs{selector && selector->readsRowids(),
-                              query.sections.entities || (selector && selector->readsEntities())};
+    ActivityNeeds needs{selector && selector->readsRowids(),
+                        query.sections.entities || (selector && selector->readsEntities())};
+    if (selector && !selector->readsEntities() && query.sections.entities) {
+        // Only the selected rows' entities are counted, and rules without an
+        // entity rule select a row without looking at its entities.
+        needs.entitiesFor = [&selector](const ActivityRow& row) {
+            return selector->selects({row.rowid, row.apps, row.entities});
+        };
+    }
     summaryQuery_.scanActivity(query.from, query.to, needs, accountant);
 
     SummaryFindings findings;

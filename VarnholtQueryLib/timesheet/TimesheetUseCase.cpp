@@ -22,7 +22,15 @@ TimesheetFindings TimesheetUseCase::execute(const TimesheetQuery& query, double 
     TimesheetAccountant accountant(calendar_, {query.idleSeconds, query.from, coverEnd, query.categories.size()},
                                    categories, activity_);
     // Every row's description makes spans and terms: read with the rows.
-    const ActivityNeeds needs{.rowids = categories.readsRowids(), .entities = true, .descriptions = true};
+    ActivityNeeds needs{.rowids = categories.readsRowids(), .entities = true, .descriptions = true};
+    // A row's entities count where a category's entity rule may take it, and
+    // for the suggestions when none takes it; a row that a category before
+    // every entity rule takes needs none.
+    needs.entitiesFor = [&categories](const ActivityRow& row) {
+        const std::optional<std::size_t> taker = categories.firstMatchingSet({row.rowid, row.apps, row.entities});
+        const std::optional<std::size_t> firstByEntity = categories.firstSetReadingEntities();
+        return !taker || (firstByEntity && *taker > *firstByEntity);
+    };
     activity_.scanActivity(query.from, query.to, needs, accountant);
     findings.account = accountant.close();
     findings.coverage =

@@ -123,6 +123,15 @@ TEST_F(RowSelectorTest, AnEntityRuleComparesTheValueByItsKeyAndTheKindExactly) {
     EXPECT_TRUE(ofKind.readsEntities());
 }
 
+TEST_F(RowSelectorTest, TheFirstSetWithAnEntityRuleIsKnown) {
+    EXPECT_EQ(resolve({{ApplicationRule{"Mail"}}}).firstSetReadingEntities(), std::nullopt);
+    EXPECT_EQ(resolve({{ApplicationRule{"Mail"}},
+                       {ApplicationRule{"Xcode"}, EntityRule{std::nullopt, "Jira"}},
+                       {EntityRule{std::nullopt, "Swift"}}})
+                  .firstSetReadingEntities(),
+              std::optional<std::size_t>(1));
+}
+
 TEST_F(RowSelectorTest, ARowGoesToTheFirstSetWithAMatchingRule) {
     RowSelector selector = resolve({
         {ApplicationRule{"Mail"}},

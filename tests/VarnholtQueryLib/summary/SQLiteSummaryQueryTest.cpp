@@ -156,6 +156,30 @@ TEST_P(SQLiteSummaryQueryTest, RowsWithoutEntitiesWhenNoneAreNeeded) {
     EXPECT_EQ(rows[0].entities.empty(), GetParam() == StatementChoice::indexed);
 }
 
+TEST_P(SQLiteSummaryQueryTest, RowByRowOnlyTheRowsAskedForCarryTheirEntities) {
+    RecordingSink sink;
+    ActivityNeeds needs;
+    std::vector<std::string> askedAbout;
+    needs.entitiesFor = [&askedAbout](const ActivityRow& row) {
+        askedAbout.push_back(row.id);
+        // Asked before the entities are read, with the rest of the row.
+        EXPECT_TRUE(row.entities.empty()) << row.id;
+        return row.id == "A";
+    };
+    const std::vector<Row> rows = scan(kT, kT + 3600, sink, needs);
+    const bool indexed = GetParam() == StatementChoice::indexed;
+    // The literal statement reads every row's entities anyway.
+    EXPECT_EQ(askedAbout.size(), indexed ? 6u : 0u);
+    EXPECT_EQ(rows, (std::vector<Row>{
+                        {"A", kT, {"Xcode", "xcode"}, {{"app", "Xcode"}, {"language", "Swift"}}},
+                        {"C", kT + 30, {}, indexed ? std::vector<EntityPair>{} : std::vector<EntityPair>{{"app", "Notes"}}},
+                        {"B", kT + 60, {"Mail"}, {}},
+                        {"I", kT + 60, {"Safari"}, {}},
+                        {"D", kT + 90, {}, {}},
+                        {"H", kT + 100, {}, {}},
+                    }));
+}
+
 TEST_P(SQLiteSummaryQueryTest, BothEndsOfTheRangeAreIncluded) {
     RecordingSink sink;
     const std::vector<Row> rows = scan(kT + 60, kT + 90, sink);

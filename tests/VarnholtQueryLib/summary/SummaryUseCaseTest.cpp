@@ -21,7 +21,20 @@ public:
         scans.emplace_back(from, to);
         needs.push_back(asked);
         sink.restart();
-        for (const ActivityRow& row : rows) sink.add(row);
+        for (ActivityRow row : rows) {
+            // As the database does it: a row the use case does not want the
+            // entities of comes without them.
+            if (asked.entitiesFor) {
+                ActivityRow bare = row;
+                bare.entities.clear();
+                if (asked.entitiesFor(bare)) {
+                    entitiesWanted.push_back(row.id);
+                } else {
+                    row.entities.clear();
+                }
+            }
+            sink.add(row);
+        }
     }
     FrameCounts countFrames(double from, double to) override {
         counted.emplace_back(from, to);
@@ -38,6 +51,7 @@ public:
     std::vector<double> frameTimes;
     std::vector<std::pair<double, double>> scans;
     std::vector<ActivityNeeds> needs;
+    std::vector<std::string> entitiesWanted;  // the ids entitiesFor accepted
     std::vector<std::pair<double, double>> counted;
     std::vector<std::pair<double, double>> timed;
 };
@@ -140,7 +154,11 @@ TEST_F(SummaryUseCaseTest, ASelectionCountsItsRowsAndTheCoverageStaysTheRanges) 
     asked.selection = {TextRule{"invoice"}};
     const SummaryFindings findings = run(asked, kT + 30);
     EXPECT_EQ(index.asked, (std::vector<std::pair<double, double>>{{kT, kT + 60}}));
-    EXPECT_EQ(port.needs, (std::vector<ActivityNeeds>{{true, true}}));
+    ActivityNeeds rowByRow{true, true};
+    rowByRow.entitiesFor = [](const ActivityRow&) { return true; };
+    EXPECT_EQ(port.needs, std::vector<ActivityNeeds>{rowByRow});
+    // Only the selected rows' entities are counted, so only theirs are read.
+    EXPECT_EQ(port.entitiesWanted, (std::vector<std::string>{"b", "c"}));
     EXPECT_EQ(findings.account.observationCount, 2);
     EXPECT_EQ(findings.account.rangeObservationCount, 3);
     EXPECT_EQ(findings.account.activeSeconds, 20);

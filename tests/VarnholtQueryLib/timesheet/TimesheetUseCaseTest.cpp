@@ -22,7 +22,20 @@ public:
         scans.emplace_back(from, to);
         needs.push_back(asked);
         sink.restart();
-        for (const ActivityRow& row : rows) sink.add(row);
+        for (ActivityRow row : rows) {
+            // As the database does it: a row the use case does not want the
+            // entities of comes without them.
+            if (asked.entitiesFor) {
+                ActivityRow bare = row;
+                bare.entities.clear();
+                if (asked.entitiesFor(bare)) {
+                    entitiesWanted.push_back(row.id);
+                } else {
+                    row.entities.clear();
+                }
+            }
+            sink.add(row);
+        }
     }
     FrameCounts countFrames(double, double) override { return counts; }
     void scanFrameTimes(double, double, const std::function<void(double)>& visit) override {
@@ -38,6 +51,7 @@ public:
     std::vector<double> frameTimes;
     std::vector<std::pair<double, double>> scans;
     std::vector<ActivityNeeds> needs;
+    std::vector<std::string> entitiesWanted;  // the ids entitiesFor accepted
     std::vector<std::int64_t> asked;
 };
 
@@ -82,7 +96,11 @@ TEST_F(TimesheetUseCaseTest, TextRulesAreLookedUpForTheRangeAndRowsReadWithTheir
     const TimesheetFindings findings =
         run({{TextRule{"invoice"}}, {ApplicationRule{"mail"}}}, kNow - 3600, kNow + 3600, kNow);
     EXPECT_EQ(index_.windows, (std::vector<std::pair<double, double>>{{kNow - 3600, kNow + 3600}}));
-    EXPECT_EQ(activity_.needs, (std::vector<ActivityNeeds>{{.rowids = true, .descriptions = true}}));
+    ActivityNeeds rowByRow{.rowids = true, .descriptions = true};
+    rowByRow.entitiesFor = [](const ActivityRow&) { return true; };
+    EXPECT_EQ(activity_.needs, std::vector<ActivityNeeds>{rowByRow});
+    // Every row is taken without an entity rule: no entities are read.
+    EXPECT_EQ(activity_.entitiesWanted, std::vector<std::string>{});
     // B and C hold the word; C is Mail too, but the first category takes it.
     EXPECT_EQ(findings.account.categories.at(0).observationCount, 2);
     EXPECT_EQ(findings.account.categories.at(0).seconds, 600);
@@ -94,7 +112,9 @@ TEST_F(TimesheetUseCaseTest, TextRulesAreLookedUpForTheRangeAndRowsReadWithTheir
 
 TEST_F(TimesheetUseCaseTest, WithoutTextRulesNoRowidIsNeeded) {
     run({{ApplicationRule{"Mail"}}}, kNow - 3600, kNow, kNow);
-    EXPECT_EQ(activity_.needs, (std::vector<ActivityNeeds>{{.rowids = false, .descriptions = true}}));
+    ASSERT_EQ(activity_.needs.size(), 1u);
+    EXPECT_FALSE(activity_.needs[0].rowids);
+    EXPECT_TRUE(activity_.needs[0].descriptions);
     EXPECT_TRUE(index_.windows.empty());
 }
 
@@ -122,4 +142,15 @@ TEST_F(TimesheetUseCaseTest, TheCoverageIsTheRangesUpToNow) {
 }
 
 }  // namespace
+TEST_F(TimesheetUseCaseTest, EntitiesAreReadWhereAnEntityRuleOrTheSuggestionsMayNeedThem) {
+    activity_.rows = {row(kNow - 900, "X", 1, {"Xcode"}), row(kNow - 600, "M", 2, {"Mail"}),
+                      row(kNow - 300, "N", 3, {"Notes"})};
+    run({{ApplicationRule{"Xcode"}}, {EntityRule{std::nullopt, "Jira"}}, {ApplicationRule{"Mail"}}}, kNow - 3600,
+        kNow + 3600, kNow);
+    // X goes to the first category, before any entity rule, whatever its
+    // entities; the Jira rule could take M before the third category; N,
+    // taken by none, counts its entities in the suggestions.
+    EXPECT_EQ(activity_.entitiesWanted, (std::vector<std::string>{"M", "N"}));
+}
+
 }  // namespace VarnholtQueryLib
