@@ -18,23 +18,28 @@ zpty -w completer 'compadd() {
   builtin compadd "$@"
 }'
 zpty -w completer "bindkey '^I' complete-word"
+# A key of its own that prints a marker: keys are handled one after the
+# other, so the marker follows every match the Tab before it added. Not ^D:
+# typed before the line editor takes the terminal, the terminal itself
+# would take that one as the end of input.
+zpty -w completer 'completion-done() { print -rn -- "<done>" }; zle -N completion-done; bindkey "^X^X" completion-done'
 zpty -w completer 'print -r -- "<ready>"'
 local output chunk
 while zpty -r completer chunk; do
   [[ $chunk == '<ready>'* ]] && break
 done
-zpty -w -n completer "$line"$'\t'
-# Collect what the terminal shows until it has been quiet for a while.
-integer quiet=0
-while (( quiet < 10 )); do
+zpty -w -n completer "$line"$'\t\x18\x18'
+# Collect what the terminal shows up to the marker (at most ten seconds).
+integer waited=0
+while [[ $output != *'<done>'* ]] && (( waited < 200 )); do
   if zpty -r -t completer chunk; then
     output+=$chunk
-    quiet=0
   else
-    sleep 0.1
-    (( quiet++ ))
+    sleep 0.05
+    (( waited++ ))
   fi
 done
+[[ $output == *'<done>'* ]] || { print -u2 "zsh did not finish completing '$line'"; exit 2 }
 zpty -d completer
 local -a matches
 matches=(${(M)${(s: :)output}:#<match>*})
