@@ -18,12 +18,12 @@ using namespace VarnholtSQLiteSupport;
 const char* const SQLiteFullTextMatch::kMatchStatement =
     "SELECT rowid FROM observations_fts WHERE observations_fts MATCH :match";
 
-namespace {
-
 // FTS5 applies a rowid range natively: it seeks in each word's list of
 // rows instead of reading it from the start of history.
-constexpr const char* kConfinedMatchStatement =
+const char* const SQLiteFullTextMatch::kConfinedMatchStatement =
     "SELECT rowid FROM observations_fts WHERE observations_fts MATCH :match AND rowid BETWEEN :lo AND :hi";
+
+namespace {
 
 // Whether an indexed word holds a letter or a digit. The recorder's
 // tokenizer keeps '_', '-' and '.' inside words, so that "node.js" stays

@@ -57,6 +57,10 @@ public:
     std::vector<std::int64_t> rowidsMatching(const std::vector<MatchTerm>& terms, double from,
                                              double to) override;
 
+    // The look-up confined to the rowids :lo to :hi, which the indexed way
+    // runs; :match is the MATCH text.
+    static const char* const kConfinedMatchStatement;
+
     // The MATCH text of `terms`: each in double quotes (a quote inside
     // doubled), separated by blanks, which FTS5 reads as AND.
     static std::string matchText(const std::vector<MatchTerm>& terms);

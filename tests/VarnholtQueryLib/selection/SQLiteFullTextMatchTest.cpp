@@ -9,6 +9,7 @@
 #include "DatabaseError.h"
 #include "EffectiveTimeWindow.h"
 #include "FixtureDatabase.h"
+#include "QueryPlanDatabases.h"
 #include "SQLiteReadConnection.h"
 #include "StatementLog.h"
 #include "TemporaryDirectory.h"
@@ -71,6 +72,14 @@ protected:
 private:
     VarnholtTestSupport::TemporaryDirectory directory_;
 };
+
+TEST(SQLiteFullTextMatchPlanTest, TheConfinedLookUpHandsTheRowidRangeToTheIndex) {
+    // Both bounds reach FTS5 (">" and "<" in its plan), which then seeks in
+    // each word's rows instead of reading them from the start of history.
+    VarnholtTestSupport::QueryPlanDatabases databases;
+    EXPECT_EQ(databases.planOnRecorderSchema(SQLiteFullTextMatch::kConfinedMatchStatement),
+              (std::vector<std::string>{"SCAN observations_fts VIRTUAL TABLE INDEX 0:M1><"}));
+}
 
 TEST(SQLiteFullTextMatchTextTest, EveryTermIsQuotedAndTheyAreAnded) {
     EXPECT_EQ(SQLiteFullTextMatch::matchText({{"invoice", false}, {"the exporter", true}, {"a\"b", false}}),
