@@ -155,10 +155,11 @@ TEST(MCPServerTest, TheIdleGapIsTheSameIntegerInBothCopies) {
     EXPECT_NE(result["content"][0]["text"].get<std::string>().find(R"("idle_seconds":300,)"), std::string::npos);
 }
 
-// What a week's summary costs a model, written once as compact text and
-// once as structure, against the printed document.
-TEST(MCPServerTest, AWeeksSummaryIsWrittenCompactly) {
-    TemporaryHome home;
+namespace {
+
+// Two weeks of sample activity ending half an hour before the frozen clock,
+// at UTC+2: what a person's database holds after a fortnight.
+void writeTwoWeeksOfSampleActivity(const TemporaryHome& home) {
     home.varnholtDirectory();
     VarnholtSampleData::SampleDatabaseOptions options;
     options.days = 14;
@@ -167,6 +168,15 @@ TEST(MCPServerTest, AWeeksSummaryIsWrittenCompactly) {
     options.homeForImagePaths = home.path();
     options.utcOffsetSeconds = 7200;
     VarnholtSampleData::writeSampleDatabase(home.databasePath(), options);
+}
+
+}  // namespace
+
+// What a week's summary costs a model, written once as compact text and
+// once as structure, against the printed document.
+TEST(MCPServerTest, AWeeksSummaryIsWrittenCompactly) {
+    TemporaryHome home;
+    writeTwoWeeksOfSampleActivity(home);
     Server server(home, frozen());
     const json result = server.call("summary", {{"preset", "this-week"}});
     const ProcessResult printed = home.run({"summary", "this-week", "--max-chars", "24000"}, frozen());
@@ -186,14 +196,7 @@ TEST(MCPServerTest, AWeeksSummaryIsWrittenCompactly) {
 // sample activity: at most 20,000 characters, every document in it an answer.
 TEST(MCPServerTest, EveryPromptFitsTwentyThousandCharacters) {
     TemporaryHome home;
-    home.varnholtDirectory();
-    VarnholtSampleData::SampleDatabaseOptions options;
-    options.days = 14;
-    options.seed = 1;
-    options.endTime = kNow - 1800;
-    options.homeForImagePaths = home.path();
-    options.utcOffsetSeconds = 7200;
-    VarnholtSampleData::writeSampleDatabase(home.databasePath(), options);
+    writeTwoWeeksOfSampleActivity(home);
     Server server(home, frozen(), Era::stateless);
     const std::vector<std::pair<std::string, json>> prompts = {
         {"stand-up", json::object()},

@@ -77,6 +77,15 @@ TEST(IndexedSummaryStatementsTest, WithoutEntitiesNoEntityIsRead) {
     }
 }
 
+TEST(IndexedSummaryStatementsTest, OneRowsEntitiesComeFromTheCoveringIndex) {
+    // The "table" o is the one bound id; its entities are one seek in the
+    // index the parts' subquery uses.
+    QueryPlanDatabases databases;
+    EXPECT_EQ(databases.planOnRecorderSchema(observationEntitiesStatement()),
+              (std::vector<std::string>{"CO-ROUTINE o", "SCAN CONSTANT ROW", "SCAN o", "CORRELATED SCALAR SUBQUERY 1",
+                                        kFrameDatedPlan.back()}));
+}
+
 TEST(IndexedSummaryStatementsTest, TheSelfDatedPartsAreThoseOfNoSeparateRecording) {
     const std::vector<std::string> parts = indexedActivityStatements();
     EXPECT_NE(parts[0].find("(o.recording_id IS NULL OR o.recording_id = '')"), std::string::npos);

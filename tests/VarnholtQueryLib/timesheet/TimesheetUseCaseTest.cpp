@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "ActivityRowsAsRead.h"
 #include "platform/LocalCalendar.h"
 #include "summary/FrameCoverageRules.h"
 
@@ -21,21 +22,8 @@ public:
     void scanActivity(double from, double to, const ActivityNeeds& asked, ActivityRowSink& sink) override {
         scans.emplace_back(from, to);
         needs.push_back(asked);
-        sink.restart();
-        for (ActivityRow row : rows) {
-            // As the database does it: a row the use case does not want the
-            // entities of comes without them.
-            if (asked.entitiesFor) {
-                ActivityRow bare = row;
-                bare.entities.clear();
-                if (asked.entitiesFor(bare)) {
-                    entitiesWanted.push_back(row.id);
-                } else {
-                    row.entities.clear();
-                }
-            }
-            sink.add(row);
-        }
+        const std::vector<std::string> wanted = VarnholtTestSupport::feedRowsAsRead(rows, asked, sink);
+        entitiesWanted.insert(entitiesWanted.end(), wanted.begin(), wanted.end());
     }
     FrameCounts countFrames(double, double) override { return counts; }
     void scanFrameTimes(double, double, const std::function<void(double)>& visit) override {
