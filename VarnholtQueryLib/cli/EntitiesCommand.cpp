@@ -13,7 +13,7 @@ namespace VarnholtQueryLib {
 
 namespace {
 
-constexpr std::int64_t kMaximumLimit = 500;
+constexpr std::int64_t kMaximumEntitiesLimit = 500;
 
 }  // namespace
 
@@ -31,7 +31,7 @@ JSON answerEntitiesCommand(const Command::Entities& command,
         params.toTs = range.to;
     }
     params.kind = command.kind;
-    params.limit = std::max<std::int64_t>(std::min(command.limit, kMaximumLimit), 1);
+    params.limit = std::max<std::int64_t>(std::min(command.limit, kMaximumEntitiesLimit), 1);
 
     // The query copies the connection's handle; `connection` outlives it here.
     SQLiteEntityQuery entityQuery(connection,

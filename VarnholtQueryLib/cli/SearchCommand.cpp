@@ -14,7 +14,7 @@ namespace VarnholtQueryLib {
 
 namespace {
 
-constexpr std::int64_t kMaximumLimit = 200;
+constexpr std::int64_t kMaximumSearchLimit = 200;
 
 ObservationSearchParams paramsFor(const Command::Search& command) {
     ObservationSearchParams params;
@@ -23,7 +23,7 @@ ObservationSearchParams paramsFor(const Command::Search& command) {
     params.fromTs = command.from;
     params.toTs = command.to;
     params.latestOnly = command.latestOnly;
-    params.limit = std::max<std::int64_t>(std::min(command.limit, kMaximumLimit), 1);
+    params.limit = std::max<std::int64_t>(std::min(command.limit, kMaximumSearchLimit), 1);
     if (command.latestOnly) params.limit = 1;
     params.collapse = command.collapse;
     params.allWords = command.allWords;

@@ -6,14 +6,6 @@
 
 namespace VarnholtQueryLib::MCP {
 
-namespace {
-
-Reply invalidRequest(const RequestId& id, const std::string& why) {
-    return errorReply(id, ErrorCode::invalidRequest, "Invalid Request: " + why);
-}
-
-}  // namespace
-
 Reply HandshakeSession::serve(const IncomingMessage& request, bool inBatch) {
     const RequestId& id = request.id;
     const std::string& method = request.method;
@@ -29,13 +21,13 @@ Reply HandshakeSession::serve(const IncomingMessage& request, bool inBatch) {
 
     if (method == "ping") return resultReply(id, JSON::object());
     if (method == "initialize") return initialize(id, params, inBatch);
-    if (!revision_) return invalidRequest(id, "the session is not initialized; send initialize first");
+    if (!revision_) return invalidRequestReply(id, "the session is not initialized; send initialize first");
     return replyFor(id, runMethod(*entry, services_, params, RequestTerms(*revision_, appsExtension_)));
 }
 
 Reply HandshakeSession::initialize(const RequestId& id, const JSON& params, bool inBatch) {
-    if (inBatch) return invalidRequest(id, "initialize must not be part of a batch");
-    if (revision_) return invalidRequest(id, "the session is already initialized");
+    if (inBatch) return invalidRequestReply(id, "initialize must not be part of a batch");
+    if (revision_) return invalidRequestReply(id, "the session is already initialized");
     if (!params.contains("protocolVersion") || !params["protocolVersion"].is_string()) {
         return errorReply(id, RPCError::invalidParams("protocolVersion must be a string"));
     }

@@ -109,6 +109,10 @@ Reply errorReply(RequestId id, ErrorCode code, const std::string& message,
     return Reply{std::move(id), std::nullopt, std::move(error)};
 }
 
+Reply invalidRequestReply(RequestId id, const std::string& why) {
+    return errorReply(std::move(id), ErrorCode::invalidRequest, "Invalid Request: " + why);
+}
+
 Reply errorReply(RequestId id, RPCError error) {
     return errorReply(std::move(id), error.code, error.message, std::move(error.data));
 }

@@ -109,6 +109,9 @@ Reply resultReply(RequestId id, JSON result);
 Reply errorReply(RequestId id, ErrorCode code, const std::string& message,
                  std::optional<JSON> data = std::nullopt);
 Reply errorReply(RequestId id, RPCError error);
+// "Invalid Request: <why>": the message is not a request this server
+// accepts where it stands (before initialize, in a batch, ...).
+Reply invalidRequestReply(RequestId id, const std::string& why);
 
 // The one-line wire form of a reply: compact JSON with its keys in ascending
 // order ("error" or "result", "id", "jsonrpc"), UTF-8 as it is, no newline

@@ -41,10 +41,6 @@ bool isBlank(std::string_view line) {
     return line.find_first_not_of(" \t\r\n") == std::string_view::npos;
 }
 
-Reply invalidRequest(const RequestId& id, const std::string& why) {
-    return errorReply(id, ErrorCode::invalidRequest, "Invalid Request: " + why);
-}
-
 // Whether the parser read any id of `value` (a message or a batch) as a
 // double, so that its written form must be looked up.
 bool hasNumberIdToKeep(const JSON& value) {
@@ -66,7 +62,7 @@ MCPSession::MCPSession(const DocumentSource& documents)
 std::optional<std::string> MCPSession::replyTo(std::string_view line) {
     if (isBlank(line)) return std::nullopt;
     if (nestsTooDeeply(line)) {
-        return encodeReply(invalidRequest(
+        return encodeReply(invalidRequestReply(
             RequestId(), "a message may nest at most " + std::to_string(kMaxNesting) + " levels"));
     }
     // The parser refuses ill-formed UTF-8 (and lone surrogate escapes), so
@@ -88,7 +84,7 @@ std::optional<std::string> MCPSession::replyTo(std::string_view line) {
 }
 
 std::string MCPSession::replyToOversizedLine() const {
-    return encodeReply(invalidRequest(
+    return encodeReply(invalidRequestReply(
         RequestId(), "a message may be at most " + std::to_string(kMaxMessageBytes) + " bytes"));
 }
 
@@ -99,11 +95,11 @@ std::optional<std::string> MCPSession::replyToBatch(
     const auto revision = handshake_.revision();
     if (!revision || !allowsBatches(*revision)) {
         return encodeReply(
-            invalidRequest(RequestId(), "batches are not part of this protocol revision"));
+            invalidRequestReply(RequestId(), "batches are not part of this protocol revision"));
     }
-    if (batch.empty()) return encodeReply(invalidRequest(RequestId(), "an empty batch"));
+    if (batch.empty()) return encodeReply(invalidRequestReply(RequestId(), "an empty batch"));
     if (batch.size() > kMaxBatchMessages) {
-        return encodeReply(invalidRequest(
+        return encodeReply(invalidRequestReply(
             RequestId(), "a batch may hold at most " + std::to_string(kMaxBatchMessages) + " messages"));
     }
     // Each reply is encoded as soon as it is made, so that the batch holds
@@ -139,12 +135,12 @@ std::optional<Reply> MCPSession::replyToMessage(const JSON& message,
         case IncomingMessage::Kind::response:
             return std::nullopt;
         case IncomingMessage::Kind::invalid:
-            return invalidRequest(incoming.id, incoming.problem);
+            return invalidRequestReply(incoming.id, incoming.problem);
         case IncomingMessage::Kind::request:
             break;
     }
     if (eraOf(incoming) == Era::stateless) {
-        if (inBatch) return invalidRequest(incoming.id, "a request with an envelope cannot be batched");
+        if (inBatch) return invalidRequestReply(incoming.id, "a request with an envelope cannot be batched");
         StatelessReply served = serveStatelessRequest(services_, incoming);
         if (served.served) history_.noteStatelessRequest(incoming.method);
         return std::move(served.reply);

@@ -8,14 +8,6 @@
 
 namespace VarnholtQueryLib {
 
-namespace {
-
-// Name keys kept at most: plenty for the applications and entities of a
-// range, bounded for a database that names a new one in every row.
-constexpr std::size_t kKeysKept = 8192;
-
-}  // namespace
-
 RowSelector RowSelector::resolve(const std::vector<RuleSet>& ruleSets, FullTextMatchPort& index, double from,
                                  double to) {
     RowSelector selector;
@@ -59,15 +51,6 @@ RowSelector RowSelector::resolve(const std::vector<RuleSet>& ruleSets, FullTextM
     return selector;
 }
 
-const std::string& RowSelector::keyOf(const std::string& name) {
-    auto found = keyByName_.find(name);
-    if (found == keyByName_.end()) {
-        if (keyByName_.size() >= kKeysKept) keyByName_.clear();
-        found = keyByName_.emplace(name, DeduplicationService::nameKey(name)).first;
-    }
-    return found->second;
-}
-
 bool RowSelector::matches(const CompiledRule& rule, const Row& row) {
     switch (rule.kind) {
         case Kind::text: {
@@ -77,10 +60,10 @@ bool RowSelector::matches(const CompiledRule& rule, const Row& row) {
         }
         case Kind::application:
             return std::any_of(row.apps.begin(), row.apps.end(),
-                               [&](const std::string& name) { return keyOf(name) == rule.key; });
+                               [&](const std::string& name) { return keys_.keyOf(name) == rule.key; });
         case Kind::entity:
             return std::any_of(row.entities.begin(), row.entities.end(), [&](const auto& entity) {
-                return (!rule.entityKind || entity.first == *rule.entityKind) && keyOf(entity.second) == rule.key;
+                return (!rule.entityKind || entity.first == *rule.entityKind) && keys_.keyOf(entity.second) == rule.key;
             });
     }
     return false;

@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "redaction/NameKeyCache.h"
 #include "selection/FullTextMatchPort.h"
 #include "selection/SelectionRules.h"
 
@@ -70,11 +71,10 @@ private:
 
     RowSelector() = default;
     bool matches(const CompiledRule& rule, const Row& row);
-    const std::string& keyOf(const std::string& name);
 
     std::vector<std::vector<CompiledRule>> sets_;
     std::vector<std::vector<std::int64_t>> matches_;  // ascending rowids per distinct text
-    std::unordered_map<std::string, std::string> keyByName_;
+    NameKeyCache keys_;
     bool readsRowids_ = false;
     bool readsApplications_ = false;
     bool readsEntities_ = false;

@@ -113,7 +113,7 @@ std::optional<std::vector<std::int64_t>> SQLiteFullTextMatch::matchIndexed(const
 std::optional<SQLiteFullTextMatch::RowidRange> SQLiteFullTextMatch::windowRowids(double from, double to) {
     if (windowRowids_ && windowRowids_->from == from && windowRowids_->to == to) return windowRowids_->rowids;
     sqlite3* handle = connection_.handle();
-    sqlite3_stmt* range = prepareOrNull(handle, windowRowidRangeStatement({true, true}));
+    sqlite3_stmt* range = prepareOrNull(handle, VarnholtSQLiteSupport::windowRowidRangeStatement({true, true}));
     if (range == nullptr) return std::nullopt;
     FinalizeOnExit finalizeRange(range);
     bindNamedDouble(range, ":from", from);

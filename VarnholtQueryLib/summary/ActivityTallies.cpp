@@ -4,29 +4,16 @@
 #include <unordered_set>
 #include <utility>
 
-#include "redaction/DeduplicationService.h"
 
 namespace VarnholtQueryLib {
 
 namespace {
-
-// Name keys kept at most: plenty for the applications and entities of a
-// range, bounded for a database that names a new one in every row.
-constexpr std::size_t kKeysKept = 8192;
 
 // One key per (kind, value), unambiguous whatever the texts hold.
 std::string pairKey(const std::string& kind, const std::string& value) {
     return std::to_string(kind.size()) + ":" + kind + value;
 }
 
-const std::string& cachedKey(std::unordered_map<std::string, std::string>& keys, const std::string& name) {
-    auto found = keys.find(name);
-    if (found == keys.end()) {
-        if (keys.size() >= kKeysKept) keys.clear();
-        found = keys.emplace(name, DeduplicationService::nameKey(name)).first;
-    }
-    return found->second;
-}
 
 }  // namespace
 
@@ -45,16 +32,14 @@ bool ranksBefore(const EntityTime& a, const EntityTime& b) {
     return a.value < b.value;
 }
 
-const std::string& ApplicationTally::keyOf(const std::string& name) { return cachedKey(keyByName_, name); }
-
 void ApplicationTally::add(const std::vector<std::string>& apps, double cover) {
     std::vector<std::size_t> listed;
     for (const std::string& name : apps) {
-        auto found = byKey_.find(keyOf(name));
+        auto found = byKey_.find(keys_.keyOf(name));
         if (found == byKey_.end()) {
             // Rows arrive oldest first, so the first spelling met is the
             // earliest row's.
-            found = byKey_.emplace(keyOf(name), applications_.size()).first;
+            found = byKey_.emplace(keys_.keyOf(name), applications_.size()).first;
             applications_.push_back({name, 0, 0});
         }
         const std::size_t application = found->second;
@@ -74,15 +59,13 @@ std::vector<ApplicationTime> ApplicationTally::ranked() const {
 
 EntityTally::EntityTally(std::optional<std::string> kind) : kind_(std::move(kind)) {}
 
-const std::string& EntityTally::keyOf(const std::string& name) { return cachedKey(keyByName_, name); }
-
 void EntityTally::add(const std::vector<EntityPair>& entities, double time, double cover) {
     std::unordered_set<std::string> spellingsListed;
     std::vector<std::size_t> entitiesListed;
     for (const EntityPair& pair : entities) {
         if (kind_ && pair.first != *kind_) continue;
         if (!spellingsListed.insert(pairKey(pair.first, pair.second)).second) continue;
-        std::string key = pairKey(pair.first, keyOf(pair.second));
+        std::string key = pairKey(pair.first, keys_.keyOf(pair.second));
         auto found = byKey_.find(key);
         if (found == byKey_.end()) {
             found = byKey_.emplace(std::move(key), entities_.size()).first;

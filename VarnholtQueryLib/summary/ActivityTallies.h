@@ -6,6 +6,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "redaction/NameKeyCache.h"
 #include "summary/ActivityRecords.h"
 
 namespace VarnholtQueryLib {
@@ -13,8 +14,7 @@ namespace VarnholtQueryLib {
 // The applications and entities of counted rows, tallied as the summary
 // tallies them, for every account that lists them (the summary's, a
 // timesheet's suggestions). Rows arrive in the order the rule of covers
-// takes them (RowCovers). Single-threaded; the name keys computed are kept
-// for the next row, a bounded number of them.
+// takes them (RowCovers). Single-threaded.
 
 // Applications: a row's apps, names compared by DeduplicationService's
 // name key and counted once per row; an application is visible for the
@@ -28,11 +28,9 @@ public:
     std::vector<ApplicationTime> ranked() const;
 
 private:
-    const std::string& keyOf(const std::string& name);
-
     std::vector<ApplicationTime> applications_;
     std::unordered_map<std::string, std::size_t> byKey_;
-    std::unordered_map<std::string, std::string> keyByName_;
+    NameKeyCache keys_;
 };
 
 // Entities: a kind and a value compared by the name key (of `kind` only,
@@ -59,12 +57,10 @@ private:
         std::vector<Spelling> spellings;  // in the order of their first rows
     };
 
-    const std::string& keyOf(const std::string& name);
-
     std::optional<std::string> kind_;
     std::vector<Entity> entities_;
     std::unordered_map<std::string, std::size_t> byKey_;
-    std::unordered_map<std::string, std::string> keyByName_;
+    NameKeyCache keys_;
 };
 
 // The orders of the lists: most printed seconds first, so that two entries
