@@ -11,6 +11,7 @@
 #include "FixtureDatabase.h"
 #include "RecorderSchema.h"
 #include "TemporaryHome.h"
+#include "TestInstants.h"
 
 using namespace VarnholtTestSupport;
 
@@ -18,7 +19,7 @@ namespace {
 
 // The frozen clock of every run: 2026-04-01T10:00:00Z.
 constexpr const char* kFrozenTime = "2026-04-01 10:00:00";
-constexpr double kNow = 1775037600;
+using VarnholtTestSupport::kNow;
 
 std::string number(double value) { return std::to_string(value); }
 

@@ -20,6 +20,8 @@
 #include "TemporaryHome.h"
 #include "TestPrograms.h"
 #include "output/JSONWriter.h"
+#include "TestInstants.h"
+#include "FileBytes.h"
 
 using namespace VarnholtTestSupport;
 using nlohmann::json;
@@ -27,7 +29,7 @@ using nlohmann::json;
 namespace {
 
 // Wednesday 1 April 2026, 10:00 UTC, as seconds since 1970.
-constexpr double kNow = 1775037600;
+using VarnholtTestSupport::kNow;
 
 InvocationOptions frozen() {
     InvocationOptions options;
@@ -50,10 +52,7 @@ void writeDatabase(const TemporaryHome& home, std::uint64_t seed = 1) {
     VarnholtSampleData::writeSampleDatabase(home.databasePath(), options);
 }
 
-std::string fileBytes(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(file), {});
-}
+using VarnholtTestSupport::fileBytes;
 
 // Characters of UTF-8 text: every byte but the continuation bytes.
 std::size_t characters(const std::string& text) {

@@ -13,6 +13,7 @@
 #include "FixtureDatabase.h"
 #include "RecorderSchema.h"
 #include "TemporaryHome.h"
+#include "FileBytes.h"
 
 using namespace VarnholtTestSupport;
 
@@ -79,10 +80,7 @@ void createDatabase(const TemporaryHome& home, const std::string& rows) {
     sqlite3_close(handle);
 }
 
-std::string fileBytes(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-}
+using VarnholtTestSupport::fileBytes;
 
 InvocationOptions in(const std::string& zone) {
     InvocationOptions options;

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "TemporaryDirectory.h"
+#include "FileBytes.h"
 
 using namespace VarnholtSampleData;
 using VarnholtTestSupport::TemporaryDirectory;
@@ -32,10 +33,7 @@ SampleDatabaseOptions optionsFor(int days, std::uint64_t seed, int utcOffsetSeco
     return options;
 }
 
-std::string readFile(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
+using VarnholtTestSupport::fileBytes;
 
 // A read-only look into a generated database.
 class Database {
@@ -147,7 +145,7 @@ TEST(SampleDatabaseTest, RefusesToOverwriteAnExistingFile) {
 
     EXPECT_THROW(writeSampleDatabase(path, optionsFor(1, 1)), ExistingFileError);
 
-    EXPECT_EQ(readFile(path), content);
+    EXPECT_EQ(fileBytes(path), content);
     // Nothing half-written is left beside it.
     std::vector<std::string> names;
     for (const auto& entry : std::filesystem::directory_iterator(directory.path())) {
@@ -163,7 +161,7 @@ TEST(SampleDatabaseTest, RefusesWhenALeftoverWriteAheadLogExists) {
 
     EXPECT_THROW(writeSampleDatabase(path, optionsFor(1, 1)), ExistingFileError);
     EXPECT_FALSE(std::filesystem::exists(path));
-    EXPECT_EQ(readFile(path + "-wal"), "old log");
+    EXPECT_EQ(fileBytes(path + "-wal"), "old log");
 }
 
 TEST(SampleDatabaseTest, RejectsUnusableOptionsWithoutCreatingAFile) {

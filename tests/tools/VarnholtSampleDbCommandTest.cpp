@@ -9,23 +9,21 @@
 
 #include "TemporaryHome.h"
 #include "TestPrograms.h"
+#include "FileBytes.h"
 
 using namespace VarnholtTestSupport;
 
 namespace {
 
 // Wednesday 2026-04-01 16:00:00 UTC.
-const std::string kEnd = "1775059200";
+const std::string kEndText = "1775059200";
 constexpr const char* kUsagePrefix = "Usage: varnholt-sample-db [--days N]";
 
 ProcessResult runGenerator(const TemporaryHome& home, const std::vector<std::string>& arguments) {
     return home.runProgram(kSampleDbBinary, arguments);
 }
 
-std::string readFile(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
+using VarnholtTestSupport::fileBytes;
 
 // The first row of `sql` in the database at `path`, columns joined by '|'.
 std::string firstRow(const std::string& path, const std::string& sql) {
@@ -52,13 +50,13 @@ std::string firstRow(const std::string& path, const std::string& sql) {
 TEST(VarnholtSampleDbCommandTest, WritesADatabaseAtThePathGiven) {
     TemporaryHome home;
     const std::string path = home.path() + "/sample.db";
-    const ProcessResult result = runGenerator(home, {"--days", "2", "--seed", "9", "--end", kEnd, path});
+    const ProcessResult result = runGenerator(home, {"--days", "2", "--seed", "9", "--end", kEndText, path});
     EXPECT_EQ(result.exitStatus, 0);
     EXPECT_EQ(result.standardError,
               "Created a sample recorder database with 2 days of activity at " + path + "\n");
     EXPECT_EQ(result.standardOutput, "");
     EXPECT_EQ(firstRow(path, "PRAGMA user_version"), "24");
-    EXPECT_EQ(firstRow(path, "SELECT max(timestamp) <= " + kEnd +
+    EXPECT_EQ(firstRow(path, "SELECT max(timestamp) <= " + kEndText +
                                  ", count(DISTINCT date(timestamp, 'unixepoch')) "
                                  "FROM frames"),
               "1|2");
@@ -69,11 +67,11 @@ TEST(VarnholtSampleDbCommandTest, WorkingHoursFollowTheTimeZone) {
     InvocationOptions brisbane;
     brisbane.timeZone = "Australia/Brisbane";  // UTC+10 all year
     const std::string path = home.path() + "/brisbane.db";
-    ASSERT_EQ(home.runProgram(kSampleDbBinary, {"--days", "3", "--end", kEnd, path}, brisbane).exitStatus,
+    ASSERT_EQ(home.runProgram(kSampleDbBinary, {"--days", "3", "--end", kEndText, path}, brisbane).exitStatus,
               0);
     // The end is 02:00 in Brisbane; before the session that runs until it,
     // all work falls between 08:00 and 19:00 there, which is the UTC night.
-    EXPECT_EQ(firstRow(path, "SELECT count(*) FROM frames WHERE timestamp < " + kEnd +
+    EXPECT_EQ(firstRow(path, "SELECT count(*) FROM frames WHERE timestamp < " + kEndText +
                                  " - 7200 AND strftime('%H', timestamp + 36000, 'unixepoch') "
                                  "NOT BETWEEN '08' AND '18'"),
               "0");
@@ -85,10 +83,10 @@ TEST(VarnholtSampleDbCommandTest, RefusesToOverwriteAnExistingFile) {
     TemporaryHome home;
     const std::string path = home.path() + "/important.db";
     home.writeFile("important.db", "keep me\n");
-    const ProcessResult result = runGenerator(home, {"--days", "1", "--end", kEnd, path});
+    const ProcessResult result = runGenerator(home, {"--days", "1", "--end", kEndText, path});
     EXPECT_EQ(result.exitStatus, 1);
     EXPECT_EQ(result.standardError, "varnholt-sample-db: Refusing to overwrite existing file " + path + "\n");
-    EXPECT_EQ(readFile(path), "keep me\n");
+    EXPECT_EQ(fileBytes(path), "keep me\n");
 }
 
 TEST(VarnholtSampleDbCommandTest, DefaultLocationCreatesTheDatabaseOnceAndThenLeavesItAlone) {
@@ -96,7 +94,7 @@ TEST(VarnholtSampleDbCommandTest, DefaultLocationCreatesTheDatabaseOnceAndThenLe
     const std::string path = home.databasePath();
     ASSERT_FALSE(std::filesystem::exists(home.path() + "/.varnholt"));
 
-    const ProcessResult first = runGenerator(home, {"--default-location", "--days", "1", "--end", kEnd});
+    const ProcessResult first = runGenerator(home, {"--default-location", "--days", "1", "--end", kEndText});
     EXPECT_EQ(first.exitStatus, 0);
     EXPECT_EQ(first.standardError,
               "Created a sample recorder database with 1 day of activity at " + path + "\n");
@@ -105,12 +103,12 @@ TEST(VarnholtSampleDbCommandTest, DefaultLocationCreatesTheDatabaseOnceAndThenLe
     EXPECT_EQ(firstRow(path, "SELECT count(*) = 0 FROM frames WHERE image_path NOT LIKE '" + home.path() +
                                  "/.varnholt/frames/2026-04-01/%.jpg'"),
               "1");
-    const std::string before = readFile(path);
+    const std::string before = fileBytes(path);
 
-    const ProcessResult second = runGenerator(home, {"--default-location", "--days", "3", "--end", kEnd});
+    const ProcessResult second = runGenerator(home, {"--default-location", "--days", "3", "--end", kEndText});
     EXPECT_EQ(second.exitStatus, 0);
     EXPECT_EQ(second.standardError, "Recorder database exists at " + path + "; left untouched\n");
-    EXPECT_EQ(readFile(path), before);
+    EXPECT_EQ(fileBytes(path), before);
 }
 
 TEST(VarnholtSampleDbCommandTest, BadArgumentsPrintUsageAndCreateNothing) {

@@ -4,13 +4,14 @@
 
 #include "platform/LocalCalendar.h"
 #include "ThrownCLIError.h"
+#include "TestInstants.h"
 
 using namespace VarnholtQueryLib;
 using VarnholtTestSupport::thrownCLIError;
 
 namespace {
 
-constexpr double kNow = 1775037600;  // 2026-04-01T10:00:00Z
+using VarnholtTestSupport::kNow;  // 2026-04-01T10:00:00Z
 
 class CommandBuildersTest : public ::testing::Test {
 protected:

@@ -6,12 +6,13 @@
 #include "platform/LocalCalendar.h"
 #include "MemoryFileSystem.h"
 #include "ThrownCLIError.h"
+#include "TestInstants.h"
 
 using namespace VarnholtQueryLib;
 
 namespace {
 
-constexpr double kNow = 1775037600;  // 2026-04-01T10:00:00Z
+using VarnholtTestSupport::kNow;  // 2026-04-01T10:00:00Z
 
 class CommandParserTest : public ::testing::Test {
 protected:

@@ -8,6 +8,7 @@
 #include "TemporaryDirectory.h"
 #include "ThrownCLIError.h"
 #include "platform/LocalCalendar.h"
+#include "TestInstants.h"
 
 using namespace VarnholtQueryLib;
 using VarnholtSQLiteSupport::IndexCatalogue;
@@ -15,7 +16,7 @@ using VarnholtSQLiteSupport::SQLiteReadConnection;
 
 namespace {
 
-constexpr double kNow = 1775037600;        // Wednesday 2026-04-01T10:00:00Z
+using VarnholtTestSupport::kNow;        // Wednesday 2026-04-01T10:00:00Z
 constexpr double kApril1 = 1775001600;     // midnight UTC
 constexpr double kMarch25 = 1774396800;    // Wednesday a week before, midnight UTC
 

@@ -7,19 +7,16 @@
 #include <gtest/gtest.h>
 
 #include "platform/LocalCalendar.h"
+#include "TestInstants.h"
+#include "EntityTestParams.h"
 
 namespace VarnholtQueryLib {
 namespace {
 
 // 2026-03-31T22:30:00Z: already 1 April in Berlin (summer time, +02:00).
-constexpr double kNow = 1774996200;
+constexpr double kAnswerTime = 1774996200;
 // 2026-04-01T10:00:00Z.
-constexpr double kT = 1775037600;
-
-EntityQueryParams params(std::optional<double> fromTs, std::optional<double> toTs,
-                         std::optional<std::string> kind, std::int64_t limit) {
-    return {fromTs, toTs, std::move(kind), limit};
-}
+using VarnholtTestSupport::kT;
 
 std::string render(const std::vector<EntityAggregation>& results, const EntityQueryParams& query,
                    const LocalCalendar& calendar, double now) {
@@ -35,7 +32,7 @@ TEST(EntitiesResponseTest, EntitiesWithDefaultWindow) {
         {"app", "Xcode", 12, kT - 3600.75, kT + 59.9},
         {"tool", "/usr/bin/git", 3, kT, kT},
     };
-    EXPECT_EQ(render(results, params(kNow - 86400, {}, {}, 100), berlin, kNow), R"({
+    EXPECT_EQ(render(results, params(kAnswerTime - 86400, {}, {}, 100), berlin, kAnswerTime), R"({
   "api_version" : 2,
   "data" : {
     "entities" : [
@@ -102,7 +99,7 @@ TEST(EntitiesResponseTest, EchoesKindAndBothBoundsButNotTheLimit) {
 
 TEST(EntitiesResponseTest, EmptyResultWithUpperBoundOnly) {
     const LocalCalendar newYork("America/New_York", "en_US");
-    EXPECT_EQ(render({}, params({}, kT, {}, 5), newYork, kNow), R"({
+    EXPECT_EQ(render({}, params({}, kT, {}, 5), newYork, kAnswerTime), R"({
   "api_version" : 2,
   "data" : {
     "entities" : [
@@ -124,7 +121,7 @@ TEST(EntitiesResponseTest, EmptyResultWithUpperBoundOnly) {
 TEST(EntitiesResponseTest, NoBoundsAndEmptyKindFilter) {
     // An empty kind is still a kind the caller asked for.
     const LocalCalendar utc("UTC", "en_US");
-    EXPECT_EQ(render({}, params({}, {}, "", 5), utc, kNow), R"({
+    EXPECT_EQ(render({}, params({}, {}, "", 5), utc, kAnswerTime), R"({
   "api_version" : 2,
   "data" : {
     "entities" : [

@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 
 #include "DatabaseError.h"
+#include "TestInstants.h"
+#include "EntityTestParams.h"
 
 namespace VarnholtQueryLib {
 namespace {
@@ -14,7 +16,7 @@ namespace {
 using VarnholtSQLiteSupport::DatabaseError;
 
 // 2026-04-01T10:00:00Z.
-constexpr double kNow = 1775037600;
+using VarnholtTestSupport::kNow;
 
 // Records every request and answers with a fixed list, or fails on request.
 class FakeEntityQuery final : public EntityQueryPort {
@@ -29,11 +31,6 @@ public:
     std::vector<EntityAggregation> answer;
     std::optional<DatabaseError> failure;
 };
-
-EntityQueryParams params(std::optional<double> fromTs, std::optional<double> toTs,
-                         std::optional<std::string> kind, std::int64_t limit) {
-    return {fromTs, toTs, std::move(kind), limit};
-}
 
 class EntitiesUseCaseTest : public ::testing::Test {
 protected:

@@ -3,16 +3,12 @@
 #include <gtest/gtest.h>
 
 #include "QueryPlanDatabases.h"
+#include "EntityTestParams.h"
 
 using VarnholtTestSupport::QueryPlanDatabases;
 
 namespace VarnholtQueryLib {
 namespace {
-
-EntityQueryParams params(std::optional<double> fromTs, std::optional<double> toTs,
-                         std::optional<std::string> kind) {
-    return {fromTs, toTs, std::move(kind), 100};
-}
 
 // The window's frames and their observations, the self-dated observations
 // of every recording_id value, and the mentions of each through the covering

@@ -14,6 +14,8 @@
 #include "SQLiteReadConnection.h"
 #include "StatementLog.h"
 #include "TemporaryDirectory.h"
+#include "TestInstants.h"
+#include "EntityTestParams.h"
 
 namespace VarnholtQueryLib {
 
@@ -31,7 +33,7 @@ using VarnholtTestSupport::StatementChoice;
 using VarnholtTestSupport::StatementLog;
 
 // 2026-04-01T10:00:00Z.
-constexpr double kT = 1775037600;
+using VarnholtTestSupport::kT;
 
 std::string frame(const std::string& id, double timestamp) {
     return "INSERT INTO frames (id, display_id, captured_at, timestamp, image_path, analyzed) "
@@ -66,11 +68,6 @@ std::string mentionsAt(const std::string& id, double timestamp,
 EntityAggregation row(const std::string& kind, const std::string& value, std::int64_t count,
                       double firstSeen, double lastSeen) {
     return {kind, value, count, firstSeen, lastSeen};
-}
-
-EntityQueryParams params(std::optional<double> fromTs, std::optional<double> toTs,
-                         std::optional<std::string> kind, std::int64_t limit) {
-    return {fromTs, toTs, std::move(kind), limit};
 }
 
 class SQLiteEntityQueryTest : public ::testing::TestWithParam<StatementChoice> {

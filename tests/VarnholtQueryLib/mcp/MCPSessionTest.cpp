@@ -314,12 +314,12 @@ TEST_F(MCPSessionTest, IntegerIdsInAnyFormAreAnsweredWithTheirBytes) {
 
 namespace {
 
-const std::string kEnvelope =
+const std::string kEnvelopeMember =
     R"("_meta":{"io.modelcontextprotocol/protocolVersion":"2026-07-28","io.modelcontextprotocol/clientCapabilities":{}})";
 
 std::string statelessLine(const std::string& id, const std::string& method, const std::string& members = "") {
     return R"({"jsonrpc":"2.0","id":)" + id + R"(,"method":")" + method + R"(","params":{)" + members +
-           (members.empty() ? "" : ",") + kEnvelope + "}}";
+           (members.empty() ? "" : ",") + kEnvelopeMember + "}}";
 }
 
 }  // namespace
@@ -378,7 +378,7 @@ TEST_F(MCPSessionTest, BothErasOnOneLine) {
     // And the handshake session is none the wiser.
     EXPECT_EQ(session_.revision(), ProtocolRevision::r2025_03_26);
     EXPECT_FALSE(call("{}")["result"].contains("structuredContent"));
-    EXPECT_EQ(errorOf(send(R"({"jsonrpc":"2.0","id":5,"method":"ping","params":{)" + kEnvelope + "}}")),
+    EXPECT_EQ(errorOf(send(R"({"jsonrpc":"2.0","id":5,"method":"ping","params":{)" + kEnvelopeMember + "}}")),
               "-32601 Method not found: ping");
     EXPECT_EQ(send(R"({"jsonrpc":"2.0","id":6,"method":"ping"})")["result"], JSON::object());
 }
@@ -420,15 +420,15 @@ TEST_F(MCPSessionTest, StatelessIdsAreEchoedAsWritten) {
 }
 
 TEST_F(MCPSessionTest, StatelessNotificationsAreNeverAnswered) {
-    EXPECT_TRUE(send(R"({"jsonrpc":"2.0","method":"notifications/cancelled","params":{"requestId":1,)" + kEnvelope + "}}")
+    EXPECT_TRUE(send(R"({"jsonrpc":"2.0","method":"notifications/cancelled","params":{"requestId":1,)" + kEnvelopeMember + "}}")
                     .is_null());
     EXPECT_TRUE(send(R"({"jsonrpc":"2.0","method":"server/discover"})").is_null());
 }
 
 TEST_F(MCPSessionTest, JSONRPCErrorsAreTheSameForStatelessMessages) {
-    EXPECT_EQ(errorOf(send(R"({"jsonrpc":"1.0","id":1,"method":"tools/list","params":{)" + kEnvelope + "}}")),
+    EXPECT_EQ(errorOf(send(R"({"jsonrpc":"1.0","id":1,"method":"tools/list","params":{)" + kEnvelopeMember + "}}")),
               "-32600 Invalid Request: \"jsonrpc\" must be \"2.0\"");
-    EXPECT_EQ(errorOf(send(R"({"jsonrpc":"2.0","id":true,"method":"tools/list","params":{)" + kEnvelope + "}}")),
+    EXPECT_EQ(errorOf(send(R"({"jsonrpc":"2.0","id":true,"method":"tools/list","params":{)" + kEnvelopeMember + "}}")),
               "-32600 Invalid Request: \"id\" must be a string or an integer");
     EXPECT_EQ(errorOf(send(statelessLine("1", "tools/list").substr(1))), "-32700 Parse error: the line is not a JSON text");
     // None of these had a valid envelope, so initialize is still open.

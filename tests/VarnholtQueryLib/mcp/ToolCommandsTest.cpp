@@ -8,13 +8,14 @@
 #include "platform/LocalCalendar.h"
 #include "MemoryFileSystem.h"
 #include "ThrownCLIError.h"
+#include "TestInstants.h"
 
 using namespace VarnholtQueryLib;
 using namespace VarnholtQueryLib::MCP;
 
 namespace {
 
-constexpr double kNow = 1775037600;  // 2026-04-01T10:00:00Z
+using VarnholtTestSupport::kNow;  // 2026-04-01T10:00:00Z
 
 // A tool call and the command line that asks the same.
 struct Equivalent {

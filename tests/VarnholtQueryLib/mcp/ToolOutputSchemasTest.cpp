@@ -12,6 +12,7 @@
 #include "support_context/SupportContextResponse.h"
 #include "timeline/RecentResponse.h"
 #include "timesheet/TimesheetResponse.h"
+#include "TestInstants.h"
 
 using namespace VarnholtQueryLib;
 using namespace VarnholtQueryLib::MCP;
@@ -19,7 +20,7 @@ using VarnholtTestSupport::schemaViolations;
 
 namespace {
 
-constexpr double kNow = 1775037600.0;  // 2026-04-01T10:00:00Z
+using VarnholtTestSupport::kNow;  // 2026-04-01T10:00:00Z
 
 std::string violations(const JSON& document, const JSON& schema) {
     std::string text;

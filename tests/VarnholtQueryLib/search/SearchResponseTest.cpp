@@ -7,12 +7,13 @@
 #include <gtest/gtest.h>
 
 #include "platform/LocalCalendar.h"
+#include "TestInstants.h"
 
 namespace VarnholtQueryLib {
 namespace {
 
 // 2026-04-01T10:00:00Z, noon in Berlin (summer time).
-constexpr double kNow = 1775037600.0;
+using VarnholtTestSupport::kNow;
 
 class SearchResponseTest : public ::testing::Test {
 protected:

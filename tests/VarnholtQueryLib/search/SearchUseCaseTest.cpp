@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "DatabaseError.h"
+#include "TestInstants.h"
 
 namespace VarnholtQueryLib {
 namespace {
@@ -14,7 +15,7 @@ namespace {
 using VarnholtSQLiteSupport::DatabaseError;
 
 // 2026-04-01T10:00:00Z
-constexpr double kNow = 1775037600.0;
+using VarnholtTestSupport::kNow;
 
 // Records every request and answers with canned rows, or fails on request.
 class FakeSearchQuery final : public ObservationSearchQueryPort {

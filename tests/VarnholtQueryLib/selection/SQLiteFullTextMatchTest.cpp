@@ -13,6 +13,7 @@
 #include "SQLiteReadConnection.h"
 #include "StatementLog.h"
 #include "TemporaryDirectory.h"
+#include "TestInstants.h"
 
 namespace VarnholtQueryLib {
 namespace {
@@ -25,7 +26,7 @@ using VarnholtTestSupport::StatementChoice;
 using VarnholtTestSupport::StatementLog;
 
 // 2026-04-01T10:00:00Z.
-constexpr double kT = 1775037600;
+using VarnholtTestSupport::kT;
 
 // Rowids 1 to 6 in the window [kT, kT + 3600] (1 dated by its frame, the
 // others by their own time); 7 and 8 outside it, 8 through its frame.

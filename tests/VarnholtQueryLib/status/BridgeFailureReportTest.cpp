@@ -6,20 +6,18 @@
 
 #include <nlohmann/json.hpp>
 
+#include "BridgeFailureReportText.h"
+
 using VarnholtQueryLib::BridgeFailureReport;
 using VarnholtQueryLib::FileAttributes;
 using VarnholtQueryLib::FileSystemPort;
+using VarnholtQueryLib::kAllSixKeys;
 
 namespace {
 
 const BridgeFailureReport kReport{"2026-04-01T09:58:12Z", "/usr/bin/python3",
                                   "/opt/bridge/server.py", "qwen2-vl-2b",
                                   "/tmp/bridge.sock",     "Model failed to load: out of memory"};
-
-const char* kAllSixKeys =
-    R"({"timestamp":"2026-04-01T09:58:12Z","pythonPath":"/usr/bin/python3",)"
-    R"("bridgePath":"/opt/bridge/server.py","modelId":"qwen2-vl-2b",)"
-    R"("socketPath":"/tmp/bridge.sock","reason":"Model failed to load: out of memory"})";
 
 class InMemoryFileSystem final : public FileSystemPort {
 public:

@@ -8,6 +8,8 @@
 #include "SQLiteReadConnection.h"
 #include "StatementLog.h"
 #include "TemporaryDirectory.h"
+#include "TestClock.h"
+#include "TestInstants.h"
 
 using namespace VarnholtQueryLib;
 using VarnholtSQLiteSupport::DatabaseError;
@@ -17,14 +19,8 @@ using VarnholtTestSupport::StatementLog;
 
 namespace {
 
-constexpr double kNow = 1775037600.0;  // 2026-04-01T10:00:00Z
-
-class FakeClock final : public ClockPort {
-public:
-    explicit FakeClock(double now) : instant(now) {}
-    double now() const override { return instant; }
-    double instant;
-};
+using VarnholtTestSupport::kNow;  // 2026-04-01T10:00:00Z
+using VarnholtTestSupport::TestClock;
 
 class SQLiteOperationalStatusQueryTest : public ::testing::TestWithParam<StatementChoice> {
 protected:
@@ -58,7 +54,7 @@ protected:
 
     VarnholtTestSupport::TemporaryDirectory directory_;
     std::string path_ = directory_.file("varnholt.db");
-    FakeClock clock_{kNow};
+    TestClock clock_{kNow};
     bool ranLiteral_ = false;
 };
 

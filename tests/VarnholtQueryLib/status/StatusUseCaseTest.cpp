@@ -17,6 +17,9 @@
 #include "SchemaVersion.h"
 #include "platform/SystemPlatform.h"
 #include "TemporaryDirectory.h"
+#include "TestClock.h"
+#include "TestInstants.h"
+#include "BridgeFailureReportText.h"
 
 using namespace VarnholtQueryLib;
 
@@ -24,17 +27,9 @@ namespace {
 
 constexpr const char* kHome = "/home/tester";
 constexpr const char* kDatabase = "/home/tester/.varnholt/varnholt.db";
-constexpr const char* kReport = "/home/tester/.varnholt/last-bridge-error.json";
-constexpr double kNow = 1775037600.0;  // 2026-04-01T10:00:00Z
-
-class FakeClock final : public ClockPort {
-public:
-    explicit FakeClock(double now) : now_(now) {}
-    double now() const override { return now_; }
-
-private:
-    double now_;
-};
+constexpr const char* kReportPath = "/home/tester/.varnholt/last-bridge-error.json";
+using VarnholtTestSupport::kNow;  // 2026-04-01T10:00:00Z
+using VarnholtTestSupport::TestClock;
 
 // Files by path: attributes and contents, each on its own, so that a test can
 // have an attribute-less or unreadable file.
@@ -101,11 +96,6 @@ OperationalMetrics metrics(std::int64_t totalFrames, std::int64_t framesLast5Min
 std::optional<std::string> codeOf(const OperationalMetrics& input) {
     return StatusUseCase::computeDiagnosis(input).code;
 }
-
-const std::string kAllSixKeys =
-    R"({"timestamp":"2026-04-01T09:58:12Z","pythonPath":"/usr/bin/python3",)"
-    R"("bridgePath":"/opt/bridge/server.py","modelId":"qwen2-vl-2b",)"
-    R"("socketPath":"/tmp/bridge.sock","reason":"Model failed to load: out of memory"})";
 
 }  // namespace
 
@@ -199,7 +189,7 @@ protected:
         fileSystem.attributesByPath[kDatabase] = FileAttributes{size, instant};
     }
 
-    FakeClock clock{kNow};
+    TestClock clock{kNow};
     FakeFileSystem fileSystem;
 };
 
@@ -321,37 +311,37 @@ TEST_F(StatusUseCaseExecuteTest, NoFailureReportIsHealthy) {
 }
 
 TEST_F(StatusUseCaseExecuteTest, ReportWithAllSixKeysIsDegradedWithVerbatimFields) {
-    fileSystem.contentsByPath[kReport] = kAllSixKeys;
+    fileSystem.contentsByPath[kReportPath] = kAllSixKeys;
     const StatusData data = run(std::nullopt, nullptr);
     ASSERT_TRUE(data.bridgeHealth.has_value());
     EXPECT_EQ(*data.bridgeHealth,
               (StatusData::BridgeHealth{"degraded", "Model failed to load: out of memory",
-                                        "2026-04-01T09:58:12Z", kReport}));
+                                        "2026-04-01T09:58:12Z", kReportPath}));
 }
 
 TEST_F(StatusUseCaseExecuteTest, ReportLackingModelIdIsHealthy) {
-    fileSystem.contentsByPath[kReport] =
+    fileSystem.contentsByPath[kReportPath] =
         R"({"timestamp":"yesterday","pythonPath":"/usr/bin/python3","bridgePath":"/b.py",)"
         R"("socketPath":"/tmp/s","reason":"crashed"})";
     EXPECT_EQ(run(std::nullopt, nullptr).bridgeHealth->status, "healthy");
 }
 
 TEST_F(StatusUseCaseExecuteTest, ReportWithExtraKeysIsStillDegraded) {
-    fileSystem.contentsByPath[kReport] =
+    fileSystem.contentsByPath[kReportPath] =
         R"({"timestamp":"1775037000","pythonPath":"p","bridgePath":"b","modelId":"m",)"
         R"("socketPath":"s","reason":"exit code 1","exitCode":1,"stderr":["a","b"]})";
     const StatusData data = run(std::nullopt, nullptr);
     EXPECT_EQ(*data.bridgeHealth,
-              (StatusData::BridgeHealth{"degraded", "exit code 1", "1775037000", kReport}));
+              (StatusData::BridgeHealth{"degraded", "exit code 1", "1775037000", kReportPath}));
 }
 
 TEST_F(StatusUseCaseExecuteTest, MalformedReportIsHealthy) {
-    fileSystem.contentsByPath[kReport] = "{\"reason\": ";
+    fileSystem.contentsByPath[kReportPath] = "{\"reason\": ";
     EXPECT_EQ(run(std::nullopt, nullptr).bridgeHealth->status, "healthy");
 }
 
 TEST_F(StatusUseCaseExecuteTest, AReportThatCannotBeReadAtAllStillLeavesTheBridgeHealthy) {
-    fileSystem.throwingPaths.insert(kReport);
+    fileSystem.throwingPaths.insert(kReportPath);
     databaseModifiedAt(kNow - 10.0);
     const StatusData data = run(metrics(1, 1, 1, 0, 1), nullptr);
     EXPECT_EQ(*data.bridgeHealth, (StatusData::BridgeHealth{"healthy", std::nullopt, std::nullopt,

@@ -10,12 +10,13 @@
 
 #include "platform/LocalCalendar.h"
 #include "selection/RowSelector.h"
+#include "TestInstants.h"
 
 namespace VarnholtQueryLib {
 namespace {
 
 // 2026-04-01T10:00:00Z, a whole multiple of five minutes.
-constexpr double kT = 1775037600.0;
+using VarnholtTestSupport::kT;
 constexpr double kIdle = 300;
 
 // Descriptions by sequence, recording which were asked for.
@@ -31,7 +32,7 @@ public:
     std::vector<std::int64_t> asked;
 };
 
-ActivityRow row(double time, const std::string& id, std::vector<std::string> apps = {},
+ActivityRow rowWithLists(double time, const std::string& id, std::vector<std::string> apps = {},
                 std::vector<EntityPair> entities = {}) {
     ActivityRow activity;
     activity.time = time;
@@ -55,7 +56,7 @@ AccountingRules rulesFor(const std::vector<ActivityRow>& rows, double coverEnd,
 
 // An index for application and entity rules, which never ask it; text
 // rules hold their words where the test says.
-class FakeIndex final : public FullTextMatchPort {
+class GivenRowidsIndex final : public FullTextMatchPort {
 public:
     bool holdsWord(const std::string&) override { return true; }
     std::vector<std::int64_t> rowidsMatching(const std::vector<MatchTerm>&, double, double) override {
@@ -87,7 +88,7 @@ protected:
 
     LocalCalendar calendar{"UTC", "en_US"};
     FakeDescriptions descriptions;
-    FakeIndex index;
+    GivenRowidsIndex index;
 };
 
 TEST_F(ActivityAccountantTest, NoRowsMakeAnEmptyAccount) {
@@ -99,7 +100,7 @@ TEST_F(ActivityAccountantTest, NoRowsMakeAnEmptyAccount) {
 
 TEST_F(ActivityAccountantTest, EachRowCoversUntilTheNextAtMostTheIdleGap) {
     const ActivityAccount result =
-        account({row(kT, "a", {"Xcode"}), row(kT + 100, "b", {"Xcode"}), row(kT + 500, "c", {"Safari"})},
+        account({rowWithLists(kT, "a", {"Xcode"}), rowWithLists(kT + 100, "b", {"Xcode"}), rowWithLists(kT + 500, "c", {"Safari"})},
                 kT + 1000);
     // 100 (to b), 300 (400 to c, capped), 300 (500 to the end, capped).
     EXPECT_EQ(result.activeSeconds, 700);
@@ -118,29 +119,29 @@ TEST_F(ActivityAccountantTest, EachRowCoversUntilTheNextAtMostTheIdleGap) {
 }
 
 TEST_F(ActivityAccountantTest, ARowExactlyTheIdleGapAfterTheLastContinuesItsSession) {
-    EXPECT_EQ(account({row(kT, "a"), row(kT + kIdle, "b")}, kT + 2000).sessions.size(), 1u);
-    const ActivityAccount split = account({row(kT, "a"), row(kT + kIdle + 0.25, "b")}, kT + 2000);
+    EXPECT_EQ(account({rowWithLists(kT, "a"), rowWithLists(kT + kIdle, "b")}, kT + 2000).sessions.size(), 1u);
+    const ActivityAccount split = account({rowWithLists(kT, "a"), rowWithLists(kT + kIdle + 0.25, "b")}, kT + 2000);
     ASSERT_EQ(split.sessions.size(), 2u);
     EXPECT_EQ(split.sessions[0].end, kT + kIdle);
     EXPECT_EQ(split.activeSeconds, 2 * kIdle);
 }
 
 TEST_F(ActivityAccountantTest, TheLastRowCoversUntilTheEndOfTheRangeOrNow) {
-    EXPECT_EQ(account({row(kT, "a")}, kT + 42.5).activeSeconds, 42.5);
-    EXPECT_EQ(account({row(kT, "a")}, kT + 42.5).sessions[0].end, kT + 42.5);
-    EXPECT_EQ(account({row(kT, "a")}, kT + 4000).activeSeconds, kIdle);
+    EXPECT_EQ(account({rowWithLists(kT, "a")}, kT + 42.5).activeSeconds, 42.5);
+    EXPECT_EQ(account({rowWithLists(kT, "a")}, kT + 42.5).sessions[0].end, kT + 42.5);
+    EXPECT_EQ(account({rowWithLists(kT, "a")}, kT + 4000).activeSeconds, kIdle);
     // A row after now (a clock ahead) covers nothing.
-    EXPECT_EQ(account({row(kT, "a")}, kT - 10).activeSeconds, 0);
-    EXPECT_EQ(account({row(kT, "a")}, kT - 10).sessions[0].end, kT);
+    EXPECT_EQ(account({rowWithLists(kT, "a")}, kT - 10).activeSeconds, 0);
+    EXPECT_EQ(account({rowWithLists(kT, "a")}, kT - 10).sessions[0].end, kT);
 }
 
 TEST_F(ActivityAccountantTest, EqualTimesCountTheSameInEveryOrder) {
-    std::vector<ActivityRow> rows = {row(kT, "b", {"Mail"}), row(kT, "a", {"Xcode"}),
-                                     row(kT, "c", {"Slack"}, {{"app", "Slack"}})};
+    std::vector<ActivityRow> rows = {rowWithLists(kT, "b", {"Mail"}), rowWithLists(kT, "a", {"Xcode"}),
+                                     rowWithLists(kT, "c", {"Slack"}, {{"app", "Slack"}})};
     rows[0].sequence = 7;
     rows[1].sequence = 3;
     rows[2].sequence = 5;
-    const ActivityRow after = row(kT + 60, "z", {"Terminal"});
+    const ActivityRow after = rowWithLists(kT + 60, "z", {"Terminal"});
     std::sort(rows.begin(), rows.end(), [](const ActivityRow& a, const ActivityRow& b) { return a.id < b.id; });
     std::vector<ActivityAccount> accounts;
     do {
@@ -162,9 +163,9 @@ TEST_F(ActivityAccountantTest, EqualTimesCountTheSameInEveryOrder) {
 }
 
 TEST_F(ActivityAccountantTest, EqualTimesAndIdsOrderBySequence) {
-    ActivityRow first = row(kT, "same", {"Mail"});
+    ActivityRow first = rowWithLists(kT, "same", {"Mail"});
     first.sequence = 2;
-    ActivityRow second = row(kT, "same", {"Xcode"});
+    ActivityRow second = rowWithLists(kT, "same", {"Xcode"});
     second.sequence = 1;
     const ActivityAccount result = account({first, second}, kT + 30);
     EXPECT_EQ(result.applications[0], (ApplicationTime{"Mail", 30, 1}));
@@ -173,7 +174,7 @@ TEST_F(ActivityAccountantTest, EqualTimesAndIdsOrderBySequence) {
 
 TEST_F(ActivityAccountantTest, ApplicationsCountOncePerRowUnderTheirEarliestSpelling) {
     const ActivityAccount result = account(
-        {row(kT, "a", {"xcode", "Safari", "XCODE"}), row(kT + 10, "b", {"Xcode"}), row(kT + 20, "c", {})},
+        {rowWithLists(kT, "a", {"xcode", "Safari", "XCODE"}), rowWithLists(kT + 10, "b", {"Xcode"}), rowWithLists(kT + 20, "c", {})},
         kT + 25);
     EXPECT_EQ(result.applications,
               (std::vector<ApplicationTime>{{"xcode", 20, 2}, {"Safari", 10, 1}}));
@@ -184,7 +185,7 @@ TEST_F(ActivityAccountantTest, ApplicationsCountOncePerRowUnderTheirEarliestSpel
 TEST_F(ActivityAccountantTest, ListsOrderByPrintedSecondsThenByName) {
     // 10.4 and 9.6 both print as 10: the names decide.
     const ActivityAccount result =
-        account({row(kT, "a", {"Zed"}), row(kT + 10.4, "b", {"Atom"}), row(kT + 20, "c", {"Vim"})}, kT + 20.1);
+        account({rowWithLists(kT, "a", {"Zed"}), rowWithLists(kT + 10.4, "b", {"Atom"}), rowWithLists(kT + 20, "c", {"Vim"})}, kT + 20.1);
     EXPECT_EQ(result.applications[0].name, "Atom");
     EXPECT_EQ(result.applications[1].name, "Zed");
     EXPECT_EQ(result.applications[2].name, "Vim");
@@ -192,9 +193,9 @@ TEST_F(ActivityAccountantTest, ListsOrderByPrintedSecondsThenByName) {
 
 TEST_F(ActivityAccountantTest, AnEntityIsAKindAndAValueWhateverItsLetterCase) {
     const ActivityAccount result = account(
-        {row(kT, "a", {}, {{"app", "Xcode"}, {"app", "Xcode"}, {"language", "Swift"}}),
-         row(kT + 50, "b", {}, {{"app", "xcode"}}), row(kT + 80, "c", {}, {{"app", "Xcode"}}),
-         row(kT + 85, "d", {}, {{"App", "Xcode"}})},
+        {rowWithLists(kT, "a", {}, {{"app", "Xcode"}, {"app", "Xcode"}, {"language", "Swift"}}),
+         rowWithLists(kT + 50, "b", {}, {{"app", "xcode"}}), rowWithLists(kT + 80, "c", {}, {{"app", "Xcode"}}),
+         rowWithLists(kT + 85, "d", {}, {{"App", "Xcode"}})},
         kT + 90);
     // "Xcode" and "xcode" are one entity, spelt as two of its three rows do;
     // a kind compares exactly.
@@ -207,18 +208,18 @@ TEST_F(ActivityAccountantTest, AnEntityIsSpeltAsMostOfItsRowsSpellIt) {
     // swift: rows a, c; SWIFT: rows b, c, d; Swift: row e. A row holding two
     // spellings counts for each, and once for the entity.
     const ActivityAccount result = account(
-        {row(kT, "a", {}, {{"language", "swift"}}), row(kT + 10, "b", {}, {{"language", "SWIFT"}}),
-         row(kT + 20, "c", {}, {{"language", "swift"}, {"language", "SWIFT"}}),
-         row(kT + 30, "d", {}, {{"language", "SWIFT"}}), row(kT + 40, "e", {}, {{"language", "Swift"}})},
+        {rowWithLists(kT, "a", {}, {{"language", "swift"}}), rowWithLists(kT + 10, "b", {}, {{"language", "SWIFT"}}),
+         rowWithLists(kT + 20, "c", {}, {{"language", "swift"}, {"language", "SWIFT"}}),
+         rowWithLists(kT + 30, "d", {}, {{"language", "SWIFT"}}), rowWithLists(kT + 40, "e", {}, {{"language", "Swift"}})},
         kT + 50);
     EXPECT_EQ(result.entities, (std::vector<EntityTime>{{"language", "SWIFT", 50, 5, kT, kT + 40}}));
 }
 
 TEST_F(ActivityAccountantTest, AmongEquallyUsedSpellingsTheEarliestRowsIsShown) {
     const ActivityAccount result = account(
-        {row(kT, "a", {}, {{"tool", "Git"}}), row(kT + 10, "b", {}, {{"tool", "GIT"}}),
-         row(kT + 20, "c", {}, {{"tool", "git"}, {"tool", "GIT"}}), row(kT + 30, "d", {}, {{"tool", "git"}}),
-         row(kT + 40, "e", {}, {{"tool", "Git"}})},
+        {rowWithLists(kT, "a", {}, {{"tool", "Git"}}), rowWithLists(kT + 10, "b", {}, {{"tool", "GIT"}}),
+         rowWithLists(kT + 20, "c", {}, {{"tool", "git"}, {"tool", "GIT"}}), rowWithLists(kT + 30, "d", {}, {{"tool", "git"}}),
+         rowWithLists(kT + 40, "e", {}, {{"tool", "Git"}})},
         kT + 50);
     // Git, GIT and git are used by two rows each: Git came first.
     ASSERT_EQ(result.entities.size(), 1u);
@@ -228,7 +229,7 @@ TEST_F(ActivityAccountantTest, AmongEquallyUsedSpellingsTheEarliestRowsIsShown) 
 
 TEST_F(ActivityAccountantTest, AKindKeepsOnlyItsEntities) {
     const ActivityAccount result =
-        account({row(kT, "a", {"Xcode"}, {{"app", "Xcode"}, {"language", "Swift"}})}, kT + 10, "language");
+        account({rowWithLists(kT, "a", {"Xcode"}, {{"app", "Xcode"}, {"language", "Swift"}})}, kT + 10, "language");
     EXPECT_EQ(result.entities, (std::vector<EntityTime>{{"language", "Swift", 10, 1, kT, kT}}));
     EXPECT_EQ(result.applications.size(), 1u);
 }
@@ -241,9 +242,9 @@ TEST_F(ActivityAccountantTest, DaysAreTheUsersLocalDaysAndCountWhereTheRowIs) {
     constexpr double kMarch9 = kMarch8 + 23 * 3600;
     ActivityAccountant accountant(newYork, {kIdle, kMarch8, kMarch9 + 5000, std::nullopt, {}});
     accountant.restart();
-    accountant.add(row(kMarch9 - 100, "late", {"Mail"}));  // 23:58:20 on the 8th
-    accountant.add(row(kMarch9 + 100, "early", {"Xcode"}));  // 00:01:40 on the 9th
-    accountant.add(row(kMarch9 + 4000, "later", {"Xcode"}));
+    accountant.add(rowWithLists(kMarch9 - 100, "late", {"Mail"}));  // 23:58:20 on the 8th
+    accountant.add(rowWithLists(kMarch9 + 100, "early", {"Xcode"}));  // 00:01:40 on the 9th
+    accountant.add(rowWithLists(kMarch9 + 4000, "later", {"Xcode"}));
     const ActivityAccount result = accountant.close(descriptions);
     ASSERT_EQ(result.days.size(), 2u);
     EXPECT_EQ(result.days[0].date, "2026-03-08");
@@ -266,9 +267,9 @@ TEST_F(ActivityAccountantTest, ADayOfTwentyFiveHoursIsOneDay) {
     constexpr double kNovember1 = 1793505600.0;
     ActivityAccountant accountant(newYork, {kIdle, kNovember1, kNovember1 + 30 * 3600, std::nullopt, {}});
     accountant.restart();
-    accountant.add(row(kNovember1 + 60, "a"));
-    accountant.add(row(kNovember1 + 24.5 * 3600, "b"));  // 23:30 EST, still 1 November
-    accountant.add(row(kNovember1 + 25 * 3600 + 60, "c"));  // 00:01 on 2 November
+    accountant.add(rowWithLists(kNovember1 + 60, "a"));
+    accountant.add(rowWithLists(kNovember1 + 24.5 * 3600, "b"));  // 23:30 EST, still 1 November
+    accountant.add(rowWithLists(kNovember1 + 25 * 3600 + 60, "c"));  // 00:01 on 2 November
     const ActivityAccount result = accountant.close(descriptions);
     ASSERT_EQ(result.days.size(), 2u);
     EXPECT_EQ(result.days[0].date, "2026-11-01");
@@ -285,7 +286,7 @@ TEST_F(ActivityAccountantTest, HighlightsAreTheDistinctFirstDescriptionsOfTheBus
         {1, "quiet start"}, {4, "busy build"}, {3, "busy build"}, {3, "review"}, {2, "wrap up"}};
     for (std::size_t m = 0; m < moments.size(); ++m) {
         for (int i = 0; i < moments[m].first; ++i) {
-            ActivityRow activity = row(kT + 300.0 * static_cast<double>(m) + 60.0 * i, "o" + std::to_string(sequence));
+            ActivityRow activity = rowWithLists(kT + 300.0 * static_cast<double>(m) + 60.0 * i, "o" + std::to_string(sequence));
             activity.sequence = sequence++;
             if (i == 0) descriptions.texts[activity.sequence] = moments[m].second;
             if (i == 0 && m == 4) activity.description = "wrap up, as read with the row";
@@ -307,15 +308,15 @@ TEST_F(ActivityAccountantTest, HighlightsAreTheDistinctFirstDescriptionsOfTheBus
 TEST_F(ActivityAccountantTest, RowsOutOfTimeOrderAreRefused) {
     ActivityAccountant accountant(calendar, {kIdle, kT, kT + 100, std::nullopt, {}});
     accountant.restart();
-    accountant.add(row(kT + 10, "a"));
-    EXPECT_THROW(accountant.add(row(kT, "b")), std::logic_error);
+    accountant.add(rowWithLists(kT + 10, "a"));
+    EXPECT_THROW(accountant.add(rowWithLists(kT, "b")), std::logic_error);
 }
 
 TEST_F(ActivityAccountantTest, RestartForgetsTheRowsBefore) {
     ActivityAccountant accountant(calendar, {kIdle, kT, kT + 100, std::nullopt, {}});
-    accountant.add(row(kT + 50, "gone", {"Mail"}));
+    accountant.add(rowWithLists(kT + 50, "gone", {"Mail"}));
     accountant.restart();
-    accountant.add(row(kT, "a", {"Xcode"}));
+    accountant.add(rowWithLists(kT, "a", {"Xcode"}));
     const ActivityAccount result = accountant.close(descriptions);
     EXPECT_EQ(result.observationCount, 1);
     EXPECT_EQ(result.applications, (std::vector<ApplicationTime>{{"Xcode", 100, 1}}));
@@ -331,7 +332,7 @@ TEST_F(ActivityAccountantTest, EveryDayOfTheRangeIsListedWithOrWithoutRows) {
     // 1 April 12:00 to 5 April 12:00 (now), rows on 2 and 4 April only.
     AccountingRules rules{kIdle, kApril1 + kDay / 2, kApril1 + 4.5 * kDay, std::nullopt, {}};
     const ActivityAccount result =
-        accountWith({row(kApril1 + kDay + 60, "a", {"Xcode"}), row(kApril1 + 3 * kDay + 60, "b", {"Mail"})}, rules);
+        accountWith({rowWithLists(kApril1 + kDay + 60, "a", {"Xcode"}), rowWithLists(kApril1 + 3 * kDay + 60, "b", {"Mail"})}, rules);
     ASSERT_EQ(result.days.size(), 5u);
     const std::vector<std::string> dates = {"2026-04-01", "2026-04-02", "2026-04-03", "2026-04-04", "2026-04-05"};
     for (std::size_t i = 0; i < dates.size(); ++i) EXPECT_EQ(result.days[i].date, dates[i]);
@@ -350,7 +351,7 @@ TEST_F(ActivityAccountantTest, ARangeEndingAtMidnightListsNoDayAfterIt) {
     ASSERT_EQ(result.days.size(), 2u);
     EXPECT_EQ(result.days[1].date, "2026-04-02");
     // A row exactly at that midnight is in the range, and its day is listed.
-    const ActivityAccount atEnd = accountWith({row(kApril1 + 2 * kDay, "a")}, rules);
+    const ActivityAccount atEnd = accountWith({rowWithLists(kApril1 + 2 * kDay, "a")}, rules);
     ASSERT_EQ(atEnd.days.size(), 3u);
     EXPECT_EQ(atEnd.days[2].date, "2026-04-03");
     EXPECT_EQ(atEnd.days[2].observationCount, 1);
@@ -391,8 +392,8 @@ TEST_F(ActivityAccountantTest, ARangeOfMoreDaysThanAnAnswerListsIsRefused) {
 // ---- Sections -------------------------------------------------------------
 
 TEST_F(ActivityAccountantTest, OnlyTheSectionsAskedForAreCounted) {
-    const std::vector<ActivityRow> rows = {row(kT, "a", {"Xcode"}, {{"app", "Xcode"}}),
-                                           row(kT + 1000, "b", {"Mail"}, {{"app", "Mail"}})};
+    const std::vector<ActivityRow> rows = {rowWithLists(kT, "a", {"Xcode"}, {{"app", "Xcode"}}),
+                                           rowWithLists(kT + 1000, "b", {"Mail"}, {{"app", "Mail"}})};
     AccountingRules rules = rulesFor(rows, kT + 1100);
     rules.sections = *SummarySections::named({"days"});
     const ActivityAccount days = accountWith(rows, rules);
@@ -419,7 +420,7 @@ TEST_F(ActivityAccountantTest, OnlyTheSectionsAskedForAreCounted) {
 TEST_F(ActivityAccountantTest, APickedRowCoversUntilTheNextRowPickedOrNot) {
     // a (Xcode) is followed 100 s later by b (Mail): a's cover ends at b.
     const ActivityAccount result =
-        selected({row(kT, "a", {"Xcode"}), row(kT + 100, "b", {"Mail"}), row(kT + 200, "c", {"Xcode"})}, kT + 260,
+        selected({rowWithLists(kT, "a", {"Xcode"}), rowWithLists(kT + 100, "b", {"Mail"}), rowWithLists(kT + 200, "c", {"Xcode"})}, kT + 260,
                  {ApplicationRule{"xcode"}});
     EXPECT_EQ(result.activeSeconds, 160);
     EXPECT_EQ(result.observationCount, 2);
@@ -436,7 +437,7 @@ TEST_F(ActivityAccountantTest, PickedRowsWithinTheIdleGapOfEachOtherAreOneSessio
     // Picked rows 200 s apart with an unpicked row between: one session of
     // the picked rows' covers; 400 s apart: two.
     const ActivityAccount within =
-        selected({row(kT, "a", {"Xcode"}), row(kT + 100, "b", {"Mail"}), row(kT + 200, "c", {"Xcode"})}, kT + 230,
+        selected({rowWithLists(kT, "a", {"Xcode"}), rowWithLists(kT + 100, "b", {"Mail"}), rowWithLists(kT + 200, "c", {"Xcode"})}, kT + 230,
                  {ApplicationRule{"Xcode"}});
     ASSERT_EQ(within.sessions.size(), 1u);
     EXPECT_EQ(within.sessions[0].start, kT);
@@ -445,7 +446,7 @@ TEST_F(ActivityAccountantTest, PickedRowsWithinTheIdleGapOfEachOtherAreOneSessio
     EXPECT_EQ(within.sessions[0].observationCount, 2);
 
     const ActivityAccount beyond =
-        selected({row(kT, "a", {"Xcode"}), row(kT + 200, "b", {"Mail"}), row(kT + 400, "c", {"Xcode"})}, kT + 430,
+        selected({rowWithLists(kT, "a", {"Xcode"}), rowWithLists(kT + 200, "b", {"Mail"}), rowWithLists(kT + 400, "c", {"Xcode"})}, kT + 430,
                  {ApplicationRule{"Xcode"}});
     ASSERT_EQ(beyond.sessions.size(), 2u);
     EXPECT_EQ(beyond.sessions[0].end, kT + 200);
@@ -456,7 +457,7 @@ TEST_F(ActivityAccountantTest, PickedRowsWithinTheIdleGapOfEachOtherAreOneSessio
 TEST_F(ActivityAccountantTest, APickedRowTiedWithALaterUnpickedOneCoversNothing) {
     // a and b share a time; b is last by id and covers the 50 s.
     const ActivityAccount result =
-        selected({row(kT, "a", {"Xcode"}), row(kT, "b", {"Mail"}), row(kT + 50, "c", {"Mail"})}, kT + 60,
+        selected({rowWithLists(kT, "a", {"Xcode"}), rowWithLists(kT, "b", {"Mail"}), rowWithLists(kT + 50, "c", {"Mail"})}, kT + 60,
                  {ApplicationRule{"Xcode"}});
     EXPECT_EQ(result.activeSeconds, 0);
     EXPECT_EQ(result.observationCount, 1);
@@ -465,7 +466,7 @@ TEST_F(ActivityAccountantTest, APickedRowTiedWithALaterUnpickedOneCoversNothing)
 TEST_F(ActivityAccountantTest, ASelectionNeverCountsMoreThanTheWhole) {
     std::vector<ActivityRow> rows;
     for (int i = 0; i < 40; ++i) {
-        rows.push_back(row(kT + 37.0 * i * (i % 3 + 1), "r" + std::to_string(100 + i),
+        rows.push_back(rowWithLists(kT + 37.0 * i * (i % 3 + 1), "r" + std::to_string(100 + i),
                            {i % 2 == 0 ? "Xcode" : "Mail"}, {{"language", i % 3 == 0 ? "Swift" : "Go"}}));
     }
     std::sort(rows.begin(), rows.end(), [](const ActivityRow& a, const ActivityRow& b) { return a.time < b.time; });
@@ -484,7 +485,7 @@ TEST_F(ActivityAccountantTest, ASelectionNeverCountsMoreThanTheWhole) {
 
 TEST_F(ActivityAccountantTest, TextRulesPickTheRowsTheIndexFound) {
     index.rowids = {2, 3};
-    std::vector<ActivityRow> rows = {row(kT, "a"), row(kT + 10, "b"), row(kT + 20, "c")};
+    std::vector<ActivityRow> rows = {rowWithLists(kT, "a"), rowWithLists(kT + 10, "b"), rowWithLists(kT + 20, "c")};
     for (std::int64_t i = 0; i < 3; ++i) rows[static_cast<std::size_t>(i)].rowid = i + 1;
     const ActivityAccount result = selected(rows, kT + 25, {TextRule{"invoice"}});
     EXPECT_EQ(result.observationCount, 2);

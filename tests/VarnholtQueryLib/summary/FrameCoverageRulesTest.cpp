@@ -4,10 +4,12 @@
 
 #include <vector>
 
+#include "TestInstants.h"
+
 namespace VarnholtQueryLib {
 namespace {
 
-constexpr double kT = 1775037600.0;
+using VarnholtTestSupport::kT;
 constexpr double kHalfHour = 1800;
 
 std::vector<FrameGap> gapsOf(double from, double to, const std::vector<double>& frames) {

@@ -10,7 +10,7 @@
 namespace VarnholtQueryLib {
 namespace {
 
-ActivityRow row(double time, const std::string& id, std::int64_t sequence = 0) {
+ActivityRow sequencedRow(double time, const std::string& id, std::int64_t sequence = 0) {
     ActivityRow activity;
     activity.time = time;
     activity.id = id;
@@ -32,9 +32,9 @@ protected:
 
 TEST_F(RowCoversTest, EachRowCoversUntilTheNextAtMostTheIdleGap) {
     RowCovers rule = covers(300, 10000);
-    rule.add(row(1000, "A"));
-    rule.add(row(1060, "B"));
-    rule.add(row(2000, "C"));
+    rule.add(sequencedRow(1000, "A"));
+    rule.add(sequencedRow(1060, "B"));
+    rule.add(sequencedRow(2000, "C"));
     EXPECT_EQ(counted_.size(), 2u);  // C waits for the row after it
     rule.close();
     EXPECT_EQ(counted_, (std::vector<std::pair<std::string, double>>{{"A", 60}, {"B", 300}, {"C", 300}}));
@@ -42,20 +42,20 @@ TEST_F(RowCoversTest, EachRowCoversUntilTheNextAtMostTheIdleGap) {
 
 TEST_F(RowCoversTest, TheLastRowCoversUntilTheEndNeverLessThanNothing) {
     RowCovers rule = covers(300, 1090.5);
-    rule.add(row(1000, "A"));
+    rule.add(sequencedRow(1000, "A"));
     rule.close();
     RowCovers after = covers(300, 900);
-    after.add(row(1000, "B"));
+    after.add(sequencedRow(1000, "B"));
     after.close();
     EXPECT_EQ(counted_, (std::vector<std::pair<std::string, double>>{{"A", 90.5}, {"B", 0}}));
 }
 
 TEST_F(RowCoversTest, OfEqualTimesTheLastByIdThenSequenceCovers) {
     RowCovers rule = covers(300, 10000);
-    rule.add(row(1000, "E", 1));
-    rule.add(row(1000, "D", 7));
-    rule.add(row(1000, "D", 3));
-    rule.add(row(1100, "F"));
+    rule.add(sequencedRow(1000, "E", 1));
+    rule.add(sequencedRow(1000, "D", 7));
+    rule.add(sequencedRow(1000, "D", 3));
+    rule.add(sequencedRow(1100, "F"));
     rule.close();
     EXPECT_EQ(counted_,
               (std::vector<std::pair<std::string, double>>{{"D", 0}, {"D", 0}, {"E", 100}, {"F", 300}}));
@@ -63,17 +63,17 @@ TEST_F(RowCoversTest, OfEqualTimesTheLastByIdThenSequenceCovers) {
 
 TEST_F(RowCoversTest, RestartForgetsTheWaitingRows) {
     RowCovers rule = covers(300, 10000);
-    rule.add(row(1000, "A"));
+    rule.add(sequencedRow(1000, "A"));
     rule.restart();
-    rule.add(row(500, "B"));
+    rule.add(sequencedRow(500, "B"));
     rule.close();
     EXPECT_EQ(counted_, (std::vector<std::pair<std::string, double>>{{"B", 300}}));
 }
 
 TEST_F(RowCoversTest, ARowEarlierThanTheOneBeforeIsRefused) {
     RowCovers rule = covers(300, 10000);
-    rule.add(row(1000, "A"));
-    EXPECT_THROW(rule.add(row(999, "B")), std::logic_error);
+    rule.add(sequencedRow(1000, "A"));
+    EXPECT_THROW(rule.add(sequencedRow(999, "B")), std::logic_error);
 }
 
 }  // namespace

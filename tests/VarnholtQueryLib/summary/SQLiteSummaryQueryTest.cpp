@@ -13,6 +13,7 @@
 #include "SQLiteReadConnection.h"
 #include "StatementLog.h"
 #include "TemporaryDirectory.h"
+#include "TestInstants.h"
 
 namespace VarnholtQueryLib {
 namespace {
@@ -22,7 +23,7 @@ using VarnholtTestSupport::StatementChoice;
 using VarnholtTestSupport::StatementLog;
 
 // 2026-04-01T10:00:00Z.
-constexpr double kT = 1775037600;
+using VarnholtTestSupport::kT;
 
 // Records what a scan hands over.
 class RecordingSink final : public ActivityRowSink {

@@ -6,14 +6,16 @@
 #include <string>
 #include <vector>
 
+#include "TestInstants.h"
+
 namespace VarnholtQueryLib {
 namespace {
 
-constexpr double kT = 1775037600.0;
+using VarnholtTestSupport::kT;
 
 // A plain rendering of the detail: every entry printed, and the omitted
 // counts, as a real answer prints them.
-JSON render(const SummaryDetail& detail, const OmittedDetail& omitted) {
+JSON renderDetail(const SummaryDetail& detail, const OmittedDetail& omitted) {
     JSON sessions = JSON::array();
     for (const ActivitySession& session : detail.sessions) {
         JSON names = JSON::array();
@@ -78,34 +80,34 @@ TEST(PrintedCharactersTest, CountsCharactersNotBytesWithTheNewline) {
 }
 
 TEST(SummaryBudgetTest, ADocumentThatFitsKeepsEverything) {
-    const JSON full = render(detail(), {});
-    EXPECT_EQ(fitToBudget(detail(), printedCharacters(full), render), full);
+    const JSON full = renderDetail(detail(), {});
+    EXPECT_EQ(fitToBudget(detail(), printedCharacters(full), renderDetail), full);
 }
 
 TEST(SummaryBudgetTest, DropsTheFewestEntriesThatMakeItFit) {
     const SummaryDetail full = detail();
     const std::vector<DetailDrop> order = dropOrder(full);
-    const std::int64_t budget = printedCharacters(render(full, {})) - 100;
-    const JSON fitted = fitToBudget(full, budget, render);
+    const std::int64_t budget = printedCharacters(renderDetail(full, {})) - 100;
+    const JSON fitted = fitToBudget(full, budget, renderDetail);
     EXPECT_LE(printedCharacters(fitted), budget);
     // The same document as the first k drops give, and k - 1 would not fit.
     std::size_t drops = 0;
     OmittedDetail omitted;
-    while (render(withoutFirstDrops(full, order, drops, omitted), omitted) != fitted) {
+    while (renderDetail(withoutFirstDrops(full, order, drops, omitted), omitted) != fitted) {
         ASSERT_LT(drops, order.size());
         ++drops;
     }
     ASSERT_GT(drops, 0u);
-    EXPECT_GT(printedCharacters(render(withoutFirstDrops(full, order, drops - 1, omitted), omitted)), budget);
+    EXPECT_GT(printedCharacters(renderDetail(withoutFirstDrops(full, order, drops - 1, omitted), omitted)), budget);
 }
 
 TEST(SummaryBudgetTest, EveryDropMakesTheDocumentShorter) {
     const SummaryDetail full = detail();
     const std::vector<DetailDrop> order = dropOrder(full);
     OmittedDetail omitted;
-    std::int64_t previous = printedCharacters(render(full, {}));
+    std::int64_t previous = printedCharacters(renderDetail(full, {}));
     for (std::size_t drops = 1; drops <= order.size(); ++drops) {
-        const std::int64_t size = printedCharacters(render(withoutFirstDrops(full, order, drops, omitted), omitted));
+        const std::int64_t size = printedCharacters(renderDetail(withoutFirstDrops(full, order, drops, omitted), omitted));
         EXPECT_LT(size, previous) << drops << " drops";
         previous = size;
     }
@@ -114,12 +116,12 @@ TEST(SummaryBudgetTest, EveryDropMakesTheDocumentShorter) {
 TEST(SummaryBudgetTest, ShrinkingBudgetsDropEveryKindInTurn) {
     const SummaryDetail full = detail();
     std::vector<std::string> kindsInOrder;
-    const std::int64_t largest = printedCharacters(render(full, {}));
+    const std::int64_t largest = printedCharacters(renderDetail(full, {}));
     OmittedDetail omitted;
     const std::int64_t smallest =
-        printedCharacters(render(withoutFirstDrops(full, dropOrder(full), dropOrder(full).size(), omitted), omitted));
+        printedCharacters(renderDetail(withoutFirstDrops(full, dropOrder(full), dropOrder(full).size(), omitted), omitted));
     for (std::int64_t budget = largest; budget >= smallest; --budget) {
-        const JSON omittedCounts = fitToBudget(full, budget, render).at("omitted");
+        const JSON omittedCounts = fitToBudget(full, budget, renderDetail).at("omitted");
         const std::vector<std::string> names = {"highlights", "session applications", "day applications", "gaps",
                                                 "entities", "applications", "sessions", "days"};
         for (std::size_t kind = 0; kind < names.size(); ++kind) {
@@ -136,11 +138,11 @@ TEST(SummaryBudgetTest, ShrinkingBudgetsDropEveryKindInTurn) {
 TEST(SummaryBudgetTest, ABudgetBelowTheTotalsNamesTheMinimum) {
     const SummaryDetail full = detail();
     OmittedDetail omitted;
-    const JSON smallest = render(withoutFirstDrops(full, dropOrder(full), dropOrder(full).size(), omitted), omitted);
+    const JSON smallest = renderDetail(withoutFirstDrops(full, dropOrder(full), dropOrder(full).size(), omitted), omitted);
     const std::int64_t minimum = printedCharacters(smallest);
-    EXPECT_EQ(fitToBudget(full, minimum, render), smallest);
+    EXPECT_EQ(fitToBudget(full, minimum, renderDetail), smallest);
     try {
-        fitToBudget(full, minimum - 1, render);
+        fitToBudget(full, minimum - 1, renderDetail);
         FAIL() << "no exception";
     } catch (const SummaryBudgetTooSmall& tooSmall) {
         EXPECT_EQ(tooSmall.budget(), minimum - 1);

@@ -5,10 +5,12 @@
 #include <string>
 #include <vector>
 
+#include "TestInstants.h"
+
 namespace VarnholtQueryLib {
 namespace {
 
-constexpr double kT = 1775037600.0;
+using VarnholtTestSupport::kT;
 
 std::vector<ApplicationTime> applications(const std::vector<std::string>& names) {
     std::vector<ApplicationTime> list;

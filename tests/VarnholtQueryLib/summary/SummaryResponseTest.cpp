@@ -7,12 +7,13 @@
 #include "platform/LocalCalendar.h"
 #include "summary/FrameCoverageRules.h"
 #include "summary/SummaryBudget.h"
+#include "TestInstants.h"
 
 namespace VarnholtQueryLib {
 namespace {
 
 // 2026-04-01T10:00:00Z; 12:00 in Berlin.
-constexpr double kT = 1775037600.0;
+using VarnholtTestSupport::kT;
 
 SummaryFindings findings() {
     SummaryFindings findings;

@@ -9,11 +9,12 @@
 #include "ActivityRowsAsRead.h"
 #include "platform/LocalCalendar.h"
 #include "summary/FrameCoverageRules.h"
+#include "TestInstants.h"
 
 namespace VarnholtQueryLib {
 namespace {
 
-constexpr double kT = 1775037600.0;
+using VarnholtTestSupport::kT;
 
 // Canned rows and frames; records what it was asked.
 class FakeSummaryPort final : public SummaryQueryPort {

@@ -4,12 +4,13 @@
 
 #include "platform/LocalCalendar.h"
 #include "status/StatusResponse.h"
+#include "TestInstants.h"
 
 using namespace VarnholtQueryLib;
 
 namespace {
 
-constexpr double kNow = 1775037600.0;  // 2026-04-01T10:00:00Z, 12:00 in Berlin
+using VarnholtTestSupport::kNow;  // 2026-04-01T10:00:00Z, 12:00 in Berlin
 
 StatusData statusWithMetrics() {
     StatusData data;

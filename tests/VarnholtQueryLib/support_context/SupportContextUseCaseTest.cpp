@@ -3,13 +3,14 @@
 #include <gtest/gtest.h>
 
 #include "DatabaseError.h"
+#include "TestInstants.h"
 
 using namespace VarnholtQueryLib;
 using VarnholtSQLiteSupport::DatabaseError;
 
 namespace {
 
-constexpr double kNow = 1775037600.0;
+using VarnholtTestSupport::kNow;
 
 // Serves fixed rows, newest first, and records the `since` it was asked for.
 class FakeSupportContextQuery final : public SupportContextQueryPort {

@@ -34,7 +34,7 @@ public:
 // 2026-04-01 00:00:00 UTC, a Wednesday.
 constexpr double kMidnight = 1775001600;
 
-ActivityRow row(double time, const std::string& id, std::vector<std::string> apps,
+ActivityRow listedRow(double time, const std::string& id, std::vector<std::string> apps,
                 std::optional<std::string> description = "Working", std::vector<EntityPair> entities = {}) {
     ActivityRow activity;
     activity.time = time;
@@ -65,8 +65,8 @@ protected:
 TEST_F(TimesheetAccountantTest, EachRowGoesToTheFirstCategoryThatMatches) {
     const std::vector<RuleSet> categories = {{ApplicationRule{"Xcode"}}, {ApplicationRule{"Safari"}}};
     const TimesheetAccount sheet =
-        account(categories, {row(kMidnight + 100, "A", {"Safari", "Xcode"}), row(kMidnight + 160, "B", {"Safari"}),
-                             row(kMidnight + 200, "C", {"Mail"})});
+        account(categories, {listedRow(kMidnight + 100, "A", {"Safari", "Xcode"}), listedRow(kMidnight + 160, "B", {"Safari"}),
+                             listedRow(kMidnight + 200, "C", {"Mail"})});
     EXPECT_EQ(sheet.activeSeconds, 60 + 40 + 300);
     EXPECT_EQ(sheet.observationCount, 3);
     ASSERT_EQ(sheet.categories.size(), 2u);
@@ -79,14 +79,14 @@ TEST_F(TimesheetAccountantTest, EachRowGoesToTheFirstCategoryThatMatches) {
 
 TEST_F(TimesheetAccountantTest, ACategoryThatMatchesNothingHasNoTime) {
     const TimesheetAccount sheet =
-        account({{ApplicationRule{"Figma"}}}, {row(kMidnight + 100, "A", {"Mail"})});
+        account({{ApplicationRule{"Figma"}}}, {listedRow(kMidnight + 100, "A", {"Mail"})});
     EXPECT_EQ(sheet.categories.at(0), (TimesheetPart{0, 0, {0}, {}}));
     EXPECT_EQ(sheet.uncategorized.seconds, 300);
 }
 
 TEST_F(TimesheetAccountantTest, EveryDayOfTheRangeIsListedRowsOrNot) {
     const TimesheetAccount sheet = account({{ApplicationRule{"Mail"}}},
-                                           {row(kMidnight + 86400 + 100, "A", {"Mail"})}, kMidnight,
+                                           {listedRow(kMidnight + 86400 + 100, "A", {"Mail"})}, kMidnight,
                                            kMidnight + 3 * 86400);
     ASSERT_EQ(sheet.days.size(), 3u);
     EXPECT_EQ(sheet.days[0], (TimesheetDay{"2026-04-01", 0}));
@@ -98,7 +98,7 @@ TEST_F(TimesheetAccountantTest, EveryDayOfTheRangeIsListedRowsOrNot) {
 
 TEST_F(TimesheetAccountantTest, ARowAtTheEndOfARangeEndingAtMidnightAddsItsDay) {
     const TimesheetAccount sheet =
-        account({{ApplicationRule{"Mail"}}}, {row(kMidnight + 86400, "A", {"Mail"})}, kMidnight, kMidnight + 86400);
+        account({{ApplicationRule{"Mail"}}}, {listedRow(kMidnight + 86400, "A", {"Mail"})}, kMidnight, kMidnight + 86400);
     ASSERT_EQ(sheet.days.size(), 2u);
     EXPECT_EQ(sheet.days[1], (TimesheetDay{"2026-04-02", 0}));
     EXPECT_EQ(sheet.categories[0].observationCount, 1);
@@ -106,7 +106,7 @@ TEST_F(TimesheetAccountantTest, ARowAtTheEndOfARangeEndingAtMidnightAddsItsDay) 
 
 TEST_F(TimesheetAccountantTest, ACoverCountsForTheDayOfItsRow) {
     const TimesheetAccount sheet = account({{ApplicationRule{"Mail"}}},
-                                           {row(kMidnight + 86400 - 60, "A", {"Mail"}), row(kMidnight + 86400 + 60, "B", {})},
+                                           {listedRow(kMidnight + 86400 - 60, "A", {"Mail"}), listedRow(kMidnight + 86400 + 60, "B", {})},
                                            kMidnight, kMidnight + 2 * 86400);
     EXPECT_EQ(sheet.categories[0].daySeconds, (std::vector<double>{120, 0}));
     EXPECT_EQ(sheet.uncategorized.daySeconds, (std::vector<double>{0, 300}));
@@ -117,9 +117,9 @@ TEST_F(TimesheetAccountantTest, SpansFollowEachCategorysOwnRows) {
     // Mail's row before: one Mail span; its seconds are its own rows' covers.
     const TimesheetAccount sheet =
         account({{ApplicationRule{"Mail"}}, {ApplicationRule{"Xcode"}}},
-                {row(kMidnight + 0, "A", {"Mail"}, "Answering mail"), row(kMidnight + 100, "B", {"Xcode"}, "Coding"),
-                 row(kMidnight + 250, "C", {"Mail"}, "Answering mail"),
-                 row(kMidnight + 900, "D", {"Mail"}, "Filing mail")});
+                {listedRow(kMidnight + 0, "A", {"Mail"}, "Answering mail"), listedRow(kMidnight + 100, "B", {"Xcode"}, "Coding"),
+                 listedRow(kMidnight + 250, "C", {"Mail"}, "Answering mail"),
+                 listedRow(kMidnight + 900, "D", {"Mail"}, "Filing mail")});
     ASSERT_EQ(sheet.categories[0].spans.size(), 2u);
     EXPECT_EQ(sheet.categories[0].spans[0], (TimesheetSpan{kMidnight, kMidnight + 550, 400, 2, "Answering mail"}));
     EXPECT_EQ(sheet.categories[0].spans[1], (TimesheetSpan{kMidnight + 900, kMidnight + 1200, 300, 1, "Filing mail"}));
@@ -130,10 +130,10 @@ TEST_F(TimesheetAccountantTest, SpansFollowEachCategorysOwnRows) {
 TEST_F(TimesheetAccountantTest, SuggestionsComeFromTheUncategorizedRowsOnly) {
     const TimesheetAccount sheet = account(
         {{ApplicationRule{"Xcode"}}},
-        {row(kMidnight + 0, "A", {"Xcode"}, "Fixing the parser", {{"app", "Xcode"}}),
-         row(kMidnight + 60, "B", {"Figma", "figma"}, "Sketching the invoice layout", {{"tool", "Figma"}}),
-         row(kMidnight + 180, "C", {"FIGMA"}, "Sketching invoice icons", {{"tool", "figma"}, {"tool", "FIGMA"}}),
-         row(kMidnight + 200, "D", {"Slack"}, "Sketching with jane@example.com")});
+        {listedRow(kMidnight + 0, "A", {"Xcode"}, "Fixing the parser", {{"app", "Xcode"}}),
+         listedRow(kMidnight + 60, "B", {"Figma", "figma"}, "Sketching the invoice layout", {{"tool", "Figma"}}),
+         listedRow(kMidnight + 180, "C", {"FIGMA"}, "Sketching invoice icons", {{"tool", "figma"}, {"tool", "FIGMA"}}),
+         listedRow(kMidnight + 200, "D", {"Slack"}, "Sketching with jane@example.com")});
     const TimesheetSuggestions& suggestions = sheet.suggestions;
     EXPECT_EQ(suggestions.applications,
               (std::vector<ApplicationTime>{{"Slack", 300, 1}, {"Figma", 140, 2}}));
@@ -154,7 +154,7 @@ TEST_F(TimesheetAccountantTest, SuggestionsComeFromTheUncategorizedRowsOnly) {
 TEST_F(TimesheetAccountantTest, ARowWithoutItsDescriptionAsksForIt) {
     descriptions_.stored[kMidnight + 5] = "Reading the logs";
     const TimesheetAccount sheet =
-        account({{ApplicationRule{"Xcode"}}}, {row(kMidnight + 5, "A", {"Mail"}, std::nullopt)});
+        account({{ApplicationRule{"Xcode"}}}, {listedRow(kMidnight + 5, "A", {"Mail"}, std::nullopt)});
     EXPECT_EQ(descriptions_.asked, (std::vector<std::int64_t>{static_cast<std::int64_t>(kMidnight + 5)}));
     EXPECT_EQ(sheet.uncategorized.spans.at(0).description, "Reading the logs");
 }
@@ -163,7 +163,7 @@ TEST_F(TimesheetAccountantTest, TheCategoriesAndTheUncategorizedTimeAddUpToTheAc
     std::vector<ActivityRow> rows;
     const std::vector<std::string> apps = {"Mail", "Xcode", "Safari", "Notes"};
     for (int i = 0; i < 200; ++i) {
-        rows.push_back(row(kMidnight + i * 37.25, "R" + std::to_string(i), {apps[i % 4]}));
+        rows.push_back(listedRow(kMidnight + i * 37.25, "R" + std::to_string(i), {apps[i % 4]}));
     }
     const TimesheetAccount sheet =
         account({{ApplicationRule{"Mail"}}, {ApplicationRule{"Xcode"}}, {ApplicationRule{"Safari"}}}, rows);

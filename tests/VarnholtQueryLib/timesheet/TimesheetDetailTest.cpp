@@ -7,12 +7,12 @@
 namespace VarnholtQueryLib {
 namespace {
 
-TimesheetSpan span(double start, double seconds) { return {start, start + seconds, seconds, 1, "x"}; }
+TimesheetSpan spanOf(double start, double seconds) { return {start, start + seconds, seconds, 1, "x"}; }
 
 TimesheetDetail detail() {
     TimesheetDetail detail;
     // Category 0, category 1, uncategorized.
-    detail.spans = {{span(100, 60), span(400, 10.4)}, {span(50, 10)}, {span(300, 9.6)}};
+    detail.spans = {{spanOf(100, 60), spanOf(400, 10.4)}, {spanOf(50, 10)}, {spanOf(300, 9.6)}};
     detail.suggestions.applications = {{"Mail", 30, 1}, {"Slack", 5, 1}};
     detail.suggestions.entities = {{"app", "Mail", 30, 1, 0, 0}};
     detail.suggestions.terms = {{"invoice", 40}, {"mail", 5}, {"notes", 4.6}};
@@ -50,7 +50,7 @@ TEST(TimesheetDetailTest, DroppedEntriesAreCountedAndTheRestKeepTheirOrder) {
 
     const TimesheetDetail some = withoutFirstDrops(full, order, 2, omitted);
     EXPECT_EQ(omitted, (TimesheetOmitted{2, 0, 0, 0}));
-    EXPECT_EQ(some.spans, (std::vector<std::vector<TimesheetSpan>>{{span(100, 60), span(400, 10.4)}, {}, {}}));
+    EXPECT_EQ(some.spans, (std::vector<std::vector<TimesheetSpan>>{{spanOf(100, 60), spanOf(400, 10.4)}, {}, {}}));
 
     const TimesheetDetail none = withoutFirstDrops(full, order, order.size(), omitted);
     EXPECT_EQ(omitted, (TimesheetOmitted{4, 2, 1, 3}));

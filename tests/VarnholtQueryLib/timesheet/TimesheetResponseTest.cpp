@@ -4,11 +4,12 @@
 
 #include "platform/LocalCalendar.h"
 #include "summary/SummaryBudget.h"
+#include "TestInstants.h"
 
 namespace VarnholtQueryLib {
 namespace {
 
-constexpr double kNow = 1775037600.0;  // 2026-04-01T10:00:00Z
+using VarnholtTestSupport::kNow;  // 2026-04-01T10:00:00Z
 
 class TimesheetResponseTest : public ::testing::Test {
 protected:

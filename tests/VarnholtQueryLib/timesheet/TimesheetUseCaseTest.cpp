@@ -9,12 +9,13 @@
 #include "ActivityRowsAsRead.h"
 #include "platform/LocalCalendar.h"
 #include "summary/FrameCoverageRules.h"
+#include "TestInstants.h"
 
 namespace VarnholtQueryLib {
 namespace {
 
 // 2026-04-01T10:00:00Z.
-constexpr double kNow = 1775037600.0;
+using VarnholtTestSupport::kNow;
 
 // Canned rows and frames; records what it was asked.
 class FakeActivity final : public SummaryQueryPort {
