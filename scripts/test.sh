@@ -29,6 +29,13 @@ fi
 scripts/install-dependencies.sh
 
 jobs="$(getconf _NPROCESSORS_ONLN)"
+# The full run compiles each target's files sixteen to a unit: the headers
+# (nlohmann/json, GoogleTest) and the templates they instantiate are compiled
+# once per unit instead of once per file, which halves the time of a build
+# from nothing. The quick loop compiles file by file, so that a change
+# recompiles one file, and a file that lacks an include of its own fails
+# there.
+if $quick; then unity=OFF; else unity=ON; fi
 started=$SECONDS
 timings=()
 
@@ -54,8 +61,9 @@ trap summary EXIT
 
 # Configures, builds and tests one configuration: build directory, a name
 # for the summary, ctest's arguments, then `--` and configure's arguments.
-# The quick loop configures only a new build directory; the build itself
-# configures again when a CMakeLists.txt changed.
+# The quick loop configures only a new build directory, or one that the full
+# run left in units; the build itself configures again when a CMakeLists.txt
+# changed.
 build_and_test() {
   local build="$1" name="$2" ctest_arguments=()
   shift 2
@@ -64,8 +72,10 @@ build_and_test() {
     shift
   done
   shift
-  if ! $quick || [ ! -f "$build/CMakeCache.txt" ]; then
-    timed "$name: configure" cmake -S . -B "$build" -G Ninja -DVARNHOLT_BUILD_TESTS=ON "$@" >/dev/null
+  if ! $quick || [ ! -f "$build/CMakeCache.txt" ] ||
+    grep -q '^CMAKE_UNITY_BUILD:BOOL=ON$' "$build/CMakeCache.txt"; then
+    timed "$name: configure" cmake -S . -B "$build" -G Ninja -DVARNHOLT_BUILD_TESTS=ON "$@" \
+      -DCMAKE_UNITY_BUILD="$unity" -DCMAKE_UNITY_BUILD_BATCH_SIZE=16 >/dev/null
   fi
   timed "$name: build" cmake --build "$build" -j "$jobs"
   timed "$name: tests" ctest --test-dir "$build" -j "$jobs" --output-on-failure "${ctest_arguments[@]}"
