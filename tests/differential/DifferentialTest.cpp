@@ -32,6 +32,8 @@
 #include "status/SQLiteOperationalStatusQuery.h"
 #include "support_context/SQLiteSupportContextQuery.h"
 
+namespace differential_test {
+
 namespace {
 
 using RecentWorkTimelineSQLite::SQLiteObservationTimeline;
@@ -428,3 +430,5 @@ TEST(DifferentialFallbackTest, EachMissingIndexStillGivesTheSameAnswers) {
 }
 
 }  // namespace
+
+}  // namespace differential_test

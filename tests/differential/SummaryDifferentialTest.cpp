@@ -44,6 +44,8 @@
 #include "summary/SQLiteSummaryQuery.h"
 #include "summary/SummaryUseCase.h"
 
+namespace summary_differential_test {
+
 namespace {
 
 using VarnholtQueryLib::ActivityAccount;
@@ -595,3 +597,5 @@ TEST(SummaryDifferentialFallbackTest, EachMissingIndexStillGivesTheSameAccount) 
 }
 
 }  // namespace
+
+}  // namespace summary_differential_test

@@ -52,6 +52,8 @@
 #include "timesheet/TimesheetFigures.h"
 #include "timesheet/TimesheetUseCase.h"
 
+namespace timesheet_differential_test {
+
 namespace {
 
 using VarnholtQueryLib::ApplicationTime;
@@ -612,3 +614,5 @@ TEST(TimesheetDifferentialFallbackTest, EachMissingIndexStillGivesTheSameAccount
 }
 
 }  // namespace
+
+}  // namespace timesheet_differential_test

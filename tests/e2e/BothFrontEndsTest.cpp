@@ -13,6 +13,8 @@
 #include "MCPClientSession.h"
 #include "TemporaryHome.h"
 
+namespace both_front_ends_test {
+
 using namespace VarnholtTestSupport;
 using nlohmann::json;
 
@@ -166,3 +168,5 @@ TEST_F(BothFrontEndsTest, ALongerKeywordIsRefusedAlikeAndTheServerAnswersOn) {
     MCPClientSession handshake(home_, frozen());
     EXPECT_EQ(handshake.request("ping", json::object())["result"], json::object());
 }
+
+}  // namespace both_front_ends_test

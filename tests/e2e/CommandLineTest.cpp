@@ -13,6 +13,8 @@
 #include "RecorderSchema.h"
 #include "TemporaryHome.h"
 
+namespace command_line_test {
+
 using namespace VarnholtTestSupport;
 
 namespace {
@@ -460,3 +462,5 @@ TEST(CommandLineTest, AHomeWithTrailingSlashesGivesOneSlashInTheDatabasePath) {
     expectFailure(home.run({"status"}, frozen()), "DB_NOT_FOUND",
                   "Database not found at \\/.varnholt\\/varnholt.db");
 }
+
+}  // namespace command_line_test

@@ -13,6 +13,8 @@
 #include "TemporaryHome.h"
 #include "TestInstants.h"
 
+namespace entities_command_test {
+
 using namespace VarnholtTestSupport;
 
 namespace {
@@ -433,3 +435,5 @@ TEST(EntitiesCommandTest, NonPositiveDuration) {
 }
 
 }  // namespace
+
+}  // namespace entities_command_test

@@ -16,6 +16,8 @@
 #include "TemporaryHome.h"
 #include "output/JSONWriter.h"
 
+namespace home_directory_test {
+
 using namespace VarnholtTestSupport;
 using nlohmann::json;
 
@@ -106,3 +108,5 @@ TEST_F(HomeDirectoryTest, AMissingDatabaseIsAnEnvelopeWithThePathRepaired) {
         EXPECT_EQ(call["structuredContent"]["error"], document["error"]) << nameOf(era);
     }
 }
+
+}  // namespace home_directory_test

@@ -13,6 +13,8 @@
 #include "RecorderSchema.h"
 #include "TemporaryHome.h"
 
+namespace lost_answer_test {
+
 using namespace VarnholtTestSupport;
 
 namespace {
@@ -125,3 +127,5 @@ TEST(LostAnswerTest, AnAnswerThatArrivesStillExitsZeroWithoutANote) {
     EXPECT_EQ(result.standardError, "");
     EXPECT_NE(result.standardOutput.find("\"ok\" : true"), std::string::npos);
 }
+
+}  // namespace lost_answer_test

@@ -12,6 +12,8 @@
 #include "TemporaryHome.h"
 #include "view/TimeView.h"
 
+namespace mcp_app_test {
+
 using namespace VarnholtTestSupport;
 using nlohmann::json;
 
@@ -121,3 +123,5 @@ TEST(MCPAppTest, WithoutTheExtensionThereIsNoView) {
         }
     }
 }
+
+}  // namespace mcp_app_test

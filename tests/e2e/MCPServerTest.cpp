@@ -23,6 +23,8 @@
 #include "TestInstants.h"
 #include "FileBytes.h"
 
+namespace mcp_server_test {
+
 using namespace VarnholtTestSupport;
 using nlohmann::json;
 
@@ -477,3 +479,5 @@ TEST(MCPServerTest, ADateCompletesWithTheDaysThatHaveActivity) {
                                                      {"argument", {{"name", "date"}, {"value", ""}}}})["result"]["completion"]["values"],
               json::array());
 }
+
+}  // namespace mcp_server_test

@@ -34,6 +34,8 @@
 #include "TemporaryHome.h"
 #include "TestPrograms.h"
 
+namespace one_state_per_answer_test {
+
 using namespace VarnholtTestSupport;
 using nlohmann::json;
 
@@ -259,3 +261,5 @@ TEST(OneStatePerAnswerTest, AnswersBesideAWriterEachReadOneCommittedState) {
                       << " mixed two states, the first: " << mismatch.second;
     }
 }
+
+}  // namespace one_state_per_answer_test

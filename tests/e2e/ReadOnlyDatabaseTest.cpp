@@ -23,6 +23,8 @@
 #include "SQLiteShellProcess.h"
 #include "TemporaryHome.h"
 
+namespace read_only_database_test {
+
 using namespace VarnholtTestSupport;
 
 namespace {
@@ -391,3 +393,5 @@ TEST_F(ReadOnlyDatabaseTest, ALogThatCannotBeIndexedInAReadOnlyDirectoryIsReport
     ASSERT_TRUE(std::filesystem::remove(path() + "-wal"));
     expectEveryCommandFails("UNKNOWN_ERROR", "attempt to write a readonly database", frozen(true));
 }
+
+}  // namespace read_only_database_test

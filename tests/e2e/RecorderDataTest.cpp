@@ -12,6 +12,8 @@
 #include "FixtureDatabase.h"
 #include "TemporaryHome.h"
 
+namespace recorder_data_test {
+
 using namespace VarnholtTestSupport;
 using nlohmann::json;
 
@@ -254,3 +256,5 @@ INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at
 }
 )");
 }
+
+}  // namespace recorder_data_test

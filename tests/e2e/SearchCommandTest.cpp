@@ -12,6 +12,8 @@
 #include "RecorderSchema.h"
 #include "TemporaryHome.h"
 
+namespace search_command_test {
+
 using namespace VarnholtTestSupport;
 using nlohmann::json;
 
@@ -627,3 +629,5 @@ TEST_F(SearchCommandLiteralTest, AMegabyteDescriptionIsRedactedWhole) {
 }
 
 }  // namespace
+
+}  // namespace search_command_test

@@ -16,6 +16,8 @@
 #include "RecorderSchema.h"
 #include "TemporaryHome.h"
 
+namespace status_command_test {
+
 using namespace VarnholtTestSupport;
 
 namespace {
@@ -457,3 +459,5 @@ TEST(StatusCommandTest, AHomeWithATrailingSlashGivesTheSamePaths) {
     const std::string report = runOnTerminal(home, {"status"}, frozenIn("UTC"), &exitStatus);
     EXPECT_EQ(report.substr(0, healthyReportHead(home).size()), healthyReportHead(home));
 }
+
+}  // namespace status_command_test

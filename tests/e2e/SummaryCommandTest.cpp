@@ -9,6 +9,8 @@
 #include "FixtureDatabase.h"
 #include "TemporaryHome.h"
 
+namespace summary_command_test {
+
 using namespace VarnholtTestSupport;
 using JSON = nlohmann::json;
 
@@ -536,3 +538,5 @@ TEST_F(SummaryCommandTest, WithoutADatabaseItIsNotFound) {
 }
 
 }  // namespace
+
+}  // namespace summary_command_test

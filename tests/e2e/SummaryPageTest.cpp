@@ -14,6 +14,8 @@
 #include "view/TimeView.h"
 #include "view/TimeViewPage.h"
 
+namespace summary_page_test {
+
 using namespace VarnholtTestSupport;
 using JSON = nlohmann::json;
 
@@ -136,3 +138,5 @@ TEST_F(SummaryPageTest, FailuresAreTheJSONEnvelopeAsEver) {
         }
     }
 }
+
+}  // namespace summary_page_test

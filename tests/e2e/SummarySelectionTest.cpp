@@ -15,6 +15,8 @@
 #include "FixtureDatabase.h"
 #include "TemporaryHome.h"
 
+namespace summary_selection_test {
+
 using namespace VarnholtTestSupport;
 using JSON = nlohmann::json;
 
@@ -586,3 +588,5 @@ TEST_F(SummarySelectionTest, ABudgetDropsDetailOnlyWithinTheSectionsAskedFor) {
 }
 
 }  // namespace
+
+}  // namespace summary_selection_test

@@ -14,6 +14,8 @@
 #include "RecorderSchema.h"
 #include "TemporaryHome.h"
 
+namespace support_context_command_test {
+
 using namespace VarnholtTestSupport;
 
 namespace {
@@ -368,3 +370,5 @@ INSERT INTO observations (id, type, timestamp, vlm_description, apps, created_at
     EXPECT_NE(result.standardOutput.find(expected), std::string::npos) << result.standardOutput;
     EXPECT_EQ(result.standardOutput.find("example"), std::string::npos);
 }
+
+}  // namespace support_context_command_test

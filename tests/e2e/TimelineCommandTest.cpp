@@ -15,6 +15,8 @@
 #include "TemporaryHome.h"
 #include "FileBytes.h"
 
+namespace timeline_command_test {
+
 using namespace VarnholtTestSupport;
 
 namespace {
@@ -717,3 +719,5 @@ TEST(TimelineNumbersTest, WholeSecondsAreWrittenInPlainDigits) {
               std::string::npos)
         << result.standardOutput;
 }
+
+}  // namespace timeline_command_test

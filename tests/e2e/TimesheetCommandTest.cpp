@@ -15,6 +15,8 @@
 #include "FixtureDatabase.h"
 #include "TemporaryHome.h"
 
+namespace timesheet_command_test {
+
 using namespace VarnholtTestSupport;
 using JSON = nlohmann::json;
 
@@ -639,3 +641,5 @@ TEST_F(TimesheetCommandTest, TheBudgetDropsSpansThenSuggestions) {
     }
     EXPECT_TRUE(suggestionsCut);
 }
+
+}  // namespace timesheet_command_test

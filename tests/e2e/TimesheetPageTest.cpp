@@ -17,6 +17,8 @@
 #include "view/TimeView.h"
 #include "view/TimeViewPage.h"
 
+namespace timesheet_page_test {
+
 using namespace VarnholtTestSupport;
 using JSON = nlohmann::json;
 
@@ -155,3 +157,5 @@ TEST_F(TimesheetPageTest, FailuresAreTheJSONEnvelopeAsEver) {
         }
     }
 }
+
+}  // namespace timesheet_page_test

@@ -9,6 +9,8 @@
 
 #include "TemporaryHome.h"
 
+namespace top_command_test {
+
 using namespace VarnholtTestSupport;
 using namespace std::chrono_literals;
 
@@ -224,3 +226,5 @@ TEST(TopCommandTest, TheExpectedPathHasOneSlashAfterTheHome) {
 }
 
 }  // namespace
+
+}  // namespace top_command_test
