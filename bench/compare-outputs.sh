@@ -101,43 +101,60 @@ commands=(
     "help" "--help --json" "range --from 2026-04-02 --to 2026-04-01" "recent --since 0h"
 )
 
-# The password database that gives `home` as the user's home.
-enter_home() {  # home
-    printf 'bench:x:%s:%s:Compare:%s:/bin/sh\n' "$(id -u)" "$(id -g)" "$1" > "$WORK/passwd"
-    printf 'bench:x:%s:\n' "$(id -g)" > "$WORK/group"
+# The password database that gives `home` as the user's home, in `dir`.
+enter_home() {  # dir home
+    printf 'bench:x:%s:%s:Compare:%s:/bin/sh\n' "$(id -u)" "$(id -g)" "$2" > "$1/passwd"
+    printf 'bench:x:%s:\n' "$(id -g)" > "$1/group"
 }
 
-run() {  # binary clock words...
-    local binary=$1 clock=$2
-    shift 2
-    env -i NSS_WRAPPER_PASSWD="$WORK/passwd" NSS_WRAPPER_GROUP="$WORK/group" HOME=/nonexistent-home \
+run() {  # dir binary clock words...
+    local dir=$1 binary=$2 clock=$3
+    shift 3
+    env -i NSS_WRAPPER_PASSWD="$dir/passwd" NSS_WRAPPER_GROUP="$dir/group" HOME=/nonexistent-home \
         PATH=/usr/bin:/bin TZ=UTC LANG=en_US.UTF-8 FAKETIME="$clock" FAKETIME_NO_CACHE=1 \
         LD_PRELOAD="$NSS_WRAPPER $FAKETIME_LIBRARY" "$binary" "$@" < /dev/null
 }
 
-compared=0
-differences=0
-for i in "${!homes[@]}"; do
-    home=${homes[$i]}
-    clock=${clocks[$i]}
-    enter_home "$home"
+# Every command on the home numbered `i`, in a directory of its own: its
+# report in report, the number of differences in differences.
+compare_home() {  # i
+    local i=$1 home=${homes[$1]} clock=${clocks[$1]} dir=$WORK/compare-$1 found=0
+    mkdir -p "$dir"
+    enter_home "$dir" "$home"
     for command in "${commands[@]}"; do
         eval "words=($command)"
         old_status=0
         new_status=0
-        # Both at once: they only read, and each gets a core of its own.
-        run "$OLD" "$clock" "${words[@]}" > "$WORK/old.out" 2> /dev/null &
+        # Both at once: they only read.
+        run "$dir" "$OLD" "$clock" "${words[@]}" > "$dir/old.out" 2> /dev/null &
         old_run=$!
-        run "$NEW" "$clock" "${words[@]}" > "$WORK/new.out" 2> /dev/null || new_status=$?
+        run "$dir" "$NEW" "$clock" "${words[@]}" > "$dir/new.out" 2> /dev/null || new_status=$?
         wait "$old_run" || old_status=$?
-        compared=$((compared + 1))
-        if [[ $old_status -ne $new_status ]] || ! cmp -s "$WORK/old.out" "$WORK/new.out"; then
-            differences=$((differences + 1))
+        if [[ $old_status -ne $new_status ]] || ! cmp -s "$dir/old.out" "$dir/new.out"; then
+            found=$((found + 1))
             echo "DIFFERENT: $home at $clock: varnholt-query $command (exit $old_status vs $new_status)"
-            diff <(head -c 20000 "$WORK/old.out") <(head -c 20000 "$WORK/new.out") | head -20 || true
+            diff <(head -c 20000 "$dir/old.out") <(head -c 20000 "$dir/new.out") | head -20 || true
         fi
-    done
-    echo "compared ${#commands[@]} commands on $home at $clock"
+    done > "$dir/report"
+    echo "compared ${#commands[@]} commands on $home at $clock" >> "$dir/report"
+    echo "$found" > "$dir/differences"
+}
+
+# Two homes at a time: one build is often slower than the other (a sanitized
+# one several times), and a second home keeps the core busy that the quicker
+# build leaves idle. Reports are printed in the homes' order.
+for i in "${!homes[@]}"; do
+    while [[ $(jobs -rp | wc -l) -ge 2 ]]; do wait -n; done
+    compare_home "$i" &
+done
+wait
+compared=0
+differences=0
+for i in "${!homes[@]}"; do
+    [[ -f $WORK/compare-$i/differences ]] || { echo "compare-outputs: no report for ${homes[$i]}" >&2; exit 1; }
+    cat "$WORK/compare-$i/report"
+    compared=$((compared + ${#commands[@]}))
+    differences=$((differences + $(cat "$WORK/compare-$i/differences")))
 done
 echo "$compared runs compared, $differences different"
 [[ $differences -eq 0 ]]
