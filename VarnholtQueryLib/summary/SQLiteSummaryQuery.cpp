@@ -121,7 +121,6 @@ private:
     bool hasRow_ = false;
 };
 
-// The statements of the parts, finalized together on every path.
 // The entities of the observation `id`, through observationEntitiesStatement.
 decltype(ActivityRow::entities) entitiesOf(sqlite3_stmt* statement, const std::string& id) {
     sqlite3_reset(statement);
@@ -132,6 +131,7 @@ decltype(ActivityRow::entities) entitiesOf(sqlite3_stmt* statement, const std::s
     return RecentWorkTimelineCore::parseEntities(json);
 }
 
+// The statements of the parts, finalized together on every path.
 struct PreparedParts {
     PreparedParts() = default;
     ~PreparedParts() {
