@@ -143,11 +143,13 @@ compare_home() {  # i
 # Two homes at a time: one build is often slower than the other (a sanitized
 # one several times), and a second home keeps the core busy that the quicker
 # build leaves idle. Reports are printed in the homes' order.
+# A home whose comparison broke off leaves no count of differences, which
+# the loop below reports.
 for i in "${!homes[@]}"; do
-    while [[ $(jobs -rp | wc -l) -ge 2 ]]; do wait -n; done
+    while [[ $(jobs -rp | wc -l) -ge 2 ]]; do wait -n || true; done
     compare_home "$i" &
 done
-wait
+wait || true
 compared=0
 differences=0
 for i in "${!homes[@]}"; do

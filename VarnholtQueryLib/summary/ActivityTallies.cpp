@@ -4,7 +4,6 @@
 #include <unordered_set>
 #include <utility>
 
-
 namespace VarnholtQueryLib {
 
 namespace {
@@ -13,7 +12,6 @@ namespace {
 std::string pairKey(const std::string& kind, const std::string& value) {
     return std::to_string(kind.size()) + ":" + kind + value;
 }
-
 
 }  // namespace
 
@@ -35,11 +33,12 @@ bool ranksBefore(const EntityTime& a, const EntityTime& b) {
 void ApplicationTally::add(const std::vector<std::string>& apps, double cover) {
     std::vector<std::size_t> listed;
     for (const std::string& name : apps) {
-        auto found = byKey_.find(keys_.keyOf(name));
+        const std::string& key = keys_.keyOf(name);
+        auto found = byKey_.find(key);
         if (found == byKey_.end()) {
             // Rows arrive oldest first, so the first spelling met is the
             // earliest row's.
-            found = byKey_.emplace(keys_.keyOf(name), applications_.size()).first;
+            found = byKey_.emplace(key, applications_.size()).first;
             applications_.push_back({name, 0, 0});
         }
         const std::size_t application = found->second;

@@ -26,6 +26,7 @@
 #include "SQLiteReadConnection.h"
 #include "StatementLog.h"
 #include "TemporaryDirectory.h"
+#include "TestClock.h"
 #include "entities/SQLiteEntityQuery.h"
 #include "search/FTS5Keyword.h"
 #include "search/SQLiteObservationSearch.h"
@@ -37,7 +38,6 @@ namespace differential_test {
 namespace {
 
 using RecentWorkTimelineSQLite::SQLiteObservationTimeline;
-using VarnholtQueryLib::ClockPort;
 using VarnholtQueryLib::EntityQueryParams;
 namespace FTS5Keyword = VarnholtQueryLib::FTS5Keyword;
 using VarnholtQueryLib::ObservationSearchParams;
@@ -86,15 +86,6 @@ using Answer = std::vector<std::string>;
 Answer failureOf(const DatabaseError& failure) {
     return {"failure " + std::to_string(static_cast<int>(failure.errorCase())) + ": " + failure.message()};
 }
-
-class FixedClock final : public ClockPort {
-public:
-    explicit FixedClock(double now) : now_(now) {}
-    double now() const override { return now_; }
-
-private:
-    double now_;
-};
 
 // One database, asked every query both ways.
 class DatabaseComparison {
@@ -243,7 +234,7 @@ public:
                                2)) {
             compare("metrics at " + exact(now), SQLiteOperationalStatusQuery::kStatement, true,
                     [&](const IndexCatalogue& indexes) {
-                        const FixedClock clock(now);
+                        const VarnholtTestSupport::TestClock clock(now);
                         SQLiteOperationalStatusQuery query(connection_, indexes, clock);
                         const auto metrics = query.getOperationalMetrics();
                         return Answer{std::to_string(metrics.totalFrames), std::to_string(metrics.totalObservations),

@@ -11,6 +11,7 @@
 #include "platform/LocalCalendar.h"
 #include "monitor/PipelineMonitor.h"
 #include "monitor/PipelineSnapshot.h"
+#include "TestClock.h"
 
 using namespace VarnholtQueryLib;
 
@@ -255,12 +256,6 @@ TEST_F(PipelineMonitorTest, StatusPathIsBelowTheHomeDirectory) {
 // ---------------------------------------------------------------------------
 // The refresh loop over fake ports.
 
-class FakeClock final : public ClockPort {
-public:
-    double now() const override { return now_; }
-    double now_ = kNow;
-};
-
 // Files in memory; records every read.
 class FakeFileSystem final : public FileSystemPort {
 public:
@@ -320,7 +315,7 @@ protected:
         std::size_t next = 0;
         sleeper_.onSleep_ = [&] {
             takeOutput();
-            clock_.now_ += 2;
+            clock_.instant += 2;
             refreshes.at(next++)();
         };
         runPipelineMonitor(platform_, calendar_, out, [&] { return next < refreshes.size(); });
@@ -332,7 +327,7 @@ protected:
         return renderPipelineScreen(snapshot, 2, now, calendar_);
     }
 
-    FakeClock clock_;
+    VarnholtTestSupport::TestClock clock_{kNow};
     FakeFileSystem fileSystem_;
     FakeProcess processes_;
     FakeSleep sleeper_;
