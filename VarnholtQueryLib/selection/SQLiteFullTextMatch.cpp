@@ -23,6 +23,15 @@ const char* const SQLiteFullTextMatch::kMatchStatement =
 const char* const SQLiteFullTextMatch::kConfinedMatchStatement =
     "SELECT rowid FROM observations_fts WHERE observations_fts MATCH :match AND rowid BETWEEN :lo AND :hi";
 
+const char* const SQLiteFullTextMatch::kWholeIndexMatchStatement =
+    "SELECT rowid FROM observations_fts WHERE observations_fts MATCH :match LIMIT :most";
+
+// Counts along frames(timestamp) and stops at :enough, so that a year's
+// window costs no more than a short one.
+const char* const SQLiteFullTextMatch::kLongWindowStatement =
+    "SELECT count(*) >= :enough FROM (SELECT 1 FROM frames WHERE timestamp >= :from AND timestamp <= :to "
+    "LIMIT :enough)";
+
 namespace {
 
 // Whether an indexed word holds a letter or a digit. The recorder's
@@ -53,7 +62,11 @@ std::vector<std::int64_t> stepRowids(sqlite3* handle, sqlite3_stmt* statement) {
 }  // namespace
 
 SQLiteFullTextMatch::SQLiteFullTextMatch(SQLiteReadConnection& connection, IndexCatalogue indexes)
-    : connection_(connection), indexes_(std::move(indexes)) {}
+    : SQLiteFullTextMatch(connection, std::move(indexes), WholeIndexLookUps{}) {}
+
+SQLiteFullTextMatch::SQLiteFullTextMatch(SQLiteReadConnection& connection, IndexCatalogue indexes,
+                                         WholeIndexLookUps wholeIndex)
+    : connection_(connection), indexes_(std::move(indexes)), wholeIndex_(wholeIndex) {}
 
 SQLiteFullTextMatch::~SQLiteFullTextMatch() = default;
 
@@ -98,6 +111,7 @@ std::vector<std::int64_t> SQLiteFullTextMatch::matchLiteral(const std::string& m
 std::optional<std::vector<std::int64_t>> SQLiteFullTextMatch::matchIndexed(const std::string& match, double from,
                                                                            double to) {
     if (!servesEffectiveTimeWindows(indexes_)) return std::nullopt;
+    if (auto whole = matchWholeIndex(match, from, to)) return whole;
     const std::optional<RowidRange> rowids = windowRowids(from, to);
     if (!rowids) return std::nullopt;
     sqlite3* handle = connection_.handle();
@@ -108,6 +122,40 @@ std::optional<std::vector<std::int64_t>> SQLiteFullTextMatch::matchIndexed(const
     bindNamedInt64(statement, ":lo", rowids->lo);
     bindNamedInt64(statement, ":hi", rowids->hi);
     return stepRowids(handle, statement);
+}
+
+std::optional<std::vector<std::int64_t>> SQLiteFullTextMatch::matchWholeIndex(const std::string& match, double from,
+                                                                              double to) {
+    // Once the window's range is known, confining costs nothing more.
+    if (windowRowids_ && windowRowids_->from == from && windowRowids_->to == to) return std::nullopt;
+    const std::int64_t room = wholeIndex_.heldRowidsLimit - heldRowids_;
+    if (room <= 0 || !longWindow(from, to)) return std::nullopt;
+    sqlite3* handle = connection_.handle();
+    sqlite3_stmt* statement = prepareOrNull(handle, kWholeIndexMatchStatement);
+    if (statement == nullptr) return std::nullopt;
+    FinalizeOnExit finalize(statement);
+    bindNamedText(statement, ":match", match);
+    // One more than fits tells that the list is too long.
+    bindNamedInt64(statement, ":most", room + 1);
+    std::vector<std::int64_t> rowids = stepRowids(handle, statement);
+    if (static_cast<std::int64_t>(rowids.size()) > room) return std::nullopt;
+    heldRowids_ += static_cast<std::int64_t>(rowids.size());
+    // Kept for the whole answer: only what it holds.
+    rowids.shrink_to_fit();
+    return rowids;
+}
+
+bool SQLiteFullTextMatch::longWindow(double from, double to) {
+    sqlite3* handle = connection_.handle();
+    sqlite3_stmt* statement = prepareOrNull(handle, kLongWindowStatement);
+    if (statement == nullptr) return false;
+    FinalizeOnExit finalize(statement);
+    bindNamedInt64(statement, ":enough", wholeIndex_.fromWindowFrames);
+    bindNamedDouble(statement, ":from", from);
+    bindNamedDouble(statement, ":to", to);
+    bool longEnough = false;
+    stepRows(handle, statement, [&longEnough](sqlite3_stmt* row) { longEnough = sqlite3_column_int(row, 0) != 0; });
+    return longEnough;
 }
 
 std::optional<SQLiteFullTextMatch::RowidRange> SQLiteFullTextMatch::windowRowids(double from, double to) {

@@ -432,6 +432,11 @@ std::string difference(const ActivityAccount& expected, const ActivityAccount& a
     return "first or last activity";
 }
 
+// Every window long enough to ask the whole index, without a limit that a
+// random database could reach.
+constexpr SQLiteFullTextMatch::WholeIndexLookUps kEveryWindowWholeIndex{.fromWindowFrames = 0,
+                                                                      .heldRowidsLimit = std::int64_t{1} << 40};
+
 class SummaryComparison {
 public:
     SummaryComparison(const std::string& path, const RandomDatabaseShape& shape)
@@ -480,6 +485,7 @@ public:
     int comparisons() const { return comparisons_; }
     // The most rows one compared range held.
     std::int64_t mostRows() const { return mostRows_; }
+    int wholeIndexLookUps() const { return wholeIndexLookUps_; }
 
 private:
     // A selection of one or two rules: words that many rows hold, few or
@@ -522,10 +528,14 @@ private:
         const ReferenceFrames frames = referenceFrames(connection_.handle(), query.from, query.to, coverEnd);
         mostRows_ = std::max(mostRows_, expected.rangeObservationCount);
 
+        // Every other query asks the whole index for its texts, whatever the
+        // window, so that both ways of looking a text up are compared.
+        const bool wholeIndex = comparisons_ % 4 == 0;
         for (const bool withIndexes : {false, true}) {
             const IndexCatalogue indexes = withIndexes ? indexes_ : IndexCatalogue();
             SQLiteSummaryQuery port(connection_, indexes);
-            SQLiteFullTextMatch fullText(connection_, indexes);
+            SQLiteFullTextMatch fullText(connection_, indexes,
+                                         wholeIndex ? kEveryWindowWholeIndex : SQLiteFullTextMatch::WholeIndexLookUps{});
             SummaryUseCase useCase(port, fullText, calendar_);
             StatementLog log(connection_.handle());
             const SummaryFindings findings = useCase.execute(query, now);
@@ -540,6 +550,7 @@ private:
                 EXPECT_FALSE(log.ran(SQLiteSummaryQuery::kActivityStatement)) << what << " ran the literal statement";
                 EXPECT_FALSE(log.ran(SQLiteFullTextMatch::kMatchStatement)) << what << " matched all of history";
             }
+            if (log.ran(SQLiteFullTextMatch::kWholeIndexMatchStatement)) ++wholeIndexLookUps_;
             ++comparisons_;
         }
     }
@@ -551,11 +562,13 @@ private:
     const LocalCalendar calendar_{"Europe/Berlin", "en_US"};
     int comparisons_ = 0;
     std::int64_t mostRows_ = 0;
+    int wholeIndexLookUps_ = 0;
 };
 
 struct SeedComparison {
     int comparisons = 0;
     std::int64_t mostRows = 0;
+    int wholeIndexLookUps = 0;
 };
 
 SeedComparison compareSeed(std::uint64_t seed, const VarnholtRandomData::RandomDatabaseOptions& options = {}) {
@@ -565,7 +578,7 @@ SeedComparison compareSeed(std::uint64_t seed, const VarnholtRandomData::RandomD
     SCOPED_TRACE(shape.summary());
     SummaryComparison comparison(path, shape);
     comparison.compareAll();
-    return {comparison.comparisons(), comparison.mostRows()};
+    return {comparison.comparisons(), comparison.mostRows(), comparison.wholeIndexLookUps()};
 }
 
 class SummaryDifferentialTest : public ::testing::TestWithParam<int> {};
@@ -573,16 +586,19 @@ class SummaryDifferentialTest : public ::testing::TestWithParam<int> {};
 TEST_P(SummaryDifferentialTest, TheToolCountsAsThePlainRuleDoes) {
     int comparisons = 0;
     std::int64_t mostRows = 0;
+    int wholeIndexLookUps = 0;
     for (int i = 0; i < kDatabasesPerBlock; ++i) {
         const SeedComparison seed =
             compareSeed(static_cast<std::uint64_t>(20000 + GetParam() * kDatabasesPerBlock + i), kBlockDatabases);
         comparisons += seed.comparisons;
         mostRows = std::max(mostRows, seed.mostRows);
+        wholeIndexLookUps += seed.wholeIndexLookUps;
     }
     RecordProperty("comparisons", comparisons);
     // The summary has no cap: some range must hold more rows than the
     // timeline keeps, or the comparison never saw the rows a cap would drop.
     EXPECT_GT(mostRows, 5000) << "no compared range held more than the timeline's 5000 rows";
+    EXPECT_GT(wholeIndexLookUps, 0) << "no text was looked up in the whole index";
 }
 
 INSTANTIATE_TEST_SUITE_P(SeedBlocks, SummaryDifferentialTest, ::testing::Range(0, kBlocks));

@@ -465,6 +465,11 @@ std::string difference(const TimesheetAccount& expected, const TimesheetAccount&
     return "somewhere";
 }
 
+// Every window long enough to ask the whole index, without a limit that a
+// random database could reach.
+constexpr SQLiteFullTextMatch::WholeIndexLookUps kEveryWindowWholeIndex{.fromWindowFrames = 0,
+                                                                      .heldRowidsLimit = std::int64_t{1} << 40};
+
 class TimesheetComparison {
 public:
     TimesheetComparison(const std::string& path, const RandomDatabaseShape& shape)
@@ -494,6 +499,7 @@ public:
 
     int comparisons() const { return comparisons_; }
     std::int64_t mostRows() const { return mostRows_; }
+    int wholeIndexLookUps() const { return wholeIndexLookUps_; }
 
 private:
     // One to five categories of one to three rules: words that many rows
@@ -542,10 +548,14 @@ private:
         mostRows_ = std::max(mostRows_, expected.observationCount);
         const TimesheetFigures expectedFigures = referenceFigures(expected);
 
+        // Every other query asks the whole index for its texts, whatever the
+        // window, so that both ways of looking a text up are compared.
+        const bool wholeIndex = comparisons_ % 4 == 0;
         for (const bool withIndexes : {false, true}) {
             const IndexCatalogue indexes = withIndexes ? indexes_ : IndexCatalogue();
             SQLiteSummaryQuery activity(connection_, indexes);
-            SQLiteFullTextMatch fullText(connection_, indexes);
+            SQLiteFullTextMatch fullText(connection_, indexes,
+                                         wholeIndex ? kEveryWindowWholeIndex : SQLiteFullTextMatch::WholeIndexLookUps{});
             TimesheetUseCase useCase(activity, fullText, calendar_);
             StatementLog log(connection_.handle());
             const TimesheetFindings findings = useCase.execute(query, now);
@@ -559,6 +569,7 @@ private:
                 EXPECT_FALSE(log.ran(SQLiteSummaryQuery::kActivityStatement)) << what << " ran the literal statement";
                 EXPECT_FALSE(log.ran(SQLiteFullTextMatch::kMatchStatement)) << what << " matched all of history";
             }
+            if (log.ran(SQLiteFullTextMatch::kWholeIndexMatchStatement)) ++wholeIndexLookUps_;
             ++comparisons_;
         }
     }
@@ -570,11 +581,13 @@ private:
     const LocalCalendar calendar_{"Europe/Berlin", "en_US"};
     int comparisons_ = 0;
     std::int64_t mostRows_ = 0;
+    int wholeIndexLookUps_ = 0;
 };
 
 struct SeedComparison {
     int comparisons = 0;
     std::int64_t mostRows = 0;
+    int wholeIndexLookUps = 0;
 };
 
 SeedComparison compareSeed(std::uint64_t seed, const VarnholtRandomData::RandomDatabaseOptions& options = {}) {
@@ -584,7 +597,7 @@ SeedComparison compareSeed(std::uint64_t seed, const VarnholtRandomData::RandomD
     SCOPED_TRACE(shape.summary());
     TimesheetComparison comparison(path, shape);
     comparison.compareAll();
-    return {comparison.comparisons(), comparison.mostRows()};
+    return {comparison.comparisons(), comparison.mostRows(), comparison.wholeIndexLookUps()};
 }
 
 class TimesheetDifferentialTest : public ::testing::TestWithParam<int> {};
@@ -592,14 +605,17 @@ class TimesheetDifferentialTest : public ::testing::TestWithParam<int> {};
 TEST_P(TimesheetDifferentialTest, TheToolAssignsAndRoundsAsThePlainRuleDoes) {
     int comparisons = 0;
     std::int64_t mostRows = 0;
+    int wholeIndexLookUps = 0;
     for (int i = 0; i < kDatabasesPerBlock; ++i) {
         const SeedComparison seed =
             compareSeed(static_cast<std::uint64_t>(40000 + GetParam() * kDatabasesPerBlock + i));
         comparisons += seed.comparisons;
         mostRows = std::max(mostRows, seed.mostRows);
+        wholeIndexLookUps += seed.wholeIndexLookUps;
     }
     RecordProperty("comparisons", comparisons);
     EXPECT_GT(mostRows, 5000) << "no compared range held more than the timeline's 5000 rows";
+    EXPECT_GT(wholeIndexLookUps, 0) << "no text was looked up in the whole index";
 }
 
 INSTANTIATE_TEST_SUITE_P(SeedBlocks, TimesheetDifferentialTest, ::testing::Range(0, kBlocks));

@@ -184,6 +184,95 @@ TEST_P(SQLiteFullTextMatchTest, WithoutTheFullTextTableItFailsAsASearchDoes) {
     }
 }
 
+// The window's rowids or the whole index: both must hold every row of the
+// window; which one runs depends on the window's frames and on what earlier
+// look-ups of the answer keep.
+class SQLiteFullTextMatchWholeIndexTest : public ::testing::Test {
+protected:
+    SQLiteFullTextMatchWholeIndexTest() { VarnholtTestSupport::createFixtureDatabase(path(), kRows); }
+
+    std::string path() const { return directory_.file("varnholt.db"); }
+
+    struct LookUp {
+        Rowids rowids;
+        bool wholeIndex = false;
+        bool windowRange = false;
+    };
+
+    // Each text over the window [kT, kT + 3600] (one frame), in turn, with
+    // one adapter: what each found and how.
+    std::vector<LookUp> lookUps(const std::vector<std::string>& texts,
+                                SQLiteFullTextMatch::WholeIndexLookUps wholeIndex) {
+        SQLiteReadConnection connection(path());
+        SQLiteFullTextMatch index(connection, VarnholtTestSupport::indexesFor(StatementChoice::indexed,
+                                                                             connection.handle()),
+                                  wholeIndex);
+        std::vector<LookUp> found;
+        for (const std::string& text : texts) {
+            StatementLog log(connection.handle());
+            LookUp lookUp;
+            lookUp.rowids = index.rowidsMatching({{text, false}}, kT, kT + 3600);
+            lookUp.wholeIndex = log.ran(SQLiteFullTextMatch::kWholeIndexMatchStatement);
+            lookUp.windowRange = log.ran(windowRowidRangeStatement({true, true}));
+            EXPECT_FALSE(log.ran(SQLiteFullTextMatch::kMatchStatement)) << text;
+            found.push_back(lookUp);
+        }
+        return found;
+    }
+
+private:
+    VarnholtTestSupport::TemporaryDirectory directory_;
+};
+
+TEST_F(SQLiteFullTextMatchWholeIndexTest, AWindowWithEnoughFramesAsksTheWholeIndex) {
+    // The window holds one frame. The whole index has rows 7 and 8 as well,
+    // which lie outside the window.
+    const auto found = lookUps({"invoice"}, {.fromWindowFrames = 1, .heldRowidsLimit = 100});
+    EXPECT_EQ(found[0].rowids, (Rowids{1, 2, 4, 7, 8}));
+    EXPECT_TRUE(found[0].wholeIndex);
+    EXPECT_FALSE(found[0].windowRange);
+}
+
+TEST_F(SQLiteFullTextMatchWholeIndexTest, AShorterWindowIsConfinedToItsRowids) {
+    // The window's rowids run from 1 to 8 (row 8 is in it by its own time,
+    // and only its frame dates it elsewhere), so 7 and 8 are found here too.
+    const auto found = lookUps({"invoice"}, {.fromWindowFrames = 2, .heldRowidsLimit = 100});
+    EXPECT_EQ(found[0].rowids, (Rowids{1, 2, 4, 7, 8}));
+    EXPECT_FALSE(found[0].wholeIndex);
+    EXPECT_TRUE(found[0].windowRange);
+}
+
+TEST_F(SQLiteFullTextMatchWholeIndexTest, ATextWithMoreRowsThanTheLimitIsConfined) {
+    const auto fits = lookUps({"invoice"}, {.fromWindowFrames = 0, .heldRowidsLimit = 5});
+    EXPECT_TRUE(fits[0].wholeIndex);
+    EXPECT_FALSE(fits[0].windowRange);
+    const auto found = lookUps({"invoice"}, {.fromWindowFrames = 0, .heldRowidsLimit = 4});
+    EXPECT_EQ(found[0].rowids, (Rowids{1, 2, 4, 7, 8}));
+    EXPECT_TRUE(found[0].windowRange);
+}
+
+TEST_F(SQLiteFullTextMatchWholeIndexTest, TheLimitHoldsForAllOfAnAnswersLookUps) {
+    // "invoice" keeps 5 rowids of 7; "deploy" (rows 1, 5, 7 and 8) no longer
+    // fits, and once the window's rowids are known, "cafe" (rows 3 and 5)
+    // is confined to them although it would fit.
+    const auto found = lookUps({"invoice", "deploy", "cafe"}, {.fromWindowFrames = 0, .heldRowidsLimit = 7});
+    EXPECT_TRUE(found[0].wholeIndex);
+    // Asked with room for 2 more, the whole index gave 3: put aside.
+    EXPECT_EQ(found[1].rowids, (Rowids{1, 5, 7, 8}));
+    EXPECT_TRUE(found[1].windowRange);
+    EXPECT_EQ(found[2].rowids, (Rowids{3, 5}));
+    EXPECT_FALSE(found[2].wholeIndex);
+    EXPECT_FALSE(found[2].windowRange);
+}
+
+TEST(SQLiteFullTextMatchPlanTest, AWindowsFramesAreCountedAlongTheirTimeIndex) {
+    VarnholtTestSupport::QueryPlanDatabases databases;
+    EXPECT_EQ(databases.planOnRecorderSchema(SQLiteFullTextMatch::kLongWindowStatement),
+              (std::vector<std::string>{"CO-ROUTINE (subquery-1)",
+                                        "SEARCH frames USING COVERING INDEX idx_frames_timestamp (timestamp>? AND timestamp<?)",
+                                        "SCAN (subquery-1)"}));
+}
+
 INSTANTIATE_TEST_SUITE_P(BothWays, SQLiteFullTextMatchTest,
                          ::testing::Values(StatementChoice::literal, StatementChoice::indexed),
                          [](const auto& info) { return VarnholtTestSupport::nameOf(info.param); });
