@@ -110,7 +110,8 @@ fi
 # which are only built), warnings as errors, GoogleTest compiled from
 # Debian's sources for that library. ICU and SQLite stay Debian's, linked
 # shared (their archives are built for GCC's C++ library). -O1, as the
-# sanitizers advise, with line tables for their reports.
+# sanitizers advise, with line tables for their reports; the tests' own code
+# at -O0, the differential tests' excepted (tests/CMakeLists.txt).
 clang_sanitized_configuration() {
   build_and_test build-clang "Clang, libc++, sanitizers" -- -DCMAKE_BUILD_TYPE=None \
     -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \
