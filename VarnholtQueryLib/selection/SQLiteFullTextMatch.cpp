@@ -127,7 +127,7 @@ std::optional<std::vector<std::int64_t>> SQLiteFullTextMatch::matchIndexed(const
 std::optional<std::vector<std::int64_t>> SQLiteFullTextMatch::matchWholeIndex(const std::string& match, double from,
                                                                               double to) {
     // Once the window's range is known, confining costs nothing more.
-    if (windowRowids_ && windowRowids_->from == from && windowRowids_->to == to) return std::nullopt;
+    if (knowsRowidsOf(from, to)) return std::nullopt;
     const std::int64_t room = wholeIndex_.heldRowidsLimit - heldRowids_;
     if (room <= 0 || !longWindow(from, to)) return std::nullopt;
     sqlite3* handle = connection_.handle();
@@ -145,7 +145,13 @@ std::optional<std::vector<std::int64_t>> SQLiteFullTextMatch::matchWholeIndex(co
     return rowids;
 }
 
+bool SQLiteFullTextMatch::knowsRowidsOf(double from, double to) const {
+    return windowRowids_ && windowRowids_->from == from && windowRowids_->to == to;
+}
+
 bool SQLiteFullTextMatch::longWindow(double from, double to) {
+    // A timesheet asks for several texts over one window: counted once.
+    if (longWindow_ && longWindow_->from == from && longWindow_->to == to) return longWindow_->isLong;
     sqlite3* handle = connection_.handle();
     sqlite3_stmt* statement = prepareOrNull(handle, kLongWindowStatement);
     if (statement == nullptr) return false;
@@ -155,11 +161,12 @@ bool SQLiteFullTextMatch::longWindow(double from, double to) {
     bindNamedDouble(statement, ":to", to);
     bool longEnough = false;
     stepRows(handle, statement, [&longEnough](sqlite3_stmt* row) { longEnough = sqlite3_column_int(row, 0) != 0; });
+    longWindow_ = LongWindow{from, to, longEnough};
     return longEnough;
 }
 
 std::optional<SQLiteFullTextMatch::RowidRange> SQLiteFullTextMatch::windowRowids(double from, double to) {
-    if (windowRowids_ && windowRowids_->from == from && windowRowids_->to == to) return windowRowids_->rowids;
+    if (knowsRowidsOf(from, to)) return windowRowids_->rowids;
     sqlite3* handle = connection_.handle();
     sqlite3_stmt* range = prepareOrNull(handle, VarnholtSQLiteSupport::windowRowidRangeStatement({true, true}));
     if (range == nullptr) return std::nullopt;

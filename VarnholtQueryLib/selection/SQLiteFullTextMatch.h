@@ -110,7 +110,10 @@ private:
     // The whole index's rowids for `match`, when the window is long and
     // they fit in what is left of the limit; absent otherwise.
     std::optional<std::vector<std::int64_t>> matchWholeIndex(const std::string& match, double from, double to);
+    // Whether [from, to] holds WholeIndexLookUps::fromWindowFrames frames,
+    // counted once per window.
     bool longWindow(double from, double to);
+    bool knowsRowidsOf(double from, double to) const;
 
     // The least and greatest rowid of the observations of [from, to], found
     // once per window; absent when SQLite refuses the statement.
@@ -122,6 +125,12 @@ private:
     std::unique_ptr<FullTextTokenizer> tokenizer_;
     bool tokenizerSought_ = false;
     std::optional<WindowRowids> windowRowids_;
+    struct LongWindow {
+        double from = 0;
+        double to = 0;
+        bool isLong = false;
+    };
+    std::optional<LongWindow> longWindow_;
     const WholeIndexLookUps wholeIndex_;
     std::int64_t heldRowids_ = 0;  // kept from whole-index look-ups
 };

@@ -529,7 +529,8 @@ private:
         mostRows_ = std::max(mostRows_, expected.rangeObservationCount);
 
         // Every other query asks the whole index for its texts, whatever the
-        // window, so that both ways of looking a text up are compared.
+        // window, so that both ways of looking a text up are compared (each
+        // query adds two comparisons).
         const bool wholeIndex = comparisons_ % 4 == 0;
         for (const bool withIndexes : {false, true}) {
             const IndexCatalogue indexes = withIndexes ? indexes_ : IndexCatalogue();

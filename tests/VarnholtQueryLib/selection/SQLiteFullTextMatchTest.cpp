@@ -265,6 +265,26 @@ TEST_F(SQLiteFullTextMatchWholeIndexTest, TheLimitHoldsForAllOfAnAnswersLookUps)
     EXPECT_FALSE(found[2].windowRange);
 }
 
+TEST(SQLiteFullTextMatchPlanTest, TheWholeIndexLookUpReadsTheIndexOnly) {
+    VarnholtTestSupport::QueryPlanDatabases databases;
+    EXPECT_EQ(databases.planOnRecorderSchema(SQLiteFullTextMatch::kWholeIndexMatchStatement),
+              (std::vector<std::string>{"SCAN observations_fts VIRTUAL TABLE INDEX 0:M1"}));
+}
+
+TEST_F(SQLiteFullTextMatchWholeIndexTest, AWindowsFramesAreCountedOnce) {
+    SQLiteReadConnection connection(path());
+    SQLiteFullTextMatch index(connection,
+                              VarnholtTestSupport::indexesFor(StatementChoice::indexed, connection.handle()),
+                              {.fromWindowFrames = 1, .heldRowidsLimit = 100});
+    StatementLog log(connection.handle());
+    index.rowidsMatching({{"invoice", false}}, kT, kT + 3600);
+    index.rowidsMatching({{"deploy", false}}, kT, kT + 3600);
+    index.rowidsMatching({{"deploy", false}}, kT + 50000, kT + 60000);
+    EXPECT_EQ(std::count(log.statements().begin(), log.statements().end(),
+                         std::string(SQLiteFullTextMatch::kLongWindowStatement)),
+              2);
+}
+
 TEST(SQLiteFullTextMatchPlanTest, AWindowsFramesAreCountedAlongTheirTimeIndex) {
     VarnholtTestSupport::QueryPlanDatabases databases;
     EXPECT_EQ(databases.planOnRecorderSchema(SQLiteFullTextMatch::kLongWindowStatement),
