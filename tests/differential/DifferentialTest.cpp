@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "DatabaseError.h"
+#include "DifferentialSizing.h"
 #include "IndexCatalogue.h"
 #include "RandomRecorderDatabase.h"
 #include "SampleRandom.h"
@@ -388,7 +389,8 @@ void compareAll(std::uint64_t seed, const VarnholtRandomData::RandomDatabaseOpti
 TEST_P(DifferentialTest, IndexedStatementsAnswerExactlyAsTheLiteralOnes) {
     ComparisonTally tally;
     for (int i = 0; i < kDatabasesPerBlock; ++i) {
-        compareAll(static_cast<std::uint64_t>(GetParam() * kDatabasesPerBlock + i + 1), kBlockDatabases, tally);
+        const auto seed = static_cast<std::uint64_t>(GetParam() * kDatabasesPerBlock + i + 1);
+        if (VarnholtDifferential::comparedInThisBuild(seed)) compareAll(seed, kBlockDatabases, tally);
     }
     // Most answers must come from the index-driven statements, or the
     // comparison proves little.
