@@ -81,11 +81,16 @@ build_and_test() {
   timed "$name: tests" ctest --test-dir "$build" -j "$jobs" --output-on-failure "${ctest_arguments[@]}"
 }
 
-# GCC and its C++ library, Debian's own toolchain, with debug information: the
-# build that developers test in, and whose Debian package is checked (it
-# installs below /usr).
+# GCC and its C++ library, Debian's own toolchain: the build that developers
+# test in, and whose Debian package is checked (it installs below /usr). The
+# quick loop builds it with debug information, for a debugger; the full run
+# at the same -O2 without it, which GCC compiles in two thirds of the time
+# (the end-to-end tests' unit: 29 s against 44 s), and whose findings the
+# loop can then follow in a debugger.
 gcc_configuration() {
-  build_and_test build-tests GCC "$@" -- -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_INSTALL_PREFIX=/usr
+  local flags=(-DCMAKE_BUILD_TYPE=RelWithDebInfo)
+  $quick || flags=(-DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_FLAGS_RELEASE="-O2 -DNDEBUG")
+  build_and_test build-tests GCC "$@" -- "${flags[@]}" -DCMAKE_INSTALL_PREFIX=/usr
 }
 
 if [ "$(uname -s)" = Darwin ]; then
