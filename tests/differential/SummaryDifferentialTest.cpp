@@ -29,6 +29,7 @@
 #include <vector>
 
 #include "DifferentialSizing.h"
+#include "FullTextLookUps.h"
 #include "IndexCatalogue.h"
 #include "MomentBuckets.h"
 #include "ObservationEntities.h"
@@ -433,11 +434,6 @@ std::string difference(const ActivityAccount& expected, const ActivityAccount& a
     return "first or last activity";
 }
 
-// Every window long enough to ask the whole index, without a limit that a
-// random database could reach.
-constexpr SQLiteFullTextMatch::WholeIndexLookUps kEveryWindowWholeIndex{.fromWindowFrames = 0,
-                                                                      .heldRowidsLimit = std::int64_t{1} << 40};
-
 class SummaryComparison {
 public:
     SummaryComparison(const std::string& path, const RandomDatabaseShape& shape)
@@ -529,15 +525,11 @@ private:
         const ReferenceFrames frames = referenceFrames(connection_.handle(), query.from, query.to, coverEnd);
         mostRows_ = std::max(mostRows_, expected.rangeObservationCount);
 
-        // Every other query asks the whole index for its texts, whatever the
-        // window, so that both ways of looking a text up are compared (each
-        // query adds two comparisons).
-        const bool wholeIndex = comparisons_ % 4 == 0;
+        const SQLiteFullTextMatch::WholeIndexLookUps lookUps = VarnholtDifferential::lookUpsOfQueryAt(comparisons_);
         for (const bool withIndexes : {false, true}) {
             const IndexCatalogue indexes = withIndexes ? indexes_ : IndexCatalogue();
             SQLiteSummaryQuery port(connection_, indexes);
-            SQLiteFullTextMatch fullText(connection_, indexes,
-                                         wholeIndex ? kEveryWindowWholeIndex : SQLiteFullTextMatch::WholeIndexLookUps{});
+            SQLiteFullTextMatch fullText(connection_, indexes, lookUps);
             SummaryUseCase useCase(port, fullText, calendar_);
             StatementLog log(connection_.handle());
             const SummaryFindings findings = useCase.execute(query, now);

@@ -35,6 +35,7 @@
 #include <vector>
 
 #include "DifferentialSizing.h"
+#include "FullTextLookUps.h"
 #include "IndexCatalogue.h"
 #include "ObservationEntities.h"
 #include "PlainRules.h"
@@ -467,11 +468,6 @@ std::string difference(const TimesheetAccount& expected, const TimesheetAccount&
     return "somewhere";
 }
 
-// Every window long enough to ask the whole index, without a limit that a
-// random database could reach.
-constexpr SQLiteFullTextMatch::WholeIndexLookUps kEveryWindowWholeIndex{.fromWindowFrames = 0,
-                                                                      .heldRowidsLimit = std::int64_t{1} << 40};
-
 class TimesheetComparison {
 public:
     TimesheetComparison(const std::string& path, const RandomDatabaseShape& shape)
@@ -550,15 +546,11 @@ private:
         mostRows_ = std::max(mostRows_, expected.observationCount);
         const TimesheetFigures expectedFigures = referenceFigures(expected);
 
-        // Every other query asks the whole index for its texts, whatever the
-        // window, so that both ways of looking a text up are compared (each
-        // query adds two comparisons).
-        const bool wholeIndex = comparisons_ % 4 == 0;
+        const SQLiteFullTextMatch::WholeIndexLookUps lookUps = VarnholtDifferential::lookUpsOfQueryAt(comparisons_);
         for (const bool withIndexes : {false, true}) {
             const IndexCatalogue indexes = withIndexes ? indexes_ : IndexCatalogue();
             SQLiteSummaryQuery activity(connection_, indexes);
-            SQLiteFullTextMatch fullText(connection_, indexes,
-                                         wholeIndex ? kEveryWindowWholeIndex : SQLiteFullTextMatch::WholeIndexLookUps{});
+            SQLiteFullTextMatch fullText(connection_, indexes, lookUps);
             TimesheetUseCase useCase(activity, fullText, calendar_);
             StatementLog log(connection_.handle());
             const TimesheetFindings findings = useCase.execute(query, now);
