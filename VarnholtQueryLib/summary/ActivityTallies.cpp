@@ -8,9 +8,13 @@ namespace VarnholtQueryLib {
 
 namespace {
 
-// One key per (kind, value), unambiguous whatever the texts hold.
-std::string pairKey(const std::string& kind, const std::string& value) {
-    return std::to_string(kind.size()) + ":" + kind + value;
+// One key per (kind, value), unambiguous whatever the texts hold, written
+// into `key`.
+void writePairKey(const std::string& kind, const std::string& value, std::string& key) {
+    key = std::to_string(kind.size());
+    key += ':';
+    key += kind;
+    key += value;
 }
 
 }  // namespace
@@ -31,7 +35,8 @@ bool ranksBefore(const EntityTime& a, const EntityTime& b) {
 }
 
 void ApplicationTally::add(const std::vector<std::string>& apps, double cover) {
-    std::vector<std::size_t> listed;
+    std::vector<std::size_t>& listed = listed_;
+    listed.clear();
     for (const std::string& name : apps) {
         const std::string& key = keys_.keyOf(name);
         auto found = byKey_.find(key);
@@ -59,24 +64,34 @@ std::vector<ApplicationTime> ApplicationTally::ranked() const {
 EntityTally::EntityTally(std::optional<std::string> kind) : kind_(std::move(kind)) {}
 
 void EntityTally::add(const std::vector<EntityPair>& entities, double time, double cover) {
+    std::vector<std::size_t>& entitiesListed = listed_;
+    entitiesListed.clear();
+    // A spelling the row lists twice counts once. A row lists a handful of
+    // entities, where looking back is quicker than a set; a set keeps a row
+    // of thousands from taking quadratic time.
+    constexpr std::size_t kLookBackAtMost = 64;
     std::unordered_set<std::string> spellingsListed;
-    std::vector<std::size_t> entitiesListed;
-    for (const EntityPair& pair : entities) {
-        if (kind_ && pair.first != *kind_) continue;
-        if (!spellingsListed.insert(pairKey(pair.first, pair.second)).second) continue;
-        std::string key = pairKey(pair.first, keys_.keyOf(pair.second));
-        auto found = byKey_.find(key);
+    for (auto pair = entities.begin(); pair != entities.end(); ++pair) {
+        if (kind_ && pair->first != *kind_) continue;
+        if (entities.size() <= kLookBackAtMost) {
+            if (std::find(entities.begin(), pair, *pair) != pair) continue;
+        } else {
+            writePairKey(pair->first, pair->second, key_);
+            if (!spellingsListed.insert(key_).second) continue;
+        }
+        writePairKey(pair->first, keys_.keyOf(pair->second), key_);
+        auto found = byKey_.find(key_);
         if (found == byKey_.end()) {
-            found = byKey_.emplace(std::move(key), entities_.size()).first;
-            entities_.push_back({{pair.first, "", 0, 0, time, time}, {}});
+            found = byKey_.emplace(key_, entities_.size()).first;
+            entities_.push_back({{pair->first, "", 0, 0, time, time}, {}});
         }
         Entity& entity = entities_[found->second];
         // Every spelling the row holds counts for that spelling; the row
         // counts once for the entity.
         auto spelling = std::find_if(entity.spellings.begin(), entity.spellings.end(),
-                                     [&](const Spelling& known) { return known.value == pair.second; });
+                                     [&](const Spelling& known) { return known.value == pair->second; });
         if (spelling == entity.spellings.end()) {
-            entity.spellings.push_back({pair.second, 0});
+            entity.spellings.push_back({pair->second, 0});
             spelling = entity.spellings.end() - 1;
         }
         ++spelling->rows;

@@ -31,6 +31,7 @@ private:
     std::vector<ApplicationTime> applications_;
     std::unordered_map<std::string, std::size_t> byKey_;
     NameKeyCache keys_;
+    std::vector<std::size_t> listed_;  // the row's applications so far, kept to reuse its memory
 };
 
 // Entities: a kind and a value compared by the name key (of `kind` only,
@@ -61,6 +62,10 @@ private:
     std::vector<Entity> entities_;
     std::unordered_map<std::string, std::size_t> byKey_;
     NameKeyCache keys_;
+    // Kept from row to row to reuse their memory: rows come by the hundred
+    // thousand.
+    std::vector<std::size_t> listed_;  // the row's entities so far
+    std::string key_;                  // the byKey_ key being looked up
 };
 
 // The orders of the lists: most printed seconds first, so that two entries

@@ -41,6 +41,23 @@ TEST(ActivityTalliesTest, AmongEquallyUsedSpellingsTheEarliestWins) {
     EXPECT_EQ(tally.ranked().at(0).value, "git");
 }
 
+// A spelling listed twice by one row counts that row once: here "SWIFT",
+// in two rows, outnumbers "Swift", in one (counted twice it would tie, and
+// the earlier spelling would win). Short lists and long ones alike.
+TEST(ActivityTalliesTest, ASpellingARowListsTwiceCountsOnce) {
+    for (const std::size_t others : {0u, 3u, 100u}) {
+        std::vector<EntityPair> first;
+        for (std::size_t i = 0; i < others; ++i) first.push_back({"tool", "t" + std::to_string(i)});
+        first.insert(first.begin() + others / 2, {"lang", "Swift"});
+        first.push_back({"lang", "Swift"});
+        EntityTally tally("lang");
+        tally.add(first, 1, 1);
+        tally.add({{"lang", "SWIFT"}}, 2, 1);
+        tally.add({{"lang", "SWIFT"}}, 3, 1);
+        EXPECT_EQ(tally.ranked(), (std::vector<EntityTime>{{"lang", "SWIFT", 3, 3, 1, 3}})) << others << " others";
+    }
+}
+
 TEST(ActivityTalliesTest, AKindConfinesTheEntities) {
     EntityTally tally("app");
     tally.add({{"app", "Xcode"}, {"tool", "git"}}, 1, 7);
