@@ -13,6 +13,7 @@
 #include <nlohmann/json.hpp>
 
 #include "DatabaseError.h"
+#include "PlainJSON.h"
 #include "SQLiteStatement.h"
 #include "SchemaVersion.h"
 
@@ -193,6 +194,25 @@ void SQLiteReadConnection::exec(sqlite3* handle, const std::string& sql) {
 }
 
 std::vector<std::string> SQLiteReadConnection::parseJsonArray(const std::string& text) {
+    // Most lists hold plain names, read without a JSON document.
+    VarnholtText::PlainJSON reader(text);
+    if (reader.take("[")) {
+        std::vector<std::string> names;
+        if (reader.take("]")) {
+            if (reader.atEnd()) return names;
+        } else {
+            for (auto name = reader.plainString(); name; name = reader.plainString()) {
+                names.push_back(std::move(*name));
+                if (reader.take(",")) continue;
+                if (reader.take("]") && reader.atEnd()) return names;
+                break;
+            }
+        }
+    }
+    return parseJsonArrayAsJSON(text);
+}
+
+std::vector<std::string> SQLiteReadConnection::parseJsonArrayAsJSON(const std::string& text) {
     // Only a top-level array or object counts as a document; a bare string or
     // number is a fragment and decodes to nothing, like any other misfit.
     nlohmann::json parsed = nlohmann::json::parse(text, nullptr, /*allow_exceptions=*/false);

@@ -62,8 +62,12 @@ public:
 
     // Decodes the recorder's JSON array of strings (the `apps` column).
     // Anything but an array whose every element is a string gives an empty
-    // list; never throws.
+    // list; never throws. An array of names without escapes is read
+    // directly, any other text as a JSON document, with the same result.
     static std::vector<std::string> parseJsonArray(const std::string& text);
+    // parseJsonArray through a JSON document only, whatever the text: the
+    // reference the direct reading is tested against.
+    static std::vector<std::string> parseJsonArrayAsJSON(const std::string& text);
 
 private:
     void open(const std::string& path, States states);

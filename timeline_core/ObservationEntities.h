@@ -18,8 +18,8 @@ using EntityKey = std::pair<std::string, std::string>;
 // gives nothing, and an element without a text "kind" and a text "value" is
 // skipped on its own; text that is not an array of objects gives nothing.
 // The list the database writes for most observations, kinds and values
-// without escapes, is read directly; any other text through a JSON
-// document, with the same result.
+// without escapes, is read directly (VarnholtText::PlainJSON); any other
+// text through a JSON document, with the same result.
 std::vector<EntityKey> parseEntities(const std::optional<std::string>& text);
 
 // parseEntities through a JSON document only, whatever the text: the

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <random>
 #include <stdexcept>
 
 #include "DatabaseError.h"
@@ -235,6 +236,35 @@ TEST(ParseJsonArrayTest, AnythingElseIsEmpty) {
                              R"([["a"]])", "not json", "", "\"a\"", "42", "[\"a\"", "[\"a\"] x"}) {
         EXPECT_TRUE(SQLiteReadConnection::parseJsonArray(text).empty()) << text;
     }
+}
+
+// Arrays put together from the pieces a recorder, or a damaged database,
+// can write, read both ways: the direct reading must never give another
+// result than the JSON document.
+TEST(ParseJsonArrayTest, EveryTextReadsAsItsJSONDocumentDoes) {
+    const std::vector<std::string> elements = {
+        R"("Xcode")", R"("Google Chrome")", "\"caf\xC3\xA9\"", "\"\xF0\x9F\x98\x80\"", R"("")", R"("a\"b")",
+        R"("a\/b")", R"("\u00e9")", "\"\xC3\"", "\"\xED\xA0\x80\"", "\"a\x01\"", "1", "null", "[\"a\"]", R"({"a":"b"})"};
+    const std::vector<std::string> spaces = {"", "", "", " ", "\n", "\t", "\r", "\v"};
+    std::mt19937 random(20261126);
+    const auto pick = [&](std::size_t count) { return std::uniform_int_distribution<std::size_t>(0, count - 1)(random); };
+    std::size_t nonEmpty = 0;
+    for (int round = 0; round < 20000; ++round) {
+        std::string text = spaces[pick(spaces.size())] + "[";
+        for (std::size_t count = pick(5), i = 0; i < count; ++i) {
+            if (i > 0) text += spaces[pick(spaces.size())] + ",";
+            text += spaces[pick(spaces.size())];
+            // Mostly the names a recorder writes.
+            text += elements[pick(4) == 0 ? pick(elements.size()) : pick(4)];
+        }
+        text += spaces[pick(spaces.size())] + "]" + spaces[pick(spaces.size())];
+        if (pick(20) == 0) text.insert(pick(text.size() + 1), pick(2) ? "," : "x");
+        const auto expected = SQLiteReadConnection::parseJsonArrayAsJSON(text);
+        if (!expected.empty()) ++nonEmpty;
+        ASSERT_EQ(SQLiteReadConnection::parseJsonArray(text), expected) << "text " << testing::PrintToString(text);
+    }
+    // The pieces must make readable arrays often enough to test anything.
+    EXPECT_GT(nonEmpty, 4000u);
 }
 
 TEST(StatementConventionsTest, BusyIsLockedAndOtherFailuresAreQueryFailed) {
