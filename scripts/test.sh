@@ -73,9 +73,9 @@ build_and_test() {
   done
   shift
   if ! $quick || [ ! -f "$build/CMakeCache.txt" ] ||
-    grep -q '^CMAKE_UNITY_BUILD:BOOL=ON$' "$build/CMakeCache.txt"; then
+    grep -Eq '^(VARNHOLT|CMAKE)_UNITY_BUILD:BOOL=ON$' "$build/CMakeCache.txt"; then
     timed "$name: configure" cmake -S . -B "$build" -G Ninja -DVARNHOLT_BUILD_TESTS=ON "$@" \
-      -DCMAKE_UNITY_BUILD="$unity" -DCMAKE_UNITY_BUILD_BATCH_SIZE=16 >/dev/null
+      -DVARNHOLT_UNITY_BUILD="$unity" -UCMAKE_UNITY_BUILD >/dev/null
   fi
   timed "$name: build" cmake --build "$build" -j "$jobs"
   timed "$name: tests" ctest --test-dir "$build" -j "$jobs" --output-on-failure "${ctest_arguments[@]}"
