@@ -137,8 +137,8 @@ compare_builds() {
 # The whole run. A further configuration (a small set of tests under another
 # sanitizer, a browser test) is a function like the ones above and a line
 # here. The whole is meant to take at most 20 minutes on two cores from
-# nothing and takes about two fifths longer (28 minutes); the summary at
-# the end shows where the time goes (mostly the tests of the sanitized
+# nothing (16 minutes on an idle machine, 28 on a slower one); the summary
+# at the end shows where the time goes (mostly the tests of the sanitized
 # build and the two builds).
 gcc_configuration
 clang_sanitized_configuration
