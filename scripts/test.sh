@@ -73,7 +73,7 @@ build_and_test() {
   done
   shift
   if ! $quick || [ ! -f "$build/CMakeCache.txt" ] ||
-    grep -Eq '^(VARNHOLT|CMAKE)_UNITY_BUILD:BOOL=ON$' "$build/CMakeCache.txt"; then
+    grep -Eq '^(VARNHOLT|CMAKE)_UNITY_BUILD:[A-Z]+=ON$' "$build/CMakeCache.txt"; then
     timed "$name: configure" cmake -S . -B "$build" -G Ninja -DVARNHOLT_BUILD_TESTS=ON "$@" \
       -DVARNHOLT_UNITY_BUILD="$unity" -UCMAKE_UNITY_BUILD >/dev/null
   fi
