@@ -125,7 +125,17 @@ void SQLiteReadConnection::open(const std::string& path, States states) {
     // log and its shared-memory index; SQLite opens them (creating empty ones
     // when the recorder has removed them on a clean exit) and, where the
     // index cannot be written, reads the log into private memory instead.
-    if (sqlite3_open_v2(path.c_str(), &handle_, SQLITE_OPEN_READONLY, nullptr) != SQLITE_OK) {
+    //
+    // The programs use a connection from one thread at a time, so it goes
+    // without the mutex that every call into SQLite would otherwise take and
+    // release, and SQLite does not count the memory it allocates, which
+    // takes a process-wide mutex for every allocation. (SQLite refuses the
+    // setting once it is initialized, in a process that used it before;
+    // then it keeps counting, which changes nothing but time.)
+    static const bool uncounted = sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0) == SQLITE_OK;
+    (void)uncounted;
+    if (sqlite3_open_v2(path.c_str(), &handle_, SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX, nullptr) !=
+        SQLITE_OK) {
         throw DatabaseError::connectionFailed(errorMessage(handle_));
     }
     // The last connection to close a WAL database normally copies the log
