@@ -77,9 +77,9 @@ std::optional<DatabaseError> unreadableCompanion(const std::string& path) {
 
 }  // namespace
 
-SQLiteReadConnection::SQLiteReadConnection(const std::string& path, States states) {
+SQLiteReadConnection::SQLiteReadConnection(const std::string& path, States states, LockWait lockWait) {
     try {
-        open(path, states);
+        open(path, states, lockWait);
     } catch (...) {
         // The destructor does not run for a throwing constructor.
         sqlite3_close(handle_);
@@ -95,7 +95,7 @@ std::string SQLiteReadConnection::pathBelow(const std::string& homeDirectory) {
     return homeDirectory + "/.varnholt/varnholt.db";
 }
 
-void SQLiteReadConnection::open(const std::string& path, States states) {
+void SQLiteReadConnection::open(const std::string& path, States states, LockWait lockWait) {
     handle_ = nullptr;
     const PathStatus status = statusOfPath(path);
     switch (status.kind) {
@@ -147,7 +147,8 @@ void SQLiteReadConnection::open(const std::string& path, States states) {
     // recorder holding its lock at that moment would fail us at once; with
     // it, we wait the same second every later statement waits, and only a
     // longer lock is reported (as locked).
-    sqlite3_busy_timeout(handle_, kBusyTimeoutMilliseconds);
+    const int busyTimeout = lockWait == LockWait::oneSecond ? kBusyTimeoutMilliseconds : 0;
+    sqlite3_busy_timeout(handle_, busyTimeout);
     // Reading the journal mode reads the header (and, for a WAL database, the
     // log), so a file that is not a database, or one the recorder keeps
     // locked, is reported here, before anything else is asked of it.
@@ -160,7 +161,7 @@ void SQLiteReadConnection::open(const std::string& path, States states) {
         throw;
     }
     exec(handle_, "PRAGMA query_only = ON");
-    exec(handle_, "PRAGMA busy_timeout = 1000");
+    exec(handle_, "PRAGMA busy_timeout = " + std::to_string(busyTimeout));
     // No memory map (SQLite's default, stated here because it matters):
     // reading a page through the map faults in the readahead window around
     // it, 128 KB and more, and a statement that needs a few thousand

@@ -7,6 +7,8 @@ struct sqlite3;
 
 namespace VarnholtSQLiteSupport {
 
+class PageWarming;
+
 // SQLite's "copy this text now" destructor marker (-1). Every text bind uses
 // it, so bound text may live on the caller's stack.
 extern void (*const SQLITE_TRANSIENT_PTR)(void*);
@@ -22,7 +24,9 @@ extern void (*const SQLITE_TRANSIENT_PTR)(void*);
 //
 // Adapters borrow `handle()` and run their statements on it under the
 // conventions in SQLiteStatement.h. The connection closes the handle when it
-// is destroyed; it is not copyable. Single-threaded, like the whole tool.
+// is destroyed; it is not copyable. One thread at a time uses a connection:
+// the helpers that warm the page cache for an answer (PageWarming.h) each
+// open their own.
 class SQLiteReadConnection {
 public:
     // How the connection's statements see a database the recorder keeps
@@ -30,6 +34,10 @@ public:
     // schema check read (one read transaction, from that check until the
     // connection closes), as one answer must.
     enum class States { latestPerStatement, oneForTheConnection };
+    // How long a statement waits for the recorder's lock: the second every
+    // answer waits, or not at all (a helper that must never hold up the
+    // answer it serves).
+    enum class LockWait { oneSecond, none };
 
     // Opens the database at `path` (see pathBelow).
     // Throws DatabaseError: notFound (nothing at the path, nothing is
@@ -42,7 +50,8 @@ public:
     // hot rollback journal, kInterruptedWriteMessage), schemaMismatch (an
     // empty file counts as schema version 0).
     explicit SQLiteReadConnection(const std::string& path,
-                                  States states = States::latestPerStatement);
+                                  States states = States::latestPerStatement,
+                                  LockWait lockWait = LockWait::oneSecond);
     ~SQLiteReadConnection();
 
     SQLiteReadConnection(const SQLiteReadConnection&) = delete;
@@ -50,6 +59,12 @@ public:
 
     // The raw handle; null only on a half-built connection.
     sqlite3* handle() const { return handle_; }
+
+    // The warming that index-driven statements on this connection ask for
+    // (WarmingScope), or null for none, the default. Not owned; must outlive
+    // the statements.
+    void warmWith(PageWarming* warming) { warming_ = warming; }
+    PageWarming* warming() const { return warming_; }
 
     // Where the recorder keeps its database below `homeDirectory`:
     // "<homeDirectory>/.varnholt/varnholt.db".
@@ -70,9 +85,10 @@ public:
     static std::vector<std::string> parseJsonArrayAsJSON(const std::string& text);
 
 private:
-    void open(const std::string& path, States states);
+    void open(const std::string& path, States states, LockWait lockWait);
 
     sqlite3* handle_ = nullptr;
+    PageWarming* warming_ = nullptr;
 };
 
 }  // namespace VarnholtSQLiteSupport

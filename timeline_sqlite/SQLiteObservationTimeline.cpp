@@ -3,11 +3,14 @@
 #include <sqlite3.h>
 
 #include <algorithm>
+#include <optional>
+#include <string>
 
 #include "EffectiveTimeWindow.h"
 #include "IndexedTimelineStatement.h"
 #include "LiteralFallback.h"
 #include "NamedParameters.h"
+#include "PageWarming.h"
 #include "QueryPlan.h"
 #include "ReadSnapshot.h"
 #include "ScatteredReads.h"
@@ -143,13 +146,25 @@ std::optional<std::vector<TimelineObservation>> SQLiteObservationTimeline::fetch
     // The guesses and the answer read one snapshot (each answer would be
     // exact without it, as it is checked on its own rows).
     const ReadSnapshot snapshot(handle);
-    sqlite3_stmt* statement = prepareOrNull(handle, indexedTimelineStatement(tieOrder));
+    const std::string sql = indexedTimelineStatement(tieOrder);
+    sqlite3_stmt* statement = prepareOrNull(handle, sql);
     if (statement == nullptr) return std::nullopt;
     FinalizeOnExit finalize(statement);
     bindNamedInt32(statement, ":limit", limit);
     bindNamedDouble(statement, ":to", to);
 
+    // The helpers warm the range of the first run, newest first as the
+    // statement walks it; a run further back (rare) reads the rest alone.
+    std::optional<WarmingScope> warming;
     const auto runFrom = [&](double lowerBound) {
+        if (!warming) {
+            WarmingPlan plan;
+            plan.lookups = {{sql, {{":limit", limit}}}};
+            plan.from = lowerBound;
+            plan.to = to;
+            plan.walk = WarmingPlan::Walk::newestFirst;
+            warming.emplace(connection_, plan);
+        }
         sqlite3_reset(statement);
         bindNamedDouble(statement, ":from", lowerBound);
         return stepAll(handle, statement);

@@ -4,6 +4,7 @@
 
 #include "LiteralFallback.h"
 #include "NamedParameters.h"
+#include "PageWarming.h"
 #include "ScatteredReads.h"
 #include "SQLiteReadConnection.h"
 #include "SQLiteStatement.h"
@@ -67,7 +68,7 @@ std::vector<EntityAggregation> stepAll(sqlite3* handle, sqlite3_stmt* statement)
 }  // namespace
 
 SQLiteEntityQuery::SQLiteEntityQuery(const SQLiteReadConnection& connection, IndexCatalogue indexes)
-    : handle_(connection.handle()), indexes_(std::move(indexes)) {}
+    : handle_(connection.handle()), warming_(connection.warming()), indexes_(std::move(indexes)) {}
 
 std::string SQLiteEntityQuery::composeSQL(const EntityQueryParams& params) {
     std::string filter;
@@ -103,9 +104,19 @@ std::optional<std::vector<EntityAggregation>> SQLiteEntityQuery::aggregateIndexe
     // the literal statement reads them in the cheapest order.
     if ((!params.fromTs && !params.toTs) || !servesIndexedEntities(indexes_)) return std::nullopt;
     readScatteredPages(handle_);
-    sqlite3_stmt* statement = prepareOrNull(handle_, indexedEntityStatement(params));
+    const std::string sql = indexedEntityStatement(params);
+    sqlite3_stmt* statement = prepareOrNull(handle_, sql);
     if (statement == nullptr) return std::nullopt;
     FinalizeOnExit finalize(statement);
+    WarmingPlan plan;
+    if (params.fromTs && params.toTs) {
+        WarmingLookup lookup{sql, {{":limit", params.limit}}};
+        if (params.kind) lookup.parameters.emplace_back(":kind", *params.kind);
+        plan.lookups.push_back(std::move(lookup));
+        plan.from = *params.fromTs;
+        plan.to = *params.toTs;
+    }
+    const WarmingScope warming(warming_, handle_, plan);
     if (params.fromTs) bindNamedDouble(statement, ":from", *params.fromTs);
     if (params.toTs) bindNamedDouble(statement, ":to", *params.toTs);
     if (params.kind) bindNamedText(statement, ":kind", *params.kind);

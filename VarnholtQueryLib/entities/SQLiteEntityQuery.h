@@ -10,6 +10,7 @@
 struct sqlite3;
 
 namespace VarnholtSQLiteSupport {
+class PageWarming;
 class SQLiteReadConnection;
 }
 
@@ -22,9 +23,9 @@ namespace VarnholtQueryLib {
 // IndexedEntityStatement.h instead, which reads only the window's mentions
 // and answers the same.
 //
-// Copies only the connection's raw handle at construction and keeps no
-// reference to the connection: whoever builds it must keep the connection
-// alive until the last aggregate() has returned.
+// Copies only the connection's raw handle and its warming at construction
+// and keeps no reference to the connection: whoever builds it must keep the
+// connection alive until the last aggregate() has returned.
 class SQLiteEntityQuery final : public EntityQueryPort {
 public:
     SQLiteEntityQuery(const VarnholtSQLiteSupport::SQLiteReadConnection& connection,
@@ -48,6 +49,7 @@ private:
     std::optional<std::vector<EntityAggregation>> aggregateIndexed(const EntityQueryParams& params);
 
     sqlite3* const handle_;
+    VarnholtSQLiteSupport::PageWarming* const warming_;
     const VarnholtSQLiteSupport::IndexCatalogue indexes_;
 };
 

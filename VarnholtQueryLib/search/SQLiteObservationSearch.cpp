@@ -5,11 +5,14 @@
 #include <functional>
 #include <limits>
 #include <optional>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "LiteralFallback.h"
 #include "NamedParameters.h"
 #include "ObservationEntities.h"
+#include "PageWarming.h"
 #include "QueryPlan.h"
 #include "ReadSnapshot.h"
 #include "ScatteredReads.h"
@@ -170,10 +173,52 @@ bool acceptsMatch(sqlite3* handle, const std::string& matchText) {
     }
 }
 
+// The rowids the observations hold, from the ends of the table's b-tree;
+// absent for an empty table or a failed statement.
+std::optional<RowidRange> storedRowids(sqlite3* handle) {
+    sqlite3_stmt* statement = prepareOrNull(handle, "SELECT min(rowid), max(rowid) FROM observations");
+    if (statement == nullptr) return std::nullopt;
+    FinalizeOnExit finalize(statement);
+    if (sqlite3_step(statement) != SQLITE_ROW || sqlite3_column_type(statement, 0) == SQLITE_NULL) {
+        return std::nullopt;
+    }
+    return RowidRange{sqlite3_column_int64(statement, 0), sqlite3_column_int64(statement, 1)};
+}
+
+// The helpers' share of a windowed search: slices of the rowids the match
+// is confined to, or of every stored rowid when it runs over all of them
+// (each match is then tested against the window, which is most of the
+// reading). They score with plain bm25, which reads the same pages as the
+// answer's ranking (bm25_with_copies lives only on the answer's connection).
+WarmingPlan warmingPlanFor(sqlite3* handle, const ObservationSearchParams& params,
+                           const std::vector<OrderTerm>& tieOrder, const std::string& matching,
+                           RowidRange range) {
+    WarmingPlan plan;
+    if (!params.fromTs && !params.toTs) return plan;
+    if (range.lo == RowidRange().lo && range.hi == RowidRange().hi) {
+        const auto stored = storedRowids(handle);
+        if (!stored) return plan;
+        range = *stored;
+    }
+    if (range.lo > range.hi) return plan;
+    WarmingLookup lookup{indexedSearchStatement(params, tieOrder, ScoreFunction::bm25),
+                         {{":match", matching}, {":limit", params.limit}}};
+    if (params.appFilter) lookup.parameters.emplace_back(":app", *params.appFilter);
+    if (params.fromTs) lookup.parameters.emplace_back(":from", *params.fromTs);
+    if (params.toTs) lookup.parameters.emplace_back(":to", *params.toTs);
+    plan.lookups.push_back(std::move(lookup));
+    plan.from = static_cast<double>(range.lo);
+    plan.to = static_cast<double>(range.hi);
+    plan.lower = ":lo";
+    plan.upper = ":hi";
+    plan.wholeNumbers = true;
+    return plan;
+}
+
 }  // namespace
 
 SQLiteObservationSearch::SQLiteObservationSearch(const SQLiteReadConnection& connection, IndexCatalogue indexes)
-    : handle_(connection.handle()), indexes_(std::move(indexes)) {}
+    : handle_(connection.handle()), warming_(connection.warming()), indexes_(std::move(indexes)) {}
 
 std::string SQLiteObservationSearch::statementFor(const ObservationSearchParams& params) {
     std::string sql = kStatementHead;
@@ -275,6 +320,7 @@ std::optional<std::vector<ObservationSearchResult>> SQLiteObservationSearch::sea
     if (params.appFilter) bindNamedText(statement, ":app", *params.appFilter);
     bindWindow(statement, params);
     bindNamedInt32(statement, ":limit", params.limit);
+    const WarmingScope warming(warming_, handle_, warmingPlanFor(handle_, params, *tieOrder, matching, *range));
     return stepAll(handle_, statement);
 }
 

@@ -10,6 +10,7 @@
 struct sqlite3;
 
 namespace VarnholtSQLiteSupport {
+class PageWarming;
 class SQLiteReadConnection;
 }
 
@@ -22,8 +23,8 @@ namespace VarnholtQueryLib {
 // runs the statements of IndexedSearchStatement.h instead, which confine the
 // match to the window's rowids where that pays and answer the same.
 //
-// Keeps only the connection's raw handle; it neither owns nor closes the
-// connection, which must outlive this object.
+// Keeps only the connection's raw handle and its warming; it neither owns
+// nor closes the connection, which must outlive this object.
 class SQLiteObservationSearch final : public ObservationSearchQueryPort {
 public:
     SQLiteObservationSearch(const VarnholtSQLiteSupport::SQLiteReadConnection& connection,
@@ -69,6 +70,7 @@ private:
                                                                       const ObservationSearchParams& params);
 
     sqlite3* const handle_;  // null only for a connection that failed to open
+    VarnholtSQLiteSupport::PageWarming* const warming_;  // null: no warming
     const VarnholtSQLiteSupport::IndexCatalogue indexes_;
 };
 

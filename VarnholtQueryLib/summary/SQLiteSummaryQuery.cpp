@@ -6,6 +6,7 @@
 #include "LiteralFallback.h"
 #include "NamedParameters.h"
 #include "ObservationEntities.h"
+#include "PageWarming.h"
 #include "ScatteredReads.h"
 #include "SQLiteReadConnection.h"
 #include "SQLiteStatement.h"
@@ -203,10 +204,17 @@ bool SQLiteSummaryQuery::scanIndexed(double from, double to, const ActivityNeeds
     // for are looked up one by one, by the same subquery.
     const bool entitiesByRow = needs.entities && needs.entitiesFor;
     PreparedParts statements;
+    // The helpers read the parts over slices of the range, oldest first as
+    // the parts are merged; the entities of single rows are left to the
+    // answer, which alone knows which rows it needs them for.
+    WarmingPlan warmingPlan;
+    warmingPlan.from = from;
+    warmingPlan.to = to;
     for (const std::string& part : indexedActivityStatements(needs.entities && !entitiesByRow, needs.descriptions)) {
         sqlite3_stmt* statement = prepareOrNull(handle, part);
         if (statement == nullptr) return false;
         statements.held.push_back(statement);
+        warmingPlan.lookups.push_back({part, {}});
     }
     sqlite3_stmt* entitiesOfRow = nullptr;
     if (entitiesByRow) {
@@ -217,6 +225,7 @@ bool SQLiteSummaryQuery::scanIndexed(double from, double to, const ActivityNeeds
     }
 
     sink.restart();
+    const WarmingScope warming(connection_, warmingPlan);
     std::vector<PartCursor> cursors;
     for (sqlite3_stmt* statement : statements.held) {
         if (statement == entitiesOfRow) continue;
