@@ -32,6 +32,7 @@
 
 #include "BenchmarkProcess.h"
 #include "SampleDatabase.h"
+#include "WarmingConnections.h"
 
 namespace {
 
@@ -50,6 +51,7 @@ constexpr int kStartUpRuns = 101;
 constexpr const char* kUsage =
     "Usage: varnholt-query-bench [--days N] [--runs N] [--literal-runs N] [--seed S] [--cache DIR]\n"
     "                            [--filter TEXT] [--skip TEXT] [--binary PATH] [--cold [--baseline OTHER]]\n"
+    "                            [--warmers LIST]\n"
     "Times varnholt-query commands against N days (default 365) of generated activity,\n"
     "RUNS times each (default 15) after one untimed warm-up run, and the literal statements\n"
     "(varnholt-query-literal) LITERAL-RUNS times each (default 3; 0 skips them). The database\n"
@@ -57,7 +59,10 @@ constexpr const char* kUsage =
     "of the tool (default: this build's).\n"
     "--cold drops the database's pages from the operating system's cache before every run and\n"
     "reports how much each command read from disk, instead of the literal statements; OTHER, a\n"
-    "second build, then runs in turn with PATH, run for run, for a comparison from one run.\n";
+    "second build, then runs in turn with PATH, run for run, for a comparison from one run.\n"
+    "--warmers times the tool with each count of helpers in LIST (e.g. 0,8; 0 is warming off)\n"
+    "warming a cold answer's pages, run for run, warm (RUNS runs after a warm-up) or with --cold,\n"
+    "each against the first count of the list, instead of the literal statements.\n";
 
 struct Settings {
     int days = 365;
@@ -70,6 +75,13 @@ struct Settings {
     std::string binary = VARNHOLT_QUERY_BINARY;
     bool cold = false;
     std::string baseline;  // with --cold: another build timed beside `binary`
+    std::vector<int> warmers;  // helper counts to compare, the first the reference
+};
+
+// A program and the arguments it takes before a command's own.
+struct Invocation {
+    std::string program;
+    std::vector<std::string> leading;
 };
 
 struct BenchCase {
@@ -243,6 +255,14 @@ std::optional<Settings> parseSettings(int argc, char** argv) {
             settings.binary = value;
         } else if (word == "--baseline") {
             settings.baseline = value;
+        } else if (word == "--warmers") {
+            std::istringstream counts(value);
+            for (std::string count; std::getline(counts, count, ',');) {
+                int warmers = 0;
+                if (!parseNumber(count, warmers) || warmers < 0 || warmers > 64) return std::nullopt;
+                settings.warmers.push_back(warmers);
+            }
+            if (settings.warmers.empty()) return std::nullopt;
         } else {
             return std::nullopt;
         }
@@ -381,7 +401,7 @@ struct Measurement {
 // Measurements of each of `programs`, run in turn, run for run, so that a
 // change in the machine's load falls on all of them alike; every run, the
 // untimed warm-up runs included, after `beforeEachRun`.
-std::vector<Measurement> measureInTurn(const std::vector<std::string>& programs,
+std::vector<Measurement> measureInTurn(const std::vector<Invocation>& programs,
                                        const std::vector<std::string>& arguments,
                                        const std::vector<std::string>& environment, int runs,
                                        const std::function<void()>& beforeEachRun) {
@@ -394,7 +414,9 @@ std::vector<Measurement> measureInTurn(const std::vector<std::string>& programs,
     for (int run = -1; run < runs; ++run) {
         for (std::size_t i = 0; i < programs.size(); ++i) {
             beforeEachRun();
-            measurements[i].last = runTimed(programs[i], arguments, environment);
+            std::vector<std::string> invoked = programs[i].leading;
+            invoked.insert(invoked.end(), arguments.begin(), arguments.end());
+            measurements[i].last = runTimed(programs[i].program, invoked, environment);
             if (run < 0) continue;  // the warm-up
             const TimedRun& timed = measurements[i].last;
             samples[i].wall.push_back(timed.milliseconds);
@@ -414,7 +436,7 @@ std::vector<Measurement> measureInTurn(const std::vector<std::string>& programs,
 
 Measurement measure(const std::string& program, const std::vector<std::string>& arguments,
                     const std::vector<std::string>& environment, int runs) {
-    return measureInTurn({program}, arguments, environment, runs, [] {}).front();
+    return measureInTurn({{program, {}}}, arguments, environment, runs, [] {}).front();
 }
 
 // The table's cells for a measurement that may not exist.
@@ -430,18 +452,23 @@ const char* sameAnswer(const TimedRun& one, const TimedRun& other) {
     return one.standardOutput == other.standardOutput && one.exitStatus == other.exitStatus ? "same" : "DIFFER";
 }
 
+// What puts the database's pages out of the operating system's cache.
+std::function<void()> evictor(const std::string& database) {
+    return [database] {
+        VarnholtBench::evictFromPageCache(database);
+        VarnholtBench::evictFromPageCache(database + "-wal");
+    };
+}
+
 // The cold table: every run after the database's pages left the cache, as
 // the first question after a reboot or after the recorder's own writes
 // pushed them out. The first run of each command is no warm-up then, only
 // one more cold run.
 void runCold(const Settings& settings, const std::vector<BenchCase>& cases, const std::string& database,
              const std::vector<std::string>& environment) {
-    std::vector<std::string> programs = {settings.binary};
-    if (!settings.baseline.empty()) programs.push_back(settings.baseline);
-    const auto evict = [&] {
-        VarnholtBench::evictFromPageCache(database);
-        VarnholtBench::evictFromPageCache(database + "-wal");
-    };
+    std::vector<Invocation> programs = {{settings.binary, {}}};
+    if (!settings.baseline.empty()) programs.push_back({settings.baseline, {}});
+    const auto evict = evictor(database);
     std::printf("%-52s %9s %8s %9s %8s %13s %13s %8s  %s\n", "command", "cold ms", "cpu ms", "read MiB", "RSS MB",
                 "baseline ms", "baseline MiB", "answers", "outcome");
     for (const BenchCase& bench : cases) {
@@ -458,6 +485,39 @@ void runCold(const Settings& settings, const std::vector<BenchCase>& cases, cons
                     cell(baseline, &Measurement::wallMilliseconds, "%.1f").c_str(),
                     cell(baseline, &Measurement::mebibytesRead, "%.1f").c_str(),
                     baseline ? sameAnswer(cold.last, baseline->last) : "-", outcome(cold.last).c_str());
+        std::fflush(stdout);
+    }
+}
+
+// The warming table: each command with each count of helpers, run for run,
+// cold or warm, every count against the first. Cold, the helpers should cut
+// the time; warm, they should not start, so the time should not move.
+void runWarming(const Settings& settings, const std::vector<BenchCase>& cases, const std::string& database,
+                const std::vector<std::string>& environment) {
+    std::vector<Invocation> programs;
+    for (const int warmers : settings.warmers) {
+        programs.push_back({VARNHOLT_QUERY_WARMERS_BINARY, {std::to_string(warmers)}});
+    }
+    const std::function<void()> before = settings.cold ? evictor(database) : [] {};
+    std::printf("%-52s %7s %9s %8s %9s %8s %7s %8s  %s\n", "command", "warmers", settings.cold ? "cold ms" : "median ms",
+                "cpu ms", "read MiB", "RSS MB", "ratio", "answers", "outcome");
+    for (const BenchCase& bench : cases) {
+        const std::string label = bench.label.empty() ? joined(bench.arguments) : bench.label;
+        if (!settings.filter.empty() && label.find(settings.filter) == std::string::npos) continue;
+        if (!settings.skip.empty() && label.find(settings.skip) != std::string::npos) continue;
+        const std::vector<Measurement> measured =
+            measureInTurn(programs, bench.arguments, environment, settings.runs, before);
+        for (std::size_t i = 0; i < measured.size(); ++i) {
+            const Measurement& one = measured[i];
+            char ratio[32] = "-";
+            if (measured.front().wallMilliseconds > 0) {
+                std::snprintf(ratio, sizeof ratio, "%.2f", one.wallMilliseconds / measured.front().wallMilliseconds);
+            }
+            std::printf("%-52s %7d %9.1f %8.1f %9.1f %8.1f %7s %8s  %s\n", i == 0 ? label.c_str() : "",
+                        settings.warmers[i], one.wallMilliseconds, one.cpuMilliseconds, one.mebibytesRead,
+                        one.peakResidentMegabytes, ratio, sameAnswer(one.last, measured.front().last),
+                        outcome(one.last).c_str());
+        }
         std::fflush(stdout);
     }
 }
@@ -482,6 +542,16 @@ int main(int argc, char** argv) {
                     static_cast<double>(std::filesystem::file_size(database)) / 1e9, kFrozenClock);
         const PasswordDatabase passwords(home);
         const std::vector<std::string> environment = childEnvironment(passwords);
+        if (!settings.warmers.empty()) {
+            std::printf("Binary: %s N, N helpers warming a cold answer (%d on this machine)\n%s runs per command: %d "
+                        "(after one more)\n\n",
+                        VARNHOLT_QUERY_WARMERS_BINARY, VarnholtSQLiteSupport::WarmingPolicy::forThisMachine().warmers,
+                        settings.cold ? "Cold" : "Warm", settings.runs);
+            const std::vector<BenchCase> cases = benchCases(database);
+            forgetOwnPeakResidentSize();
+            runWarming(settings, cases, database, environment);
+            return 0;
+        }
         if (settings.cold) {
             std::printf("Binary: %s\nBaseline: %s\nCold runs per command: %d (after one more)\n\n",
                         settings.binary.c_str(), settings.baseline.empty() ? "-" : settings.baseline.c_str(),
