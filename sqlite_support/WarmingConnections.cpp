@@ -124,6 +124,7 @@ std::vector<std::pair<double, double>> WarmingConnections::slicesOf(const Warmin
 
 void WarmingConnections::begin(sqlite3* answer, const WarmingPlan& plan) {
     end();
+    report_ = WarmingReport{};
     if (policy_.warmers <= 0 || answer == nullptr || plan.lookups.empty()) return;
     try {
         auto run = std::make_unique<Run>();
@@ -134,7 +135,6 @@ void WarmingConnections::begin(sqlite3* answer, const WarmingPlan& plan) {
         run->warmers = std::min(policy_.warmers, static_cast<int>(run->slices.size()));
         run->handles.assign(static_cast<std::size_t>(run->warmers), nullptr);
         run_ = std::move(run);
-        report_ = WarmingReport{};
         report_.slices = static_cast<int>(run_->slices.size());
     } catch (const std::exception&) {
         run_.reset();

@@ -79,7 +79,8 @@ public:
     void begin(sqlite3* answer, const WarmingPlan& plan) override;
     void end() noexcept override;
 
-    // What the last warming that ended did.
+    // What the last warming did, once it ended (or was never begun: all
+    // zero).
     WarmingReport lastReport() const { return report_; }
 
     // How `plan`'s range is cut for `warmers` helpers with `slicesPerWarmer`
