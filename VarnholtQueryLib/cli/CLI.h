@@ -13,7 +13,9 @@ namespace VarnholtQueryLib {
 // writing the error envelope for any failure, and after a line on standard
 // error when the answer could not be written to standard output.
 //
-// The whole tool is single-threaded; nothing below the front end prints.
+// An answer is built on one thread. Helpers that warm the page cache for a
+// cold answer (PageWarming.h) run beside it on threads of their own, only
+// read, and end before the answer does. Nothing below the front end prints.
 void runCLI(const std::vector<std::string>& arguments);
 
 }  // namespace VarnholtQueryLib
