@@ -258,12 +258,21 @@ void WarmingConnections::end() noexcept {
             if (handle != nullptr) sqlite3_interrupt(handle);
         }
     }
-    for (std::thread& thread : run.threads) thread.join();
+    for (std::thread& thread : run.threads) {
+        if (thread.joinable()) thread.join();
+    }
     report_.started = run.started;
     report_.warmers = static_cast<int>(run.threads.size());
     report_.slicesWarmed = run.slicesWarmed;
     report_.failures = run.failures;
     run_.reset();
+}
+
+void WarmingConnections::finish() noexcept {
+    if (run_) {
+        for (std::thread& thread : run_->threads) thread.join();
+    }
+    end();
 }
 
 }  // namespace VarnholtSQLiteSupport

@@ -78,6 +78,10 @@ public:
 
     void begin(sqlite3* answer, const WarmingPlan& plan) override;
     void end() noexcept override;
+    // Lets the helpers work through the slices (or stop on their own), waits
+    // for them, then ends as end() does: for tests and benchmarks that look
+    // at what a whole warming did. An answer never waits for its helpers.
+    void finish() noexcept;
 
     // What the last warming did, once it ended (or was never begun: all
     // zero).
