@@ -36,8 +36,19 @@ constexpr int kWarmSlicesToStop = 2;
 // A helper's own page cache: it reads for the operating system's cache,
 // not for its own, so its cache only needs the index pages it revisits.
 constexpr const char* kHelperCache = "PRAGMA cache_size = -512";
+// SQLite's instructions between two looks of a helper's statement at
+// whether to stop. sqlite3_interrupt alone does not stop every statement:
+// SQLite clears an interrupt when a statement starts on a connection that
+// runs no other, so one that arrives between a helper's look at `stopping`
+// and its next step is lost, and end() would wait for that slice's lookup
+// to run to its end.
+constexpr int kInstructionsPerStopCheck = 1000;
 
 int warmersOverride = -1;
+
+int stopRequested(void* stopping) {
+    return static_cast<const std::atomic<bool>*>(stopping)->load() ? 1 : 0;
+}
 
 void bindValue(sqlite3_stmt* statement, const std::string& name, const LookupValue& value) {
     std::visit(
@@ -189,6 +200,7 @@ void WarmingConnections::warm(Run& run, int helper) noexcept {
                 run.handles[static_cast<std::size_t>(helper)] = nullptr;
             }
         } unlisted{run, helper};
+        sqlite3_progress_handler(handle, kInstructionsPerStopCheck, &stopRequested, &run.stopping);
         readScatteredPages(handle);
         sqlite3_exec(handle, kHelperCache, nullptr, nullptr, nullptr);
 
@@ -202,7 +214,9 @@ void WarmingConnections::warm(Run& run, int helper) noexcept {
         for (const WarmingLookup& lookup : run.plan.lookups) {
             sqlite3_stmt* statement = prepareOrNull(handle, lookup.statement);
             if (statement == nullptr) {
-                ++run.failures;
+                // Refused, unless it was stopped: end() interrupts a
+                // statement in the making too.
+                if (!run.stopping) ++run.failures;
                 return;
             }
             statements.push_back(statement);

@@ -67,8 +67,10 @@ struct WarmingReport {
 //
 // A helper only reads, on a connection with the same read-only rules as the
 // answer's and no wait for locks; any failure (the file gone or locked, a
-// statement refused) ends that helper quietly. end() interrupts the helpers'
-// statements (sqlite3_interrupt) and joins them, so none outlives the answer.
+// statement refused) ends that helper quietly. end() stops the helpers'
+// statements (each looks every thousand instructions, and is interrupted
+// besides) and joins them, so none outlives the answer; a stop is not a
+// failure.
 class WarmingConnections final : public PageWarming {
 public:
     WarmingConnections(std::string path, WarmingPolicy policy);
