@@ -4,8 +4,9 @@
 #
 # Usage: scripts/test.sh
 #          Every test in every configuration, as CI runs it: the GCC build,
-#          the Clang and libc++ build with AddressSanitizer and
-#          UndefinedBehaviorSanitizer, and the byte comparison of the two.
+#          the page-cache helpers' tests with ThreadSanitizer, the Clang and
+#          libc++ build with AddressSanitizer and UndefinedBehaviorSanitizer,
+#          and the byte comparison of the two.
 #        scripts/test.sh --quick [CTEST_ARGUMENTS...]
 #          The inner loop: the GCC build in build-tests, then its unit and
 #          end-to-end tests; further arguments go to ctest (-L '^search$'
@@ -22,7 +23,7 @@ if [ "${1:-}" = --quick ]; then
   quick=true
   shift
 elif [ $# -gt 0 ]; then
-  sed -n '4,12s/^# \{0,1\}//p' "$0" >&2
+  sed -n '4,13s/^# \{0,1\}//p' "$0" >&2
   exit 2
 fi
 
@@ -124,6 +125,13 @@ clang_sanitized_configuration() {
     -DVARNHOLT_BUILD_BENCHMARKS=ON -DVARNHOLT_SANITIZE=ON
 }
 
+# The helpers that warm the page cache for a cold answer, the tool's only
+# threads, under ThreadSanitizer: their tests alone, in a build of their
+# own (build-tsan), where a data race fails the run. A minute or two.
+thread_sanitized_warming() {
+  timed "ThreadSanitizer: page-cache helpers' tests" scripts/thread-sanitize-warming.sh
+}
+
 # Both builds print the same bytes and exit alike for every command, on
 # random recorder databases full of awkward rows and on two weeks of sample
 # activity (the databases made by the GCC build's generators).
@@ -141,5 +149,6 @@ compare_builds() {
 # at the end shows where the time goes (mostly the tests of the sanitized
 # build and the two builds).
 gcc_configuration
+thread_sanitized_warming
 clang_sanitized_configuration
 compare_builds
