@@ -532,6 +532,21 @@ TEST_F(WarmingConnectionsTest, NoHelpersForARangeTooShortToShareOrWithoutHelpers
         EXPECT_EQ(warming.lastReport().warmers, 0);
     }
     {
+        // After a warming that ran, the one that never started is reported,
+        // not the one before.
+        WarmingConnections warming(path_, helpersAtOnce(3, 2));
+        warming.begin(answer.handle(), sixHoursPlan({framesLookup()}));
+        warming.finish();
+        ASSERT_TRUE(warming.lastReport().started);
+        warming.begin(answer.handle(), shortPlan);
+        warming.finish();
+        const WarmingReport report = warming.lastReport();
+        EXPECT_FALSE(report.started);
+        EXPECT_EQ(report.warmers, 0);
+        EXPECT_EQ(report.slices, 0);
+        EXPECT_EQ(report.slicesWarmed, 0);
+    }
+    {
         WarmingConnections warming(path_, helpersAtOnce(0, 2));
         warming.begin(answer.handle(), sixHoursPlan({framesLookup()}));
         warming.finish();
