@@ -170,9 +170,10 @@ int WarmingConnections::onProgress(void* self) {
 
 void WarmingConnections::startWarmers() noexcept {
     Run& run = *run_;
+    // The answer's check stays installed until end(), doing nothing from
+    // now on: SQLite asks a progress callback not to change the connection
+    // that called it, and taking the check off would be such a change.
     run.started = true;
-    // The answer's check has done its work: it need not run again.
-    if (answer_ != nullptr) sqlite3_progress_handler(answer_, 0, nullptr, nullptr);
     for (int helper = 0; helper < run.warmers; ++helper) {
         try {
             run.threads.emplace_back(&WarmingConnections::warm, std::ref(run), helper);
