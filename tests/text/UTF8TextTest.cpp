@@ -102,7 +102,9 @@ TEST(UTF8TextTest, AgreesWithDecodingOnTextsOfEveryShape) {
         ASSERT_EQ(isValidUTF8(text), expected) << testing::PrintToString(text);
         const std::string repaired = repairedUTF8(text);
         ASSERT_TRUE(decodesToScalarValues(repaired)) << testing::PrintToString(text);
-        if (expected) ASSERT_EQ(repaired, text);
+        if (expected) {
+            ASSERT_EQ(repaired, text);
+        }
     }
     // Both kinds were met, many times.
     EXPECT_GT(invalid, 5000);
