@@ -189,6 +189,7 @@ std::vector<BenchCase> benchCases(const std::string& database) {
         {{"search", "error", "--since", "30d"}},
         {{"search", "error", "--latest"}},
         {{"search", "kubernetes", "--since", "30d"}},
+        {{"search", "invoice", "--since", "30d"}},
         {{"search", "error", "--app", "Slack"}},
         {{"search", "kubernetes", "--from", "2025-04-02", "--to", "2026-04-01"}},
         {{"entities"}},
