@@ -5,6 +5,9 @@
 // index orders, statistics) and asks every query both ways, with every kind
 // of range the commands use, comparing rows exactly: same rows, same order,
 // same text, doubles bit for bit, and the same failure when there is one.
+// The index-driven statements answer twice: alone, and with helpers warming
+// the page cache beside them on connections of their own, which must not
+// change a byte of the answer.
 
 #include <gtest/gtest.h>
 #include <sqlite3.h>
@@ -26,6 +29,7 @@
 #include "SQLiteObservationTimeline.h"
 #include "SQLiteReadConnection.h"
 #include "StatementLog.h"
+#include "TalliedWarming.h"
 #include "TemporaryDirectory.h"
 #include "TestClock.h"
 #include "entities/SQLiteEntityQuery.h"
@@ -51,6 +55,8 @@ using VarnholtSQLiteSupport::DatabaseError;
 using VarnholtSQLiteSupport::IndexCatalogue;
 using VarnholtSQLiteSupport::SQLiteReadConnection;
 using VarnholtTestSupport::StatementLog;
+using VarnholtTestSupport::TalliedWarming;
+using VarnholtTestSupport::WarmedConnection;
 
 constexpr int kBlocks = 10;
 constexpr int kDatabasesPerBlock = 30;
@@ -95,7 +101,8 @@ public:
         : shape_(shape),
           random_(VarnholtSampleData::SampleRandom::forStream(shape.seed, 0xD1FF)),
           connection_(path),
-          indexes_(IndexCatalogue::read(connection_.handle())) {
+          indexes_(IndexCatalogue::read(connection_.handle())),
+          warming_(path, TalliedWarming::bothWays()) {
         // All of the recorder's indexes present: every index-driven
         // statement must then serve (for a bounded window).
         indexedExpected_ = shape.missingIndexes.empty();
@@ -252,6 +259,12 @@ public:
     int indexedAnswers() const { return indexedAnswers_; }
     // Timelines of the commands' limit that had more rows than it keeps.
     int cutTimelines() const { return cutTimelines_; }
+    // Comparisons whose warmed answer had helpers running beside it.
+    int warmedAnswers() const { return warmedAnswers_; }
+    // Warmings whose helpers the answer's own progress checks started.
+    int coldWarmings() const { return warming_.tally().startedCold; }
+    // Helpers that stopped on an error of their own.
+    int warmingFailures() const { return warming_.tally().failures; }
 
 private:
     static constexpr std::int64_t kTimelineLimit = 5000;
@@ -318,6 +331,8 @@ private:
     // database's indexes, and expects the same answer. `literalSQL` tells
     // whether the literal statement ran; with all indexes present and a
     // window to walk (`windowed`), the indexed run must not have needed it.
+    // Then runs it with the indexes again, helpers warming beside it, and
+    // expects that answer too.
     void compare(const std::string& what, const std::string& literalSQL, bool windowed,
                  const std::function<Answer(const IndexCatalogue&)>& query) {
         const Answer literal = answer(query, IndexCatalogue());
@@ -329,13 +344,34 @@ private:
         if (indexedExpected_ && windowed && !(literal.size() == 1 && literal[0].starts_with("failure"))) {
             EXPECT_TRUE(usedIndexes) << what << " ran the literal statement";
         }
-        if (literal == indexed) return;
+        expectSame(what, "literally", literal, "indexed", indexed);
+
+        const int startedBefore = warming_.tally().started;
+        Answer warmed;
+        bool warmedUsedIndexes = false;
+        {
+            const WarmedConnection warmedConnection(connection_, warming_);
+            StatementLog warmedLog(connection_.handle());
+            warmed = answer(query, indexes_);
+            warmedUsedIndexes = !warmedLog.ran(literalSQL);
+        }
+        if (warming_.tally().started > startedBefore) ++warmedAnswers_;
+        // The literal statement would give the same answer: a warmed
+        // index-driven statement that failed and fell back to it must not
+        // pass unseen.
+        EXPECT_EQ(warmedUsedIndexes, usedIndexes) << what << " warmed";
+        expectSame(what, "indexed", indexed, "warmed", warmed);
+    }
+
+    static void expectSame(const std::string& what, const char* expectedWay, const Answer& expected,
+                           const char* actualWay, const Answer& actual) {
+        if (expected == actual) return;
         std::size_t first = 0;
-        while (first < literal.size() && first < indexed.size() && literal[first] == indexed[first]) ++first;
-        ADD_FAILURE() << what << ": " << literal.size() << " rows literally, " << indexed.size()
-                      << " indexed; first difference at row " << first << ":\n  literal: "
-                      << (first < literal.size() ? literal[first] : "<none>")
-                      << "\n  indexed: " << (first < indexed.size() ? indexed[first] : "<none>");
+        while (first < expected.size() && first < actual.size() && expected[first] == actual[first]) ++first;
+        ADD_FAILURE() << what << ": " << expected.size() << " rows " << expectedWay << ", " << actual.size() << " "
+                      << actualWay << "; first difference at row " << first << ":\n  " << expectedWay << ": "
+                      << (first < expected.size() ? expected[first] : "<none>") << "\n  " << actualWay << ": "
+                      << (first < actual.size() ? actual[first] : "<none>");
     }
 
     static Answer answer(const std::function<Answer(const IndexCatalogue&)>& query, const IndexCatalogue& indexes) {
@@ -350,11 +386,13 @@ private:
     VarnholtSampleData::SampleRandom random_;
     SQLiteReadConnection connection_;
     const IndexCatalogue indexes_;
+    TalliedWarming warming_;
     bool indexedExpected_ = false;
     int picks_ = 0;
     int comparisons_ = 0;
     int indexedAnswers_ = 0;
     int cutTimelines_ = 0;
+    int warmedAnswers_ = 0;
 };
 
 class DifferentialTest : public ::testing::TestWithParam<int> {};
@@ -363,6 +401,9 @@ struct ComparisonTally {
     int comparisons = 0;
     int indexedAnswers = 0;
     int cutTimelines = 0;
+    int warmedAnswers = 0;
+    int coldWarmings = 0;
+    int warmingFailures = 0;
 };
 
 // Asks every query both ways on the random database of `seed`; adds what
@@ -384,6 +425,9 @@ void compareAll(std::uint64_t seed, const VarnholtRandomData::RandomDatabaseOpti
     tally.comparisons += comparison.comparisons();
     tally.indexedAnswers += comparison.indexedAnswers();
     tally.cutTimelines += comparison.cutTimelines();
+    tally.warmedAnswers += comparison.warmedAnswers();
+    tally.coldWarmings += comparison.coldWarmings();
+    tally.warmingFailures += comparison.warmingFailures();
 }
 
 TEST_P(DifferentialTest, IndexedStatementsAnswerExactlyAsTheLiteralOnes) {
@@ -401,6 +445,17 @@ TEST_P(DifferentialTest, IndexedStatementsAnswerExactlyAsTheLiteralOnes) {
     RecordProperty("comparisons", tally.comparisons);
     RecordProperty("indexed_answers", tally.indexedAnswers);
     RecordProperty("cut_timelines", tally.cutTimelines);
+    RecordProperty("warmed_answers", tally.warmedAnswers);
+    RecordProperty("cold_warmings", tally.coldWarmings);
+    // A fifth of the answers at least had helpers reading beside them (the
+    // others' ranges are too short to share, they do not warm, or they end
+    // before their progress checks find them cold), some of them started by
+    // the answer's own checks, or the warmed answers prove little; and no
+    // helper failed on its own: one that could not even run its lookups
+    // would warm nothing.
+    EXPECT_GT(tally.warmedAnswers * 5, tally.comparisons) << tally.warmedAnswers << " of " << tally.comparisons;
+    EXPECT_GT(tally.coldWarmings, 0) << "no answer's progress checks started helpers";
+    EXPECT_EQ(tally.warmingFailures, 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(SeedBlocks, DifferentialTest, ::testing::Range(0, kBlocks));

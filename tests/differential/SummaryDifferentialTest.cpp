@@ -1,4 +1,4 @@
-// The summary's account, three ways, on hundreds of random recorder
+// The summary's account, four ways, on hundreds of random recorder
 // databases (tools/random_db: ties, frameless rows, odd values, malformed
 // applications, entities spelt several ways, missing indexes):
 //  - the reference: the literal rows statement (the timeline's without its
@@ -11,7 +11,9 @@
 //  - the tool with the database's indexes: the index-driven parts merged by
 //    time through the accountant, descriptions read for highlights only,
 //    text rules as rowid sets from the full-text index confined to the
-//    window.
+//    window;
+//  - the same again with helpers warming the page cache beside it, on
+//    connections of their own, which must not change a thing.
 // Accounts compare exactly, doubles bit for bit, and so do the frames.
 
 #include <gtest/gtest.h>
@@ -38,6 +40,7 @@
 #include "SampleRandom.h"
 #include "SQLiteReadConnection.h"
 #include "StatementLog.h"
+#include "TalliedWarming.h"
 #include "TemporaryDirectory.h"
 #include "platform/LocalCalendar.h"
 #include "redaction/DeduplicationService.h"
@@ -73,6 +76,8 @@ using VarnholtRandomData::RandomDatabaseShape;
 using VarnholtSQLiteSupport::IndexCatalogue;
 using VarnholtSQLiteSupport::SQLiteReadConnection;
 using VarnholtTestSupport::StatementLog;
+using VarnholtTestSupport::TalliedWarming;
+using VarnholtTestSupport::WarmedConnection;
 
 constexpr int kBlocks = 4;
 constexpr int kDatabasesPerBlock = 25;
@@ -434,13 +439,28 @@ std::string difference(const ActivityAccount& expected, const ActivityAccount& a
     return "first or last activity";
 }
 
+// The tool's three ways to an account: the literal statement, the
+// index-driven ones, and the index-driven ones with helpers warming the
+// page cache beside them, which must not change a thing.
+enum class Way { literal, indexed, warmed };
+
+const char* nameOf(Way way) {
+    switch (way) {
+        case Way::literal: return "literal";
+        case Way::indexed: return "indexed";
+        case Way::warmed: return "indexed, warmed";
+    }
+    return "";
+}
+
 class SummaryComparison {
 public:
     SummaryComparison(const std::string& path, const RandomDatabaseShape& shape)
         : shape_(shape),
           random_(VarnholtSampleData::SampleRandom::forStream(shape.seed, 0x5u)),
           connection_(path),
-          indexes_(IndexCatalogue::read(connection_.handle())) {}
+          indexes_(IndexCatalogue::read(connection_.handle())),
+          warming_(path, TalliedWarming::bothWays()) {}
 
     void compareAll() {
         const double start = shape_.start;
@@ -483,6 +503,12 @@ public:
     // The most rows one compared range held.
     std::int64_t mostRows() const { return mostRows_; }
     int wholeIndexLookUps() const { return wholeIndexLookUps_; }
+    // Warmed comparisons that had helpers running beside them.
+    int warmedComparisons() const { return warmedComparisons_; }
+    // Warmings whose helpers the answer's own progress checks started.
+    int coldWarmings() const { return warming_.tally().startedCold; }
+    // Helpers that stopped on an error of their own.
+    int warmingFailures() const { return warming_.tally().failures; }
 
 private:
     // A selection of one or two rules: words that many rows hold, few or
@@ -526,14 +552,18 @@ private:
         mostRows_ = std::max(mostRows_, expected.rangeObservationCount);
 
         const SQLiteFullTextMatch::WholeIndexLookUps lookUps = VarnholtDifferential::lookUpsOfQueryAt(comparisons_);
-        for (const bool withIndexes : {false, true}) {
+        for (const Way pass : {Way::literal, Way::indexed, Way::warmed}) {
+            const bool withIndexes = pass != Way::literal;
             const IndexCatalogue indexes = withIndexes ? indexes_ : IndexCatalogue();
+            std::optional<WarmedConnection> warmed;
+            if (pass == Way::warmed) warmed.emplace(connection_, warming_);
+            const int startedBefore = warming_.tally().started;
             SQLiteSummaryQuery port(connection_, indexes);
             SQLiteFullTextMatch fullText(connection_, indexes, lookUps);
             SummaryUseCase useCase(port, fullText, calendar_);
             StatementLog log(connection_.handle());
             const SummaryFindings findings = useCase.execute(query, now);
-            const char* way = withIndexes ? "indexed" : "literal";
+            const char* way = nameOf(pass);
             EXPECT_EQ(difference(expected, findings.account), "") << what << " (" << way << ")";
             EXPECT_EQ(findings.coverage.has_value(), query.sections.coverage) << what;
             if (findings.coverage) {
@@ -541,8 +571,13 @@ private:
                 EXPECT_EQ(findings.coverage->gaps, frames.gaps) << what << " (" << way << ")";
             }
             if (withIndexes && shape_.missingIndexes.empty()) {
-                EXPECT_FALSE(log.ran(SQLiteSummaryQuery::kActivityStatement)) << what << " ran the literal statement";
+                EXPECT_FALSE(log.ran(SQLiteSummaryQuery::kActivityStatement))
+                    << what << " (" << way << ") ran the literal statement";
                 EXPECT_FALSE(log.ran(SQLiteFullTextMatch::kMatchStatement)) << what << " matched all of history";
+            }
+            if (pass == Way::warmed) {
+                if (warming_.tally().started > startedBefore) ++warmedComparisons_;
+                continue;
             }
             if (log.ran(SQLiteFullTextMatch::kWholeIndexMatchStatement)) ++wholeIndexLookUps_;
             ++comparisons_;
@@ -553,16 +588,21 @@ private:
     VarnholtSampleData::SampleRandom random_;
     SQLiteReadConnection connection_;
     const IndexCatalogue indexes_;
+    TalliedWarming warming_;
     const LocalCalendar calendar_{"Europe/Berlin", "en_US"};
     int comparisons_ = 0;
     std::int64_t mostRows_ = 0;
     int wholeIndexLookUps_ = 0;
+    int warmedComparisons_ = 0;
 };
 
 struct SeedComparison {
     int comparisons = 0;
     std::int64_t mostRows = 0;
     int wholeIndexLookUps = 0;
+    int warmedComparisons = 0;
+    int coldWarmings = 0;
+    int warmingFailures = 0;
 };
 
 SeedComparison compareSeed(std::uint64_t seed, const VarnholtRandomData::RandomDatabaseOptions& options = {}) {
@@ -572,7 +612,8 @@ SeedComparison compareSeed(std::uint64_t seed, const VarnholtRandomData::RandomD
     SCOPED_TRACE(shape.summary());
     SummaryComparison comparison(path, shape);
     comparison.compareAll();
-    return {comparison.comparisons(), comparison.mostRows(), comparison.wholeIndexLookUps()};
+    return {comparison.comparisons(), comparison.mostRows(), comparison.wholeIndexLookUps(),
+            comparison.warmedComparisons(), comparison.coldWarmings(), comparison.warmingFailures()};
 }
 
 class SummaryDifferentialTest : public ::testing::TestWithParam<int> {};
@@ -581,6 +622,9 @@ TEST_P(SummaryDifferentialTest, TheToolCountsAsThePlainRuleDoes) {
     int comparisons = 0;
     std::int64_t mostRows = 0;
     int wholeIndexLookUps = 0;
+    int warmedComparisons = 0;
+    int coldWarmings = 0;
+    int warmingFailures = 0;
     for (int i = 0; i < kDatabasesPerBlock; ++i) {
         const auto seedNumber = static_cast<std::uint64_t>(20000 + GetParam() * kDatabasesPerBlock + i);
         if (!VarnholtDifferential::comparedInThisBuild(seedNumber)) continue;
@@ -588,8 +632,20 @@ TEST_P(SummaryDifferentialTest, TheToolCountsAsThePlainRuleDoes) {
         comparisons += seed.comparisons;
         mostRows = std::max(mostRows, seed.mostRows);
         wholeIndexLookUps += seed.wholeIndexLookUps;
+        warmedComparisons += seed.warmedComparisons;
+        coldWarmings += seed.coldWarmings;
+        warmingFailures += seed.warmingFailures;
     }
     RecordProperty("comparisons", comparisons);
+    RecordProperty("warmed_comparisons", warmedComparisons);
+    RecordProperty("cold_warmings", coldWarmings);
+    // Each account is asked three ways, two of them counted as comparisons;
+    // a fifth of the warmed ones at least had helpers reading beside them,
+    // some of them started by the answer's own progress checks, and none of
+    // the helpers failed on its own.
+    EXPECT_GT(warmedComparisons * 10, comparisons) << warmedComparisons << " warmed of " << comparisons / 2;
+    EXPECT_GT(coldWarmings, 0) << "no answer's progress checks started helpers";
+    EXPECT_EQ(warmingFailures, 0);
     // The summary has no cap: some range must hold more rows than the
     // timeline keeps, or the comparison never saw the rows a cap would drop.
     EXPECT_GT(mostRows, 5000) << "no compared range held more than the timeline's 5000 rows";
