@@ -15,7 +15,8 @@
 //    whose categories look for "even" and "odd" puts it in the category of
 //    the step its coverage counts, its categories adding up to the rows it
 //    counts.
-// An answer that mixed two states breaks one of them.
+// An answer that mixed two states breaks one of them; so must every answer
+// with helpers warming the page cache beside it.
 
 #include <sqlite3.h>
 
@@ -23,6 +24,7 @@
 #include <map>
 #include <string>
 #include <utility>
+#include <variant>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -31,8 +33,16 @@
 #include "ChildProcess.h"
 #include "FixtureDatabase.h"
 #include "MCPClientSession.h"
+#include "SQLiteReadConnection.h"
+#include "TalliedWarming.h"
 #include "TemporaryHome.h"
+#include "TestClock.h"
 #include "TestPrograms.h"
+#include "cli/CommandArguments.h"
+#include "cli/CommandParser.h"
+#include "cli/CommandRunners.h"
+#include "platform/LocalCalendar.h"
+#include "platform/SystemPlatform.h"
 
 namespace one_state_per_answer_test {
 
@@ -258,6 +268,120 @@ TEST(OneStatePerAnswerTest, AnswersBesideAWriterEachReadOneCommittedState) {
     EXPECT_GE(answers, 50);
     for (const auto& [what, mismatch] : mismatches) {
         ADD_FAILURE() << mismatch.first << " " << what << " answers of " << answers
+                      << " mixed two states, the first: " << mismatch.second;
+    }
+}
+
+namespace {
+
+// The frozen clock of frozen(), 2026-04-01 12:30:00 UTC.
+constexpr double kFrozenNow = 1775046600.0;
+
+// What a test needs to answer commands in this process as the programs
+// answer them: the platform, the calendar and the command line's parser.
+class InProcessAnswers {
+public:
+    explicit InProcessAnswers(const TemporaryHome& home)
+        : platform_{clock_, files_, processes_, sleeper_, home.path(), false} {}
+
+    VarnholtQueryLib::Command command(std::vector<std::string> words) const {
+        words.insert(words.begin(), "varnholt-query");
+        return VarnholtQueryLib::parseCommand(VarnholtQueryLib::CommandArguments::fromProcessArguments(words),
+                                              calendar_, clock_.now(), files_);
+    }
+    VarnholtQueryLib::CommandEnvironment environment() const { return {platform_, calendar_}; }
+
+private:
+    TestClock clock_{kFrozenNow};
+    VarnholtQueryLib::SystemFileSystem files_;
+    VarnholtQueryLib::SystemProcess processes_;
+    VarnholtQueryLib::SystemSleep sleeper_;
+    const VarnholtQueryLib::LocalCalendar calendar_{"UTC", "en_US"};
+    const VarnholtQueryLib::Platform platform_;
+};
+
+}  // namespace
+
+// The same answers with helpers warming the page cache beside them. The
+// programs start helpers only for an answer that proves cold, reading from
+// disk, which answers over these few rows never do; so these answers run in
+// this process, on a connection opened as an answer's is (AnswerSnapshot:
+// one read transaction from the schema check on), with helpers that start
+// at once or from the answer's own progress checks (TalliedWarming). They
+// read on connections of their own, beside a writer that commits all the
+// while: the answer must still be of one state.
+TEST(OneStatePerAnswerTest, AnswersWithWarmingHelpersEachReadOneCommittedState) {
+    namespace Query = VarnholtQueryLib;
+    using VarnholtSQLiteSupport::SQLiteReadConnection;
+    TemporaryHome home;
+    home.varnholtDirectory();
+    createFixtureDatabase(home.databasePath(), kFixture);
+    ReadyChildProcess writer(kTransactionLoopBinary,
+                             {kTransactionLoopBinary, home.databasePath(), "60", kStep}, "", "ready");
+
+    const InProcessAnswers answers(home);
+    const Query::CommandEnvironment environment = answers.environment();
+    const auto timeline = std::get<Query::Command::Recent>(answers.command({"last-active-day"}).value);
+    const auto summary = std::get<Query::Command::Summary>(answers.command({"summary", "--since", "2d"}).value);
+    const auto timesheet = std::get<Query::Command::Timesheet>(
+        answers.command({"timesheet", "--since", "2d", "--category", "Even=text:even", "--category", "Odd=text:odd"})
+            .value);
+    const auto selected =
+        std::get<Query::Command::Summary>(answers.command({"summary", "--since", "2d", "--match", "even"}).value);
+
+    TalliedWarming warming(home.databasePath(), TalliedWarming::bothWays());
+    // One answer: its own connection in one read transaction, warmed.
+    const auto answer = [&](const auto& run) {
+        SQLiteReadConnection connection(home.databasePath(), SQLiteReadConnection::States::oneForTheConnection);
+        const WarmedConnection warmed(connection, warming);
+        return run(connection);
+    };
+
+    std::map<std::string, std::pair<int, std::string>> mismatches;
+    int count = 0;
+    const auto check = [&](const std::string& mismatch, const std::string& what) {
+        ++count;
+        if (mismatch.empty()) return;
+        auto& [times, first] = mismatches[what];
+        if (times++ == 0) first = mismatch;
+    };
+    const long long stepsBefore = committedSteps(home.databasePath());
+    for (int round = 0; round < 60; ++round) {
+        check(supportContextMismatch(answer([&](SQLiteReadConnection& connection) {
+                  return Query::answerSupportContextCommand(connection, environment);
+              })),
+              "support-context");
+        check(lastActiveDayMismatch(answer([&](SQLiteReadConnection& connection) {
+                  return Query::answerTimelineCommand(timeline, connection, environment);
+              })),
+              "last-active-day");
+        check(summaryMismatch(answer([&](SQLiteReadConnection& connection) {
+                  return Query::answerSummaryCommand(summary, connection, environment);
+              })),
+              "summary --since 2d");
+        check(timesheetMismatch(answer([&](SQLiteReadConnection& connection) {
+                  return Query::answerTimesheetCommand(timesheet, connection, environment);
+              })),
+              "timesheet --since 2d");
+        check(selectedSummaryMismatch(answer([&](SQLiteReadConnection& connection) {
+                  return Query::answerSummaryCommand(selected, connection, environment);
+              })),
+              "summary --since 2d --match even");
+    }
+    const long long stepsAfter = committedSteps(home.databasePath());
+    writer.kill();
+
+    // The writer committed while the answers read, and helpers read beside
+    // them: at once for every answer whose range has room for them.
+    EXPECT_GT(stepsAfter, stepsBefore);
+    const VarnholtTestSupport::WarmingTally& tally = warming.tally();
+    EXPECT_GT(tally.started, 0) << tally.warmings << " warmings";
+    RecordProperty("answers", count);
+    RecordProperty("warmings", tally.warmings);
+    RecordProperty("warmings_started", tally.started);
+    RecordProperty("helper_failures", tally.failures);
+    for (const auto& [what, mismatch] : mismatches) {
+        ADD_FAILURE() << mismatch.first << " " << what << " answers of " << count
                       << " mixed two states, the first: " << mismatch.second;
     }
 }
