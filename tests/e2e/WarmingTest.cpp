@@ -3,23 +3,46 @@
 // answer is byte for byte the one a warm run prints; a process killed while
 // its helpers read leaves every byte of the recorder's files and no file
 // behind.
+//
+// The database is two weeks of sample activity, about 200 MB, with a frame
+// in its write-ahead log that no checkpoint has copied yet, as a recorder
+// that runs leaves it. Before each cold run the test drops the database and
+// its log from the page cache (fdatasync, then POSIX_FADV_DONTNEED: no
+// privileges needed); a file system that keeps them resident anyway (tmpfs)
+// cannot make an answer cold, and the tests say so and skip.
 
 #include <fcntl.h>
-#include <gtest/gtest.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sqlite3.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <chrono>
-#include <csignal>
 #include <filesystem>
-#include <set>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <stdexcept>
 #include <string>
+#include <string_view>
+#include <thread>
 #include <vector>
 
+#include <gtest/gtest.h>
+
+#include "ChildProcess.h"
 #include "FileBytes.h"
+#include "RecorderSchema.h"
 #include "SampleDatabase.h"
+#include "TemporaryDirectory.h"
 #include "TemporaryHome.h"
+#include "TestPrograms.h"
 
 namespace warming_test {
 
@@ -27,125 +50,293 @@ using namespace VarnholtTestSupport;
 
 namespace {
 
-// Wednesday 2026-04-01 16:00:00 UTC: the activity ends here, the clock
-// stands still here.
-constexpr double kEnd = 1775059200;
-constexpr const char* kNow = "2026-04-01 16:00:00";
+// Wednesday 2026-04-01 12:00:00 UTC; the activity ends half an hour before.
+constexpr const char* kNow = "2026-04-01 12:00:00";
+constexpr double kNowSeconds = 1775044800.0;
 
-// Ten days of activity: a summary of them reads thousands of scattered
-// pages, enough for the helpers to start and to be seen.
-void writeDatabase(const TemporaryHome& home) {
-    home.varnholtDirectory();
-    VarnholtSampleData::SampleDatabaseOptions options;
-    options.days = 10;
-    options.seed = 7;
-    options.endTime = kEnd;
-    options.homeForImagePaths = home.path();
-    VarnholtSampleData::writeSampleDatabase(home.databasePath(), options);
+// Every row of the two weeks, through the index-driven statements that
+// warm: the summary's rows, entities and coverage.
+const std::vector<std::string> kLongAnswer = {"summary", "--since", "30d"};
+
+// A frame the recorder has committed to the log but not yet to the database.
+constexpr const char* kFrameInTheLog = R"SQL(
+INSERT INTO frames (id, display_id, captured_at, timestamp, image_path, analyzed)
+  VALUES ('F-IN-THE-LOG', '1', '2026-04-01T11:50:00Z', 1775044200.0, '/in-the-log.png', 0);
+)SQL";
+
+// Drops `path` from the page cache: its dirty pages written first, since
+// only clean pages can be dropped. A file that is not there is left alone.
+void evict(const std::string& path) {
+    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return;
+    fdatasync(fd);
+    posix_fadvise(fd, 0, 0, POSIX_FADV_DONTNEED);
+    close(fd);
 }
 
-const std::vector<std::string> kLongAnswer = {"summary", "--since", "10d"};
-
-// Drops the file's pages from the operating system's cache, as after a
-// reboot (POSIX_FADV_DONTNEED: no privileges needed). False when they are
-// still there afterwards, as on a file system that keeps files in memory
-// only: there is no cold answer to be had on it.
-bool evict(const std::string& path) {
-    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0) return true;  // nothing there, nothing cached
+// The share of `path`'s pages in the page cache, from 0 to 1 (mincore over
+// a mapping of it, which reads nothing).
+double residentShare(const std::string& path) {
+    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return 0;
     struct stat status {};
-    bool gone = false;
-    if (fstat(descriptor, &status) == 0 && posix_fadvise(descriptor, 0, 0, POSIX_FADV_DONTNEED) == 0) {
-        gone = true;
-        const std::size_t length = static_cast<std::size_t>(status.st_size);
-        if (length > 0) {
-            void* mapped = mmap(nullptr, length, PROT_READ, MAP_SHARED, descriptor, 0);
-            if (mapped != MAP_FAILED) {
-                const long page = sysconf(_SC_PAGESIZE);
-                std::vector<unsigned char> resident((length + static_cast<std::size_t>(page) - 1) /
-                                                    static_cast<std::size_t>(page));
-                if (mincore(mapped, length, resident.data()) == 0) {
-                    std::size_t kept = 0;
-                    for (const unsigned char flags : resident) kept += flags & 1;
-                    gone = kept * 2 < resident.size();
-                }
-                munmap(mapped, length);
+    fstat(fd, &status);
+    const auto size = static_cast<std::size_t>(status.st_size);
+    double share = 0;
+    if (size > 0) {
+        void* mapping = mmap(nullptr, size, PROT_READ, MAP_SHARED, fd, 0);
+        if (mapping != MAP_FAILED) {
+            const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+            std::vector<unsigned char> resident((size + page - 1) / page);
+            if (mincore(mapping, size, resident.data()) == 0) {
+                std::size_t count = 0;
+                for (const unsigned char entry : resident) count += entry & 1;
+                share = static_cast<double>(count) / static_cast<double>(resident.size());
             }
+            munmap(mapping, size);
         }
     }
-    close(descriptor);
-    return gone;
+    close(fd);
+    return share;
 }
 
-bool evictDatabase(const TemporaryHome& home) {
-    return evict(home.databasePath()) && evict(home.databasePath() + "-wal");
-}
-
-// The threads of process `pid`; 0 once it is gone.
-int threadsOf(int pid) {
-    std::error_code error;
-    int threads = 0;
-    for (std::filesystem::directory_iterator task("/proc/" + std::to_string(pid) + "/task", error), end;
-         !error && task != end; task.increment(error)) {
-        ++threads;
+// A digest of every byte of the file at `path` (its size included), read a
+// mebibyte at a time; absent when the file is not there.
+std::optional<std::string> digestOf(const std::string& path) {
+    std::FILE* file = std::fopen(path.c_str(), "rb");
+    if (file == nullptr) return std::nullopt;
+    std::vector<char> buffer(1 << 20);
+    std::size_t total = 0;
+    std::size_t digest = 0;
+    for (std::size_t read; (read = std::fread(buffer.data(), 1, buffer.size(), file)) > 0;) {
+        total += read;
+        const std::size_t chunk = std::hash<std::string_view>{}(std::string_view(buffer.data(), read));
+        digest = (digest ^ chunk) * 0x100000001b3ULL + total;
     }
-    return threads;
+    std::fclose(file);
+    return std::to_string(total) + ":" + std::to_string(digest);
 }
 
-std::set<std::string> namesIn(const std::string& directory) {
-    std::set<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(directory)) {
-        names.insert(entry.path().filename().string());
+// The files below `directory`, by path relative to it.
+std::vector<std::string> listing(const std::string& directory) {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(directory)) {
+        names.push_back(std::filesystem::relative(entry.path(), directory).string());
     }
+    std::sort(names.begin(), names.end());
     return names;
 }
 
-}  // namespace
+// The database, its log and the names of everything beside them.
+struct RecorderFiles {
+    std::optional<std::string> database;
+    std::optional<std::string> log;
+    std::vector<std::string> names;
 
-TEST(WarmingTest, AColdAnswerIsTheWarmAnswer) {
-    TemporaryHome home;
-    writeDatabase(home);
-    const ProcessResult warm = home.run(kLongAnswer, frozenAt(kNow));
-    ASSERT_EQ(warm.exitStatus, 0) << warm.standardError;
-    if (!evictDatabase(home)) GTEST_SKIP() << "the file system keeps the database in memory";
-    const ProcessResult cold = home.run(kLongAnswer, frozenAt(kNow));
-    EXPECT_EQ(cold.exitStatus, 0) << cold.standardError;
-    EXPECT_EQ(cold.standardOutput, warm.standardOutput);
-    EXPECT_EQ(cold.standardError, "");
-}
+    bool operator==(const RecorderFiles&) const = default;
+};
 
-TEST(WarmingTest, AProcessKilledWhileItsHelpersReadLeavesEveryByte) {
-    TemporaryHome home;
-    writeDatabase(home);
-    // A warm run first: whatever a reader may leave beside the database
-    // (the log's shared-memory index) is there before the bytes are taken.
-    ASSERT_EQ(home.run(kLongAnswer, frozenAt(kNow)).exitStatus, 0);
-    const std::string database = home.databasePath();
-    const std::string databaseBytes = fileBytes(database);
-    const std::string logBytes = fileBytes(database + "-wal");
-    const std::set<std::string> files = namesIn(home.varnholtDirectory());
-    ASSERT_FALSE(databaseBytes.empty());
-
-    // Cold answers until one is seen with its helpers running, then killed
-    // there; an answer that ends before a look finds them is tried again.
-    bool killedWithHelpers = false;
-    for (int attempt = 0; attempt < 5 && !killedWithHelpers; ++attempt) {
-        if (!evictDatabase(home)) GTEST_SKIP() << "the file system keeps the database in memory";
-        PseudoTerminalProcess answer(home, kLongAnswer, frozenAt(kNow));
-        for (int threads = threadsOf(answer.pid()); threads > 0; threads = threadsOf(answer.pid())) {
-            if (threads > 1) {
-                answer.sendSignal(SIGKILL);
-                killedWithHelpers = answer.waitForExit(std::chrono::seconds(30)) == 128 + SIGKILL;
-                break;
-            }
-            // A zombie keeps its /proc entry with one thread until reaped.
-            if (answer.waitForExit(std::chrono::milliseconds(1)) >= 0) break;
+// varnholt-query running in the background under `home`, its output going to
+// files, so that the test can watch its threads while it answers.
+class RunningQuery {
+public:
+    RunningQuery(const TemporaryHome& home, const std::vector<std::string>& arguments)
+        : output_(outputs_.file("stdout")), errors_(outputs_.file("stderr")) {
+        std::vector<std::string> argv = {kQueryBinary};
+        argv.insert(argv.end(), arguments.begin(), arguments.end());
+        std::vector<std::string> envp = home.environment(frozenAt(kNow));
+        auto argvPointers = nullTerminated(argv);
+        auto envPointers = nullTerminated(envp);
+        posix_spawn_file_actions_t actions;
+        posix_spawn_file_actions_init(&actions);
+        posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+        posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, output_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errors_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        const int spawned =
+            posix_spawn(&pid_, kQueryBinary, &actions, nullptr, argvPointers.data(), envPointers.data());
+        posix_spawn_file_actions_destroy(&actions);
+        if (spawned != 0) throw std::runtime_error("Cannot start " + std::string(kQueryBinary));
+    }
+    ~RunningQuery() {
+        if (exitStatus_ < 0) {
+            ::kill(pid_, SIGKILL);
+            waitFor();
         }
     }
+    RunningQuery(const RunningQuery&) = delete;
+    RunningQuery& operator=(const RunningQuery&) = delete;
+
+    // Whether it has ended (and been waited for).
+    bool ended() {
+        if (exitStatus_ >= 0) return true;
+        int status = 0;
+        if (waitpid(pid_, &status, WNOHANG) != pid_) return false;
+        exitStatus_ = decodeWaitStatus(status);
+        return true;
+    }
+
+    // Whether its helpers are reading: a thread besides its main one, and a
+    // connection to the database (by its canonical path) besides the
+    // answer's.
+    bool helpersReading(const std::filesystem::path& database) const {
+        const std::string process = "/proc/" + std::to_string(pid_);
+        std::error_code error;
+        int threads = 0;
+        for (std::filesystem::directory_iterator task(process + "/task", error), end; !error && task != end;
+             task.increment(error)) {
+            ++threads;
+        }
+        if (threads < 2) return false;
+        int connections = 0;
+        for (std::filesystem::directory_iterator fd(process + "/fd", error), end; !error && fd != end;
+             fd.increment(error)) {
+            if (std::filesystem::read_symlink(fd->path(), error) == database) ++connections;
+        }
+        return connections > 1;
+    }
+
+    // Waits until its helpers read or it ends; whether helpers were seen.
+    bool waitForHelpersOrEnd(const std::string& path) {
+        const std::filesystem::path database = std::filesystem::canonical(path);
+        while (!ended()) {
+            if (helpersReading(database)) return true;
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        return false;
+    }
+
+    void kill() {
+        ::kill(pid_, SIGKILL);
+        waitFor();
+    }
+    int waitFor() {
+        while (exitStatus_ < 0) {
+            int status = 0;
+            if (waitpid(pid_, &status, 0) == pid_) {
+                exitStatus_ = decodeWaitStatus(status);
+            } else if (errno != EINTR) {
+                break;
+            }
+        }
+        return exitStatus_;
+    }
+
+    std::string output() const { return fileBytes(output_); }
+    std::string errors() const { return fileBytes(errors_); }
+
+private:
+    TemporaryDirectory outputs_;
+    std::string output_;
+    std::string errors_;
+    pid_t pid_ = -1;
+    int exitStatus_ = -1;
+};
+
+}  // namespace
+
+class WarmingTest : public ::testing::Test {
+protected:
+    // Generated once for both tests (about ten seconds), then answered once
+    // warm: that answer is the one every run must print, and the files as
+    // that run leaves them (the log's index created beside the log) are the
+    // ones a killed run must leave.
+    static void SetUpTestSuite() {
+        home_ = std::make_unique<TemporaryHome>();
+        home_->varnholtDirectory();
+        VarnholtSampleData::SampleDatabaseOptions options;
+        options.days = 14;
+        options.seed = 5;
+        options.endTime = kNowSeconds - 1800;
+        options.homeForImagePaths = home_->path();
+        VarnholtSampleData::writeSampleDatabase(home_->databasePath(), options);
+
+        sqlite3* handle = VarnholtSampleData::openWritableDatabase(home_->databasePath());
+        sqlite3_db_config(handle, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+        try {
+            VarnholtSampleData::execWritable(handle, "PRAGMA wal_autocheckpoint = 0;");
+            VarnholtSampleData::execWritable(handle, kFrameInTheLog);
+        } catch (...) {
+            sqlite3_close(handle);
+            throw;
+        }
+        sqlite3_close(handle);
+
+        warmAnswer_ = std::make_unique<ProcessResult>(home_->run(kLongAnswer, frozenAt(kNow)));
+    }
+
+    static void TearDownTestSuite() {
+        warmAnswer_.reset();
+        home_.reset();
+    }
+
+    void SetUp() override {
+        ASSERT_EQ(warmAnswer_->exitStatus, 0) << warmAnswer_->standardError;
+        ASSERT_GT(std::filesystem::file_size(log()), 0u) << "the frame is not in the log";
+    }
+
+    static std::string database() { return home_->databasePath(); }
+    static std::string log() { return home_->databasePath() + "-wal"; }
+
+    static RecorderFiles files() {
+        return {digestOf(database()), digestOf(log()), listing(home_->varnholtDirectory())};
+    }
+
+    // Drops the database and its log from the page cache; false when the
+    // file system keeps most of the database resident all the same.
+    static bool makeCold() {
+        evict(database());
+        evict(log());
+        const double resident = residentShare(database());
+        RecordProperty("resident_after_eviction_percent", static_cast<int>(resident * 100));
+        return resident < 0.5;
+    }
+
+    static std::unique_ptr<TemporaryHome> home_;
+    static std::unique_ptr<ProcessResult> warmAnswer_;
+};
+
+std::unique_ptr<TemporaryHome> WarmingTest::home_;
+std::unique_ptr<ProcessResult> WarmingTest::warmAnswer_;
+
+// A cold answer that ends before a look finds its helpers is tried again,
+// up to this many times.
+constexpr int kAttempts = 5;
+
+TEST_F(WarmingTest, AColdAnswerIsTheWarmAnswer) {
+    bool helpersSeen = false;
+    for (int attempt = 0; attempt < kAttempts && !helpersSeen; ++attempt) {
+        if (!makeCold()) GTEST_SKIP() << "the page cache keeps the database after POSIX_FADV_DONTNEED";
+        RunningQuery query(*home_, kLongAnswer);
+        helpersSeen = query.waitForHelpersOrEnd(database());
+        EXPECT_EQ(query.waitFor(), 0) << query.errors();
+        EXPECT_EQ(query.errors(), "");
+        EXPECT_TRUE(query.output() == warmAnswer_->standardOutput)
+            << "the cold answer differs from the warm one: " << query.output().size() << " bytes against "
+            << warmAnswer_->standardOutput.size();
+    }
+    EXPECT_TRUE(helpersSeen) << "no cold answer was seen with helpers running";
+}
+
+TEST_F(WarmingTest, AProcessKilledWhileItsHelpersReadLeavesEveryByte) {
+    const RecorderFiles before = files();
+    ASSERT_TRUE(before.database && before.log);
+    bool killedWithHelpers = false;
+    for (int attempt = 0; attempt < kAttempts && !killedWithHelpers; ++attempt) {
+        if (!makeCold()) GTEST_SKIP() << "the page cache keeps the database after POSIX_FADV_DONTNEED";
+        RunningQuery query(*home_, kLongAnswer);
+        if (!query.waitForHelpersOrEnd(database())) continue;
+        query.kill();
+        killedWithHelpers = query.waitFor() == 128 + SIGKILL;
+    }
     EXPECT_TRUE(killedWithHelpers) << "no cold answer was seen with helpers running";
-    EXPECT_EQ(fileBytes(database), databaseBytes);
-    EXPECT_EQ(fileBytes(database + "-wal"), logBytes);
-    EXPECT_EQ(namesIn(home.varnholtDirectory()), files);
+    const RecorderFiles after = files();
+    EXPECT_TRUE(after.database == before.database) << "the database changed";
+    EXPECT_TRUE(after.log == before.log) << "the log changed";
+    EXPECT_EQ(after.names, before.names);
+    // And the files answer as before.
+    const ProcessResult again = home_->run(kLongAnswer, frozenAt(kNow));
+    EXPECT_EQ(again.exitStatus, 0) << again.standardError;
+    EXPECT_TRUE(again.standardOutput == warmAnswer_->standardOutput) << "the answer after the kill differs";
 }
 
 }  // namespace warming_test
