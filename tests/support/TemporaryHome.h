@@ -122,8 +122,6 @@ public:
     const std::string& output() const { return output_; }
     // Sends a signal (SIGINT for Ctrl+C) to the child.
     void sendSignal(int signal);
-    // The child's process id, for a look at it under /proc.
-    int pid() const { return childPid_; }
     // Waits for the child to end; the exit code, or 128 + signal; -1 when it
     // did not end within the timeout.
     int waitForExit(std::chrono::milliseconds timeout);
