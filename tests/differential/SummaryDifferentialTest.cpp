@@ -30,6 +30,7 @@
 #include <string>
 #include <vector>
 
+#include "ComparisonWays.h"
 #include "DifferentialSizing.h"
 #include "FullTextLookUps.h"
 #include "IndexCatalogue.h"
@@ -439,19 +440,8 @@ std::string difference(const ActivityAccount& expected, const ActivityAccount& a
     return "first or last activity";
 }
 
-// The tool's three ways to an account: the literal statement, the
-// index-driven ones, and the index-driven ones with helpers warming the
-// page cache beside them, which must not change a thing.
-enum class Way { literal, indexed, warmed };
-
-const char* nameOf(Way way) {
-    switch (way) {
-        case Way::literal: return "literal";
-        case Way::indexed: return "indexed";
-        case Way::warmed: return "indexed, warmed";
-    }
-    return "";
-}
+using VarnholtDifferential::nameOf;
+using VarnholtDifferential::Way;
 
 class SummaryComparison {
 public:
